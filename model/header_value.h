@@ -1,0 +1,244 @@
+// HeaderValue: the tagged value that holds every header field, parameter map, address list, date
+// and body part of a message.
+//
+// A value is two words: its kind, a number, and a reference to the content. Copying it copies the
+// reference; writing through a value whose content is shared makes the content its own first. Two
+// contents are exceptions, because a part tree and the objects that a host holds on it share them:
+//  - the content stream of a `Raw` value is an identity, whoever writes it;
+//  - a list or map that was pinned (`pin`) is shared by reference from then on.
+//
+// Counting is plain: a value and all its copies belong to one thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "model/calendar.h"
+#include "platform/com/unknown.h"
+#include "platform/storage/stream.h"
+#include "streams/memory_stream.h"
+
+namespace tallowbrook {
+
+namespace platform {
+class Variant;
+}
+
+enum class ValueKind : std::int8_t {
+  Empty = -1,      // absent
+  Text = 0,        // 8-bit text
+  Integer = 1,     // signed 32-bit
+  Character = 2,   // signed 8-bit
+  Address = 3,     // address text and display name
+  AddressMap = 4,  // unique names, in byte order, to values
+  TimeOfDay = 5,   // hour, minute, second, zone
+  DateTime = 6,    // the six fields and the zone
+  List = 7,        // values in order
+  Raw = 8,         // unparsed text, or content bytes, behind a stream
+  Foreign = 9,     // a host's VARIANT that no other kind can hold (parameters only)
+};
+
+class HeaderValue;
+
+// Names of field entries, held as texts that are never counted or freed.
+enum class EntryName {
+  ExtField,
+  ContentType,
+  ContentDisposition,
+  ContentTransferEncoding,
+  ContentDescription,
+  ContentID,
+};
+[[nodiscard]] HeaderValue entry_name(EntryName name);
+[[nodiscard]] std::string_view entry_name_text(EntryName name);
+
+// Name to value, ordered by plain byte-wise comparison.
+class AddressMap {
+ public:
+  using Entries = std::map<std::string, HeaderValue, std::less<>>;
+
+  AddressMap() = default;
+  AddressMap(const AddressMap& other);
+  AddressMap& operator=(const AddressMap&) = delete;
+  ~AddressMap();
+
+  // Adds the entry unless the name is there already.
+  void insert(std::string_view name, HeaderValue value);
+  // The value under `name`, added empty when absent.
+  HeaderValue& at_or_add(std::string_view name);
+  [[nodiscard]] const HeaderValue* find(std::string_view name) const;
+  [[nodiscard]] HeaderValue* find(std::string_view name);
+  bool erase(std::string_view name);
+  // The entry at a position in map order; null past the end.
+  [[nodiscard]] const Entries::value_type* at(std::size_t position) const;
+  void erase_at(std::size_t position);  // position is below size()
+  void clear();
+  [[nodiscard]] std::size_t size() const { return entries_.size(); }
+  [[nodiscard]] bool empty() const { return entries_.empty(); }
+  [[nodiscard]] Entries::const_iterator begin() const { return entries_.begin(); }
+  [[nodiscard]] Entries::const_iterator end() const { return entries_.end(); }
+
+ private:
+  Entries entries_;
+  // A walk by position goes on from where the last one stood, so that a loop over all positions
+  // costs linear time.
+  mutable Entries::const_iterator cursor_;
+  mutable std::size_t cursor_position_ = 0;
+  mutable bool cursor_valid_ = false;
+};
+
+class HeaderValue {
+ public:
+  HeaderValue() = default;
+  HeaderValue(const HeaderValue& other);
+  HeaderValue(HeaderValue&& other) noexcept
+      : kind_(other.kind_), borrowed_(other.borrowed_), number_(other.number_), p_(other.p_) {
+    other.forget();
+  }
+  HeaderValue& operator=(const HeaderValue& other) {
+    if (this != &other) *this = HeaderValue(other);
+    return *this;
+  }
+  HeaderValue& operator=(HeaderValue&& other) noexcept;
+  ~HeaderValue() { drop(); }
+
+  [[nodiscard]] static HeaderValue text(std::string_view text);
+  // A `Text` that only looks at bytes owned elsewhere: copies of it own theirs. For the scanner's
+  // body lines, which are consumed before the next token is read.
+  [[nodiscard]] static HeaderValue borrowed_text(std::string_view text);
+  [[nodiscard]] static HeaderValue integer(std::int32_t number);
+  [[nodiscard]] static HeaderValue character(std::int8_t character);
+  [[nodiscard]] static HeaderValue address(HeaderValue address_text, HeaderValue name);
+  [[nodiscard]] static HeaderValue map();
+  [[nodiscard]] static HeaderValue list();
+  [[nodiscard]] static HeaderValue list(HeaderValue first);
+  [[nodiscard]] static HeaderValue list(HeaderValue first, HeaderValue second);
+  [[nodiscard]] static HeaderValue list(HeaderValue first, HeaderValue second, HeaderValue third);
+  // `zone` as written: a sign and four digits, a zone name, or empty.
+  [[nodiscard]] static HeaderValue date_time(const DateFields& fields, std::string_view zone);
+  [[nodiscard]] static HeaderValue time_of_day(std::int32_t hour, std::int32_t minute,
+                                               std::int32_t second, std::string_view zone);
+  // Unparsed text that costs what it weighs; the stream comes into being when it is asked for.
+  [[nodiscard]] static HeaderValue raw(std::string_view text = {});
+  // A `Raw` value over a memory stream from the start: for body content.
+  [[nodiscard]] static HeaderValue raw_content();
+  // A `Raw` value over somebody's stream, which is shared, not copied.
+  [[nodiscard]] static HeaderValue raw_stream(platform::ComPtr<IStream> stream);
+  [[nodiscard]] static HeaderValue foreign(const platform::Variant& value);
+
+  [[nodiscard]] ValueKind kind() const { return kind_; }
+  [[nodiscard]] bool is(ValueKind kind) const { return kind_ == kind; }
+  [[nodiscard]] bool is_set() const { return kind_ != ValueKind::Empty; }
+  [[nodiscard]] bool is_integer(std::int32_t number) const {
+    return kind_ == ValueKind::Integer && number_ == number;
+  }
+
+  void Reset() {
+    drop();
+    forget();
+  }
+  void SetKind(ValueKind kind);
+  // Joins another value to this one: text to text, entries to a map, an element to a list, content
+  // to a raw value; a combination without a meaning does nothing.
+  void Append(HeaderValue other);
+  // To a `Text`, to the name of an `Address`, to the content of a `Raw`.
+  void AppendText(std::string_view text);
+  void AppendChar(char byte);
+  // The value as header text; see the kinds in the .cc file.
+  [[nodiscard]] std::string AsText() const;
+
+  // --- Text, Integer, Character -------------------------------------------------------------
+  [[nodiscard]] std::string_view text_view() const;  // empty for other kinds
+  [[nodiscard]] std::int32_t number() const { return number_; }
+
+  // --- Address ------------------------------------------------------------------------------
+  [[nodiscard]] std::string_view address_text() const;
+  [[nodiscard]] const HeaderValue& name() const;
+
+  // --- TimeOfDay, DateTime ------------------------------------------------------------------
+  [[nodiscard]] const DateFields& date() const;
+  [[nodiscard]] std::string_view zone() const;
+
+  // --- AddressMap ---------------------------------------------------------------------------
+  [[nodiscard]] const AddressMap& entries() const;
+  [[nodiscard]] AddressMap& mutable_entries();
+
+  // --- List ---------------------------------------------------------------------------------
+  [[nodiscard]] std::size_t size() const;  // 0 for other kinds
+  // An element, or the shared empty value past the end.
+  [[nodiscard]] const HeaderValue& operator[](std::size_t index) const;
+  // An element to write to; the list grows by empty values when it is shorter.
+  [[nodiscard]] HeaderValue& element(std::size_t index);
+  void push_back(HeaderValue value);
+  void erase_element(std::size_t index);
+  void clear_elements();
+
+  // --- Raw ----------------------------------------------------------------------------------
+  // The content where it lies in memory, else nothing (a host's stream is not looked through).
+  [[nodiscard]] std::string_view raw_view() const;
+  [[nodiscard]] bool raw_in_memory() const;
+  // The content's stream, made when it is first asked for.
+  [[nodiscard]] platform::ComPtr<IStream> stream() const;
+  // All the content; a host's stream is read from its start.
+  [[nodiscard]] std::string raw_text() const;
+  void set_stream(platform::ComPtr<IStream> stream);
+  // Set when a uuencode begin line is among the lines of a body.
+  [[nodiscard]] bool has_begin_line() const;
+  void set_begin_line();
+
+  // --- Foreign ------------------------------------------------------------------------------
+  [[nodiscard]] const platform::Variant& variant() const;
+
+  // From now on this list or map is shared by reference: copies made later see each other's
+  // changes. Content shared with earlier copies is made this value's own first.
+  void pin();
+  // True when both refer to the very same content.
+  [[nodiscard]] bool same_content(const HeaderValue& other) const {
+    return p_ != nullptr && p_ == other.p_;
+  }
+
+  struct Box;
+  struct TextBox;
+
+ private:
+  struct AddressBox;
+  struct DateBox;
+  struct MapBox;
+  struct ListBox;
+  struct RawBox;
+  struct ForeignBox;
+  friend HeaderValue entry_name(EntryName name);
+
+  HeaderValue(ValueKind kind, Box* box) : kind_(kind), p_(box) {}
+  void forget() {
+    kind_ = ValueKind::Empty;
+    borrowed_ = false;
+    number_ = 0;
+    p_ = nullptr;
+  }
+  void drop() {
+    if (p_ != nullptr && !borrowed_) release(static_cast<Box*>(p_));
+  }
+  static void release(Box* box);
+  static void destroy(Box* box);
+  static void destroy_list(ListBox* list);
+  template <class B>
+  B& as() const;
+  template <class B>
+  B& own();
+  TextBox& own_text(std::size_t room);
+
+  ValueKind kind_ = ValueKind::Empty;
+  bool borrowed_ = false;
+  std::int32_t number_ = 0;  // Integer, Character; the length of a borrowed text
+  void* p_ = nullptr;        // Box, or the bytes of a borrowed text
+};
+static_assert(sizeof(HeaderValue) == 16);
+
+// The value that stands for every absent one.
+[[nodiscard]] const HeaderValue& empty_value();
+
+}  // namespace tallowbrook

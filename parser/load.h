@@ -1,0 +1,59 @@
+// The load pipeline: a stream goes through one of ten pooled parser instances into a message store.
+//
+// At most ten parses run at once. A thread that finds all ten busy lowers itself to the lowest
+// priority, keeps trying, and pumps its window messages meanwhile. A load that a host's stream
+// starts from inside its own Read gets a spare instance.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "model/message_store.h"
+#include "platform/com/types.h"
+#include "platform/storage/stream.h"
+#include "streams/memory_stream.h"
+
+namespace tallowbrook {
+
+// One run of a parser instance: where its input comes from and where its results go.
+struct ParseRun {
+  MessageStore* store = nullptr;  // receives the fields and the root body
+  HeaderValue* target = nullptr;  // when set, every store operation puts its value here instead
+  ISequentialStream* input = nullptr;
+  CISSHelper* raw_copy = nullptr;  // receives the input bytes as read, or null
+  // An ordinary load: address, date and trace fields stay unparsed, the root body is stored, and
+  // errors are reported.
+  bool full_load = true;
+  // Content-Type (other than multipart) and Content-Disposition stay unparsed.
+  bool defer_mime = true;
+  bool failed = false;  // set by the error report
+};
+
+// Runs the parser over `stream`. E_INVALIDARG for a null stream, E_ABORT when the input has a
+// syntax error, S_OK otherwise. After an error of a full load the thread's error object says
+// "<text> in Line <n>" and the raw copy holds the whole input. What was reduced before the error
+// stays in the store.
+[[nodiscard]] HRESULT DispatchParse(ParseRun& run, ISequentialStream* stream);
+
+// Parses the one header line "<name>: <text>" and gives its value: the value of the pseudo-headers
+// below, or of any header field. E_ABORT, with `value` untouched, when the text does not parse.
+// Reports nothing and changes no message.
+[[nodiscard]] HRESULT parse_field(std::string_view name, std::string_view text, HeaderValue& value);
+
+// Parses the text of one Received field into its clauses and its date.
+[[nodiscard]] HRESULT parse_received(std::string_view text, HeaderValue& parameters,
+                                     HeaderValue& date);
+
+// Names that no message has, by which single values are parsed.
+inline constexpr std::string_view kPseudoCommaList = "__$$InternalKommaSep$$__";
+inline constexpr std::string_view kPseudoAddress = "__$$InternalAddress$$__";
+inline constexpr std::string_view kPseudoContentType = "__$$InternalCTTYPE$$__";
+inline constexpr std::string_view kPseudoDisposition = "__$$InternalDisposition$$__";
+inline constexpr std::string_view kPseudoUuencode = "__$$InternalUUEncode$$__";
+
+// WaitOrPump: waits for a handle, dispatching the thread's window messages meanwhile when `pump` is
+// set. True when the handle is signalled (an abandoned mutex counts as acquired), false for a null
+// handle, a time-out or a failing wait. `milliseconds` may be INFINITE.
+[[nodiscard]] bool WaitOrPump(HANDLE handle, DWORD milliseconds, bool pump);
+
+}  // namespace tallowbrook
