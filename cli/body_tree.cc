@@ -1,0 +1,146 @@
+#include "cli/body_tree.h"
+
+#include <array>
+#include <span>
+#include <string_view>
+
+#include "cli/terminal.h"
+
+namespace tallowbrook::cli {
+namespace {
+
+using platform::ComPtr;
+using platform::Variant;
+
+constexpr std::array kMultipart = {"mixed", "parallel", "digest", "alternative"};
+constexpr std::array kText = {"plain", "html"};
+constexpr std::array kImage = {"gif", "jpeg"};
+constexpr std::array kApplication = {"octet-stream", "postscript"};
+constexpr std::array kAudio = {"basic"};
+constexpr std::array kVideo = {"mpeg"};
+constexpr std::array kMessage = {"rfc822", "partial", "external-body"};
+constexpr std::array kEncodings = {"7bit", "quoted-printable", "base64", "8bit", "binary"};
+
+struct MajorType {
+  const char* name;
+  std::span<const char* const> minors;
+};
+// The order of the enumeration MajorMimeTypes, and of each type's own enumeration.
+const std::array kMajor = {
+    MajorType{"multipart", kMultipart},     MajorType{"text", kText},   MajorType{"image", kImage},
+    MajorType{"application", kApplication}, MajorType{"audio", kAudio}, MajorType{"video", kVideo},
+    MajorType{"message", kMessage},
+};
+constexpr LONG kMultipartType = 0;
+constexpr LONG kMessageType = 6;
+
+// The name of an enumerated value; a value that is a text is its own name.
+std::string named(const Variant& value, std::span<const char* const> names) {
+  if (value.vt == VT_BSTR) return unfold(to_utf8(value.text()));
+  if (value.vt != VT_I4) return {};
+  const auto index = static_cast<std::size_t>(value.lVal);
+  return value.lVal >= 0 && index < names.size() ? names[index] : std::to_string(value.lVal);
+}
+
+std::string type_of(const Variant& major, const Variant& minor) {
+  std::array<const char*, kMajor.size()> names{};
+  for (std::size_t i = 0; i < kMajor.size(); ++i) names[i] = kMajor[i].name;
+  std::span<const char* const> minors;
+  if (major.vt == VT_I4 && major.lVal >= 0 &&
+      static_cast<std::size_t>(major.lVal) < kMajor.size()) {
+    minors = kMajor[static_cast<std::size_t>(major.lVal)].minors;
+  }
+  return named(major, names) + "/" + named(minor, minors);
+}
+
+std::string unquoted(std::string text) {
+  if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
+    return text.substr(1, text.size() - 2);
+  }
+  return text;
+}
+
+// The part's disposition, asked for only where the field is: asking creates it.
+std::string disposition_of(const Object& body) {
+  const Object fields = body.object(u"Fields");
+  const std::int32_t count = fields.count();
+  for (std::int32_t i = 0; i < count; ++i) {
+    if (same_name(to_utf8(fields.get(u"Item", Variant(i)).text()), "Content-Disposition")) {
+      return unfold(body.object(u"ContentDisposition").text(u"Value"));
+    }
+  }
+  return {};
+}
+
+std::optional<std::uint64_t> content_size(const Object& body) {
+  const auto persistence = body.dispatch().query<IPersistStream>();
+  if (!persistence) return std::nullopt;
+  const auto counter = ComPtr<ContentCounter>::adopt(new ContentCounter);
+  if (FAILED(persistence->Save(counter.get(), FALSE))) return std::nullopt;
+  return counter->content_size();
+}
+
+// A part with its object, while its children are walked.
+struct Open {
+  Object body;
+  std::size_t index;
+  std::int32_t next = 0;
+  std::int32_t count = 0;
+  int embedded = 0;  // messages around this part
+  bool message = false;
+};
+
+class Walk {
+ public:
+  std::vector<Part> run(const Object& message) {
+    if (Object root = message.object(u"Body")) enter(std::move(root), Part{}, 0);
+    while (!open_.empty()) {
+      Open& top = open_.back();
+      if (top.next == top.count) {
+        open_.pop_back();
+        continue;
+      }
+      Part part;
+      part.parent = top.index;
+      part.depth = open_.size();
+      part.embedded = top.message;
+      if (part.embedded)
+        part.subject = unfold(top.body.object(u"EmbeddedMessage").text(u"Subject"));
+      Object child = top.body.item(top.next++);
+      part.last = top.next == top.count;
+      if (child) enter(std::move(child), std::move(part), top.embedded + (top.message ? 1 : 0));
+    }
+    return std::move(parts_);
+  }
+
+ private:
+  void enter(Object body, Part part, int embedded) {
+    // The size first: reading some of the properties below adds fields to the part.
+    const Variant major = body.get(u"MajorContentType");
+    const bool multipart = major.vt == VT_I4 && major.lVal == kMultipartType;
+    const bool message = major.vt == VT_I4 && major.lVal == kMessageType;
+    if (!multipart) part.size = content_size(body);
+    part.type = type_of(major, body.get(u"MinorContentType"));
+    part.encoding = named(body.get(u"Encoding"), kEncodings);
+    part.charset = unquoted(unfold(body.text(u"Charset")));
+    part.disposition = disposition_of(body);
+    part.file_name = unquoted(unfold(body.text(u"FileName")));
+    part.description = unfold(body.text(u"Description"));
+    part.content_id = unfold(body.text(u"ContentID"));
+    const bool closed = message && embedded >= kEmbeddedDepth;
+    const std::int32_t count = closed ? 0 : body.count();
+    part.children = static_cast<std::size_t>(count > 0 ? count : 0);
+    parts_.push_back(std::move(part));
+    if (count > 0)
+      open_.push_back({std::move(body), parts_.size() - 1, 0, count, embedded, message});
+  }
+
+  std::vector<Part> parts_;
+  std::vector<Open> open_;
+};
+
+}  // namespace
+
+std::vector<Part> read_body(const Object& message) { return Walk().run(message); }
+
+}  // namespace tallowbrook::cli

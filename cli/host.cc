@@ -1,0 +1,236 @@
+#include "cli/host.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include "cli/terminal.h"
+#include "platform/com/activation.h"
+
+namespace tallowbrook::cli {
+namespace {
+
+using platform::Bstr;
+using platform::ComPtr;
+using platform::Variant;
+
+constexpr char kLibrary[] = "libtallowbrook.so";
+constexpr char16_t kMessageClass[] = u"Tallowbrook.Decoder";
+
+std::string status_text(HRESULT status) {
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "status 0x%08X", static_cast<unsigned>(status));
+  return buffer;
+}
+
+// The places where the component may lie: beside the program as it is built or installed, then
+// wherever the loader looks.
+std::vector<std::string> candidates() {
+  std::error_code error;
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+  std::vector<std::string> paths;
+  if (!error) {
+    for (const char* folder : {"../lib", "."}) {
+      const auto path = program.parent_path() / folder / kLibrary;
+      if (std::filesystem::exists(path, error)) paths.push_back(path.lexically_normal().string());
+    }
+  }
+  paths.emplace_back(kLibrary);
+  return paths;
+}
+
+// Takes the thread's error description; empty when there is none.
+std::string take_error_text() {
+  ComPtr<IErrorInfo> info;
+  if (GetErrorInfo(0, info.out()) != S_OK || !info) return {};
+  Bstr text;
+  if (FAILED(info->GetDescription(text.out()))) return {};
+  return to_utf8(text.view());
+}
+
+// "parse error ... in Line 12": the number goes to `line`, the rest stays.
+void split_line(std::string& text, long& line) {
+  constexpr std::string_view kMark = " in Line ";
+  const auto at = text.rfind(kMark);
+  if (at == std::string::npos) return;
+  long number = 0;
+  const char* const end = text.data() + text.size();
+  const auto parsed = std::from_chars(text.data() + at + kMark.size(), end, number);
+  if (parsed.ec != std::errc() || parsed.ptr != end) return;
+  text.resize(at);
+  line = number > 0 ? number : 0;
+}
+
+ComPtr<IDispatch> create_message() {
+  CLSID clsid{};
+  ComPtr<IDispatch> message;
+  HRESULT status = CLSIDFromProgID(kMessageClass, &clsid);
+  if (SUCCEEDED(status)) {
+    status =
+        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IDispatch::kIid, message.out_void());
+  }
+  if (FAILED(status)) {
+    throw std::runtime_error("the component creates no message object (" + status_text(status) +
+                             ")");
+  }
+  return message;
+}
+
+Loaded unreadable(int error) {
+  Loaded result;
+  result.text = std::strerror(error);
+  return result;
+}
+
+Loaded unparsable(HRESULT status) {
+  Loaded result;
+  result.outcome = Loaded::Outcome::kUnparsable;
+  result.text = take_error_text();
+  if (result.text.empty()) result.text = "the message could not be loaded, " + status_text(status);
+  split_line(result.text, result.line);
+  return result;
+}
+
+}  // namespace
+
+Object::Object(const VARIANT& value) {
+  if (value.vt == VT_DISPATCH) {
+    object_ = ComPtr<IDispatch>(value.pdispVal);
+  } else if (value.vt == VT_UNKNOWN) {
+    object_ = platform::query<IDispatch>(value.punkVal);
+  }
+}
+
+HRESULT Object::invoke(const char16_t* name, WORD flags, DISPPARAMS& arguments,
+                       Variant& result) const {
+  if (!object_) return E_POINTER;
+  DISPID member = DISPID_UNKNOWN;
+  auto* const spelled = const_cast<OLECHAR*>(name);  // names are read only, whatever the type says
+  std::array<OLECHAR*, 1> names{spelled};
+  HRESULT status = object_->GetIDsOfNames(GUID_NULL, names.data(), 1, LOCALE_USER_DEFAULT, &member);
+  if (FAILED(status)) return status;
+  return object_->Invoke(member, GUID_NULL, LOCALE_USER_DEFAULT, flags, &arguments,
+                         (flags & DISPATCH_PROPERTYGET) != 0 ? &result : nullptr, nullptr, nullptr);
+}
+
+Variant Object::get(const char16_t* name) const {
+  DISPPARAMS none{nullptr, nullptr, 0, 0};
+  Variant result;
+  if (FAILED(invoke(name, DISPATCH_PROPERTYGET, none, result))) return {};
+  return result;
+}
+
+Variant Object::get(const char16_t* name, const VARIANT& index) const {
+  VARIANT argument = index;  // borrowed for the call
+  DISPPARAMS arguments{&argument, nullptr, 1, 0};
+  Variant result;
+  if (FAILED(invoke(name, DISPATCH_PROPERTYGET, arguments, result))) return {};
+  return result;
+}
+
+std::string Object::text(const char16_t* name) const { return to_utf8(get(name).text()); }
+
+Object Object::item(std::int32_t index) const { return Object(get(u"Item", Variant(index))); }
+
+std::int32_t Object::count() const {
+  const Variant value = get(u"Count");
+  return value.vt == VT_I4 ? value.lVal : 0;
+}
+
+std::vector<Object> Object::elements() const {
+  std::vector<Object> found;
+  if (!object_) return found;
+  DISPPARAMS none{nullptr, nullptr, 0, 0};
+  Variant value;
+  if (FAILED(object_->Invoke(DISPID_NEWENUM, GUID_NULL, LOCALE_USER_DEFAULT,
+                             DISPATCH_PROPERTYGET | DISPATCH_METHOD, &none, &value, nullptr,
+                             nullptr)) ||
+      (value.vt != VT_UNKNOWN && value.vt != VT_DISPATCH)) {
+    return found;
+  }
+  const auto enumerator = platform::query<IEnumVARIANT>(value.punkVal);
+  if (!enumerator) return found;
+  for (;;) {
+    Variant element;
+    ULONG fetched = 0;
+    if (FAILED(enumerator->Next(1, &element, &fetched)) || fetched == 0) return found;
+    if (Object object(element); object) found.push_back(std::move(object));
+  }
+}
+
+HRESULT Object::put(const char16_t* name, const VARIANT& value) const {
+  VARIANT argument = value;  // borrowed for the call
+  DISPID named = DISPID_PROPERTYPUT;
+  DISPPARAMS arguments{&argument, &named, 1, 1};
+  Variant unused;
+  return invoke(name, DISPATCH_PROPERTYPUT, arguments, unused);
+}
+
+ExitStatus Loaded::status() const {
+  switch (outcome) {
+    case Outcome::kLoaded:
+      return kFine;
+    case Outcome::kUnparsable:
+      return kUnparsable;
+    case Outcome::kUnreadable:
+      break;
+  }
+  return kFileFailed;
+}
+
+std::string Loaded::complaint(std::string_view file) const {
+  std::string result = display_name(file);
+  if (line > 0) result += ":" + std::to_string(line);
+  return result + ": " + printable(text);
+}
+
+Host::Host() {
+  std::string reasons;
+  for (const std::string& path : candidates()) {
+    const HRESULT status = CoLoadComponent(path.c_str(), &module_);
+    if (SUCCEEDED(status)) return;
+    reasons += "\n  " + printable(path) + ": " + status_text(status);
+  }
+  throw std::runtime_error("the component cannot be loaded:" + reasons);
+}
+
+Loaded Host::load(const std::string& file, bool keep_raw) const {
+  const int descriptor =
+      file == "-" ? STDIN_FILENO : ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  if (descriptor < 0) return unreadable(errno);
+  const auto stream = ComPtr<FileStream>::adopt(new FileStream(descriptor));
+
+  Loaded result;
+  result.message = Object(create_message());
+  if (keep_raw && FAILED(result.message.put(u"CollectRawStream", Variant::boolean(true)))) {
+    throw std::runtime_error("the component keeps no copy of what it loads");
+  }
+  const auto persistence = result.message.dispatch().query<IPersistStream>();
+  if (!persistence) throw std::runtime_error("the message object loads from no stream");
+  static_cast<void>(take_error_text());  // an earlier call's
+  const HRESULT status = persistence->Load(stream.get());
+  // A stream that fails ends the data for the parser, which may then find a message or none.
+  if (stream->error() != 0) return unreadable(stream->error());
+  if (FAILED(status)) return unparsable(status);
+  result.outcome = Loaded::Outcome::kLoaded;
+  if (keep_raw) result.whole = stream->at_end();
+  return result;
+}
+
+std::string display_name(std::string_view file) {
+  return file == "-" ? "standard input" : printable(file);
+}
+
+void complain(std::string_view text) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "tallowbrook: %.*s\n", static_cast<int>(text.size()), text.data());
+}
+
+}  // namespace tallowbrook::cli

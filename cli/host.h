@@ -1,0 +1,93 @@
+// The host's side of the component: loading the library, creating messages, late-bound access.
+//
+// The host knows the component by its ProgIDs and its members' names alone.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/file_stream.h"
+#include "platform/automation/dispatch.h"
+#include "platform/com/unknown.h"
+#include "platform/storage/stream.h"
+
+namespace tallowbrook::cli {
+
+// What the program answers to its caller; the highest one of a run wins.
+enum ExitStatus : int {
+  kFine = 0,
+  kUnparsable = 1,  // a message could not be parsed
+  kUsage = 2,
+  kFileFailed = 3,  // a file (or the component itself) could not be read or written
+};
+
+// An automation object, used by its members' names. A member that fails or yields nothing reads as
+// an empty value, which is how a mail that lacks a field looks.
+class Object {
+ public:
+  Object() = default;
+  explicit Object(platform::ComPtr<IDispatch> object) : object_(std::move(object)) {}
+  // The object in a value; empty for any other value.
+  explicit Object(const VARIANT& value);
+
+  explicit operator bool() const { return static_cast<bool>(object_); }
+  [[nodiscard]] const platform::ComPtr<IDispatch>& dispatch() const { return object_; }
+
+  [[nodiscard]] platform::Variant get(const char16_t* name) const;
+  [[nodiscard]] platform::Variant get(const char16_t* name, const VARIANT& index) const;
+  // UTF-8; empty for a value that is no text.
+  [[nodiscard]] std::string text(const char16_t* name) const;
+  [[nodiscard]] Object object(const char16_t* name) const { return Object(get(name)); }
+  [[nodiscard]] Object item(std::int32_t index) const;
+  // The property Count, 0 when there is none.
+  [[nodiscard]] std::int32_t count() const;
+  // What the enumerator of a collection yields, objects only.
+  [[nodiscard]] std::vector<Object> elements() const;
+  [[nodiscard]] HRESULT put(const char16_t* name, const VARIANT& value) const;
+
+ private:
+  HRESULT invoke(const char16_t* name, WORD flags, DISPPARAMS& arguments,
+                 platform::Variant& result) const;
+
+  platform::ComPtr<IDispatch> object_;
+};
+
+// A message that was asked for: loaded, or what stood in the way.
+struct Loaded {
+  enum class Outcome { kLoaded, kUnparsable, kUnreadable };
+
+  Outcome outcome = Outcome::kUnreadable;
+  Object message;     // set when loaded
+  std::string text;   // the parser's or the system's text otherwise, UTF-8
+  long line = 0;      // where the parser stopped; 0 when it does not say
+  bool whole = true;  // false: data follow the line "." that ends a message
+
+  [[nodiscard]] ExitStatus status() const;
+  // "FILE:LINE: text" or "FILE: text", safe for a terminal.
+  [[nodiscard]] std::string complaint(std::string_view file) const;
+};
+
+// Loads the component for the life of this object. Throws std::runtime_error with a text for
+// people when it cannot be had.
+class Host {
+ public:
+  Host();
+
+  // Loads the message in `file` ("-": standard input). With `keep_raw` an unchanged save gives the
+  // loaded bytes back. Throws std::runtime_error when no message object can be created.
+  [[nodiscard]] Loaded load(const std::string& file, bool keep_raw = false) const;
+
+ private:
+  HMODULE module_ = nullptr;
+};
+
+// The file's name as people see it.
+[[nodiscard]] std::string display_name(std::string_view file);
+
+// "tallowbrook: text" on standard error.
+void complain(std::string_view text);
+
+}  // namespace tallowbrook::cli
