@@ -1,0 +1,215 @@
+// Runs the built program as users do: what it prints, what it leaves behind, its exit status.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+
+namespace tallowbrook::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kSamples = fs::path(TALLOWBROOK_SOURCE_DIR) / "samples";
+
+struct Outcome {
+  int status;
+  std::string text;
+};
+
+// `arguments` as a shell takes them.
+Outcome run(const std::string& arguments) {
+  const std::string program = "'" TALLOWBROOK_BINARY_DIR "/bin/tallowbrook' ";
+  FILE* const pipe = ::popen((program + arguments).c_str(), "r");
+  Outcome outcome{-1, {}};
+  std::array<char, 4096> block{};
+  for (std::size_t n = 0; (n = std::fread(block.data(), 1, block.size(), pipe)) > 0;) {
+    outcome.text.append(block.data(), n);
+  }
+  const int status = ::pclose(pipe);
+  if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
+  return outcome;
+}
+
+std::string content(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+std::string sample(const char* name) { return "'" + (kSamples / name).string() + "'"; }
+
+class Cli : public ::testing::Test {
+ protected:
+  Cli() {
+    std::string name = (fs::temp_directory_path() / "tallowbrook-cli.XXXXXX").string();
+    folder_ = ::mkdtemp(name.data());
+  }
+  ~Cli() override { fs::remove_all(folder_); }
+
+  [[nodiscard]] fs::path file(const std::string& name, const std::string& bytes) const {
+    std::ofstream(folder_ / name, std::ios::binary) << bytes;
+    return folder_ / name;
+  }
+  [[nodiscard]] std::ptrdiff_t files() const {
+    return std::distance(fs::directory_iterator(folder_), fs::directory_iterator());
+  }
+
+  fs::path folder_;
+};
+
+TEST_F(Cli, ShowPrintsFieldsAndTheBodyTree) {
+  const auto [status, text] = run("show " + sample("welcome.eml"));
+  EXPECT_EQ(status, 0);
+  for (const char* line : {
+           "\n  From            Ada Example <ada@example.org>\n",
+           "\n  To              Grace Sample <grace@example.com>\n"
+           "                  Barbara B. <barbara@example.net>\n",
+           "\n  Subject         Welcome to the garden club\n",
+           "\n  X-Garden-Notes  a field that is longer than one line is folded, and its next line "
+           "starts with white space, as this one does\n",
+           "\n  multipart/mixed\n",
+           "\n  ├─ multipart/alternative\n",
+           "\n  │  ├─ text/plain; charset=utf-8  quoted-printable  ",
+           "\n  │  └─ text/html; charset=utf-8  quoted-printable  ",
+           "\n  └─ application/octet-stream  base64  ",
+       }) {
+    EXPECT_NE(text.find(line), std::string::npos) << line << "\nin\n" << text;
+  }
+}
+
+TEST_F(Cli, ShowJsonIsOneObjectPerMessage) {
+  const auto [status, text] =
+      run("show --json " + sample("welcome.eml") + " " + sample("broken.eml") + " 2>/dev/null");
+  EXPECT_EQ(status, 1);
+  std::istringstream lines(text);
+  std::string line;
+  ASSERT_TRUE(std::getline(lines, line));
+  const auto welcome = nlohmann::json::parse(line);
+  EXPECT_EQ(welcome["schema"], 1);
+  EXPECT_EQ(welcome["subject"], "Welcome to the garden club");
+  EXPECT_EQ(welcome["to"][1]["address"], "barbara@example.net");
+  EXPECT_EQ(welcome["sender"]["name"], "Post Room");
+  EXPECT_EQ(welcome["received"].size(), 3U);
+  EXPECT_EQ(welcome["fields"].size(), 3U);
+  ASSERT_EQ(welcome["parts"].size(), 5U);
+  EXPECT_EQ(welcome["parts"][3]["type"], "text/html");
+  EXPECT_EQ(welcome["parts"][3]["parent"], 1);
+  EXPECT_EQ(welcome["parts"][4]["fileName"], "seeds.csv");
+  ASSERT_TRUE(std::getline(lines, line));
+  EXPECT_EQ(nlohmann::json::parse(line)["error"]["line"], 2);
+  EXPECT_FALSE(std::getline(lines, line));
+}
+
+TEST_F(Cli, ShowOpensEmbeddedMessages) {
+  const auto [status, text] = run("show " + sample("forwarded.eml"));
+  EXPECT_EQ(status, 0);
+  EXPECT_NE(text.find("of the message \"Minutes\""), std::string::npos) << text;
+  EXPECT_NE(text.find("        └─ text/html; charset=us-ascii"), std::string::npos) << text;
+}
+
+TEST_F(Cli, HeadersPrintsTheFieldsThatAreNamed) {
+  const auto [status, text] = run("headers " + sample("welcome.eml") + " SUBJECT x-mailer");
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(text, "Subject: Welcome to the garden club\nX-Mailer: Tallow Writer 1.0\n");
+  // A message without a date does not get one by being read.
+  const auto undated = file("undated.eml", "From: a@example.org\r\n\r\n");
+  EXPECT_EQ(run("headers " + undated.string() + " date").text, "");
+}
+
+TEST_F(Cli, CopyGivesTheSameBytes) {
+  for (const auto& entry : fs::directory_iterator(kSamples)) {
+    if (entry.path().filename() == "broken.eml") continue;
+    const std::string in = entry.path().string();
+    const fs::path out = folder_ / "out.eml";
+    EXPECT_EQ(run("copy '" + in + "' " + out.string()).status, 0) << in;
+    EXPECT_EQ(content(out), content(in)) << in;
+    EXPECT_EQ(run("copy - - < '" + in + "'").text, content(in)) << in;
+  }
+  EXPECT_EQ(files(), 1);
+}
+
+TEST_F(Cli, CopyLeavesTheTargetWhenItCannotBeReplaced) {
+  const fs::path target = file("target.eml", "as before");
+  fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(run("copy " + sample("broken.eml") + " " + target.string() + " 2>&1").status, 1);
+  EXPECT_EQ(content(target), "as before");
+  // A full disk: the file size limit stands for it.
+  const auto full = run("--help >/dev/null; trap '' XFSZ; ulimit -f 0; '" TALLOWBROOK_BINARY_DIR
+                        "/bin/tallowbrook' copy " +
+                        sample("plain.eml") + " " + target.string() + " 2>&1");
+  EXPECT_EQ(full.status, 3) << full.text;
+  EXPECT_EQ(content(target), "as before");
+  EXPECT_EQ(run("copy " + sample("plain.eml") + " /dev/full 2>&1").status, 3);
+  EXPECT_EQ(run("copy " + sample("plain.eml") + " " + folder_.string() + "/no/where 2>&1").status,
+            3);
+  EXPECT_EQ(files(), 1);
+  // When it can, the target keeps its rights and a link stays a link.
+  fs::create_symlink("target.eml", folder_ / "link");
+  EXPECT_EQ(run("copy " + sample("plain.eml") + " " + (folder_ / "link").string()).status, 0);
+  EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+  EXPECT_EQ(content(target), content(kSamples / "plain.eml"));
+  EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(Cli, CheckTellsOneLinePerFile) {
+  const auto [status, text] = run("check " + sample("plain.eml") + " " + sample("broken.eml"));
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(text.find((kSamples / "plain.eml").string() + ": ok\n" +
+                      (kSamples / "broken.eml").string() + ":2: parse error"),
+            0U)
+      << text;
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
+  EXPECT_EQ(run("check -q - < " + sample("plain.eml")).text, "");
+}
+
+TEST_F(Cli, ExitStatusTellsWhatWentWrong) {
+  const struct {
+    std::string arguments;
+    int status;
+    const char* text;
+  } cases[] = {
+      {"check nowhere.eml " + sample("broken.eml"), 3, "nowhere.eml: No such file"},
+      {"show " + folder_.string(), 3, "Is a directory"},
+      {"show /proc/self/mem", 3, "Input/output error"},  // opens, and the first read fails
+      {"show --json " + sample("plain.eml") + " >/dev/full", 3, "No space left"},
+      {"", 2, "--help"},
+      {"copy one", 2, "--help"},
+      {"frob", 2, "--help"},
+      {"copy --help", 0, "Examples:"},
+  };
+  for (const auto& [arguments, status, wanted] : cases) {
+    const Outcome outcome = run("2>&1 " + arguments);
+    EXPECT_EQ(outcome.status, status) << arguments;
+    EXPECT_NE(outcome.text.find(wanted), std::string::npos) << arguments << "\n" << outcome.text;
+  }
+}
+
+TEST_F(Cli, ControlCharactersOfAMessageAreEscaped) {
+  const auto nasty =
+      file("a\x1B[31m.eml",
+           "From: \"\x1B]0;owned\a\" <a@example.org>\r\nX-\x9B: \x1B[2J\r\n"
+           "Subject: \x1B[31mred\x9B\r\nContent-Type: text/plain; name=\"\x1B[5m\"\r\n"
+           "\r\n\x1B[0m\r\n");
+  const auto broken = file("b.eml", "\x1B[31m\r\n");
+  for (const char* command : {"show ", "show --json ", "headers ", "check "}) {
+    for (const auto& path : {nasty, broken}) {
+      const Outcome outcome = run(std::string("2>&1 ") + command + "'" + path.string() + "'");
+      for (const char c : outcome.text) {
+        EXPECT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= 0x20) << outcome.text;
+      }
+      EXPECT_EQ(outcome.text.find("\xC2\x9B"), std::string::npos) << outcome.text;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tallowbrook::cli
