@@ -1,0 +1,63 @@
+#include "model/header_text.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+
+namespace tallowbrook {
+namespace {
+
+constexpr std::string_view kLineEnds = "\r\n";
+constexpr std::string_view kBlanks = " \t";
+
+// One past the line end that starts at `at`.
+std::size_t past_line_end(std::string_view text, std::size_t at) {
+  const std::size_t other = text.find_first_not_of('\r', at);
+  return other != std::string_view::npos && text[other] == '\n' ? other + 1 : at + 1;
+}
+
+bool is_blank(std::string_view line) {
+  return line.find_first_not_of(kBlanks) == std::string_view::npos;
+}
+
+}  // namespace
+
+std::u16string decode_header_text(std::string_view text) { return to_wide(text); }
+
+std::string encode_header_text(std::u16string_view text, std::string_view /*charset*/) {
+  return to_ansi(text);
+}
+
+std::string folded(std::string_view text) {
+  std::size_t stop = text.find_first_of(kLineEnds);
+  if (stop == std::string_view::npos) return std::string(text);
+  std::string result;
+  result.reserve(text.size() + 16);
+  result.append(text.substr(0, stop));
+  while (stop != std::string_view::npos) {
+    const std::size_t start = past_line_end(text, stop);
+    const std::string_view line_end = text.substr(stop, start - stop);
+    stop = text.find_first_of(kLineEnds, start);
+    const std::string_view line = text.substr(start, std::min(stop, text.size()) - start);
+    if (is_blank(line)) continue;
+    if (kBlanks.find(line.front()) == std::string_view::npos) {
+      result.append("\r\n\t");
+    } else {
+      result.append(line_end.back() == '\n' ? line_end : std::string_view("\r\n"));
+    }
+    result.append(line);
+  }
+  return result;
+}
+
+bool text_of(const VARIANT& value, std::string& text) {
+  platform::Variant converted;
+  if (FAILED(VariantCopyInd(&converted, &value))) return false;
+  if (converted.vt != VT_BSTR && FAILED(VariantChangeType(&converted, &converted, 0, VT_BSTR))) {
+    return false;
+  }
+  text = to_ansi(converted.text());
+  return true;
+}
+
+}  // namespace tallowbrook

@@ -1,0 +1,31 @@
+// Header texts on their way between a host, a message and a file.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/automation/variant.h"
+
+namespace tallowbrook {
+
+// What a reader sees of a header text: encoded words (RFC 2047) decoded, other bytes taken from the
+// system ANSI code page.
+// Encoded words stay as they are until the coder for them exists.
+[[nodiscard]] std::u16string decode_header_text(std::string_view text);
+
+// A host's text as it is stored in a field: characters outside ASCII become encoded words in
+// `charset` (empty: the system's).
+// Stored in the ANSI code page until the coder for encoded words exists.
+[[nodiscard]] std::string encode_header_text(std::u16string_view text, std::string_view charset);
+
+// The text as the lines of one header field, for writing (RFC 5322 section 2.2.3): it can neither
+// begin another field nor end the header. A line end (CRs before an LF, an LF, a CR alone) that
+// white space follows stays as it is; one that it does not follow becomes CR LF TAB; lines of
+// blanks alone and line ends at the end go. Well-formed folded text comes back unchanged.
+[[nodiscard]] std::string folded(std::string_view text);
+
+// The value converted to a string in the system ANSI code page, by-reference arguments followed;
+// false when it does not convert.
+[[nodiscard]] bool text_of(const VARIANT& value, std::string& text);
+
+}  // namespace tallowbrook
