@@ -4,18 +4,21 @@
 // producer writes, and a consumer reads the same object from where reading stopped last (from the
 // start for a fresh stream) without a `Seek` between them. Content is below 4 GiB.
 //
-// Growth: with step s and factor f above 0, every growth after the first takes at least
-// (f << growths) * s bytes; otherwise the capacity grows by at least s (by as much as needed with
-// s = 0). So that filling a stream costs linear time whatever its step, a capacity that is large
-// against the step grows by half of itself instead.
+// Growth, with step s and factor f (all in bytes):
+// - f above 0: the first growth adds the larger of s and what is needed, and each later one takes
+//   (f << growths) * s in all, or what is needed when that is more (f = 1, s = 500000: 500000,
+//   1000000, 2000000 ...).
+// - f = 0: a small stream costs what it weighs: below one step the capacity is what is needed, or
+//   twice what it was (never under 32, never over s); from one step on it grows by the largest of
+//   s, half of itself and what is needed. So filling a stream costs linear time whatever its step.
+// - s = 0: what is needed first, then as f = 0.
+// When memory for a generous capacity cannot be had, the needed size alone is tried.
 //
 // The count of references is plain: a stream belongs to one thread at a time. Memory that cannot be
 // had throws std::bad_alloc out of C++ calls; the stream's interface methods answer
 // E_OUTOFMEMORY.
 #pragma once
 
-#include <span>
-#include <string>
 #include <string_view>
 
 #include "platform/com/unknown.h"
@@ -72,6 +75,8 @@ class CISSHelper final : public IStream {
   [[nodiscard]] ULONG size() const { return size_; }
   [[nodiscard]] ULONG capacity() const { return capacity_; }
   void rewind() { read_position_ = write_position_ = 0; }
+  // Moves the read position over `count` bytes of `unread()`.
+  void consume(ULONG count) { read_position_ += count; }
   // Write for C++ callers; throws std::bad_alloc (also when 4 GiB would be passed).
   void write(std::string_view block);
   // Room for `size` bytes in all, in one step.
@@ -85,8 +90,11 @@ class CISSHelper final : public IStream {
   void take(CISSHelper& source) noexcept;
 
  private:
-  explicit CISSHelper(bool heap_owned) : heap_owned_(heap_owned) {}
+  explicit CISSHelper(bool heap_owned);
+  [[nodiscard]] ULONGLONG wanted_capacity(ULONG needed) const;
   void grow(ULONG needed);
+  void set_capacity(ULONG capacity);
+  bool fits_behind_write_position(std::size_t count) const;
 
   char* data_ = nullptr;
   ULONG size_ = 0;
