@@ -1,0 +1,27 @@
+// CBase64: the Base64 encoding (RFC 2045 section 6.8).
+//
+// Encode writes lines of 76 characters and closes with exactly one CR LF (an empty content is that
+// CR LF alone); without line breaks it writes neither.
+//
+// Decode skips every byte outside the alphabet. "=" is skipped as well and neither ends the content
+// nor clears the bits held, so concatenated contents decode on ("QQ==QQ==" is 41 04 10). Fewer than
+// 8 bits left at the end are dropped.
+#pragma once
+
+#include "coding/mime_code.h"
+
+namespace tallowbrook {
+
+class CBase64 final : public CMIMECode {
+ public:
+  explicit CBase64(bool no_line_breaks = false) : no_line_breaks_(no_line_breaks) {}
+
+  // Both convert what lies between the input's position and its end at the moment of the call.
+  void Decode(IStream& input, IStream& output) override;
+  void Encode(IStream& input, IStream& output) override;
+
+ private:
+  bool no_line_breaks_;
+};
+
+}  // namespace tallowbrook

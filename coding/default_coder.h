@@ -1,0 +1,27 @@
+// CDefaultCoder: 7bit, 8bit and binary content (RFC 2045 sections 2.7 to 2.9).
+//
+// Encode copies the content with a dot doubled where a line starts with one (the start of the
+// content, and behind CR LF), drops zero bytes, and closes what does not end in LF with CR LF.
+// Wrapping, when it is switched on, breaks a line where the column passes 75.
+//
+// Decode copies it back line by line. A line ends behind LF, after 4096 bytes or at the end of the
+// input. A line "..\r\n" becomes ".\r\n"; what follows a zero byte in a line is dropped with it;
+// the last line loses its line end (one LF, then one CR).
+#pragma once
+
+#include "coding/mime_code.h"
+
+namespace tallowbrook {
+
+class CDefaultCoder final : public CMIMECode {
+ public:
+  explicit CDefaultCoder(bool wrap = false) : wrap_(wrap) {}
+
+  void Decode(IStream& input, IStream& output) override;
+  void Encode(IStream& input, IStream& output) override;
+
+ private:
+  bool wrap_;
+};
+
+}  // namespace tallowbrook

@@ -1,0 +1,14 @@
+#include "coding/raw_coder.h"
+
+#include "coding/block_io.h"
+
+namespace tallowbrook {
+
+void CMIMECodeRaw::Decode(IStream& input, IStream& output) {
+  BlockReader reader(input);
+  for (auto block = reader.next(); !block.empty(); block = reader.next()) {
+    output.Write(block.data(), static_cast<ULONG>(block.size()), nullptr);
+  }
+}
+
+}  // namespace tallowbrook
