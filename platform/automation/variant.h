@@ -119,9 +119,9 @@ BSTR SysAllocString(const OLECHAR* text);
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
 // `bytes` bytes; the closing zero unit follows them.
 BSTR SysAllocStringByteLen(const char* text, UINT bytes);
-void SysFreeString(BSTR text);        // null does nothing
-UINT SysStringLen(BSTR text);         // code units; 0 for null
-UINT SysStringByteLen(BSTR text);     // bytes; 0 for null
+void SysFreeString(BSTR text);     // null does nothing
+UINT SysStringLen(BSTR text);      // code units; 0 for null
+UINT SysStringByteLen(BSTR text);  // bytes; 0 for null
 
 // --- VARIANT -------------------------------------------------------------------------------------
 
@@ -190,7 +190,9 @@ class Bstr {
     SysFreeString(std::exchange(text_, nullptr));
     return &text_;
   }
-  [[nodiscard]] std::u16string_view view() const { return {text_, text_ ? SysStringLen(text_) : 0}; }
+  [[nodiscard]] std::u16string_view view() const {
+    return {text_, text_ ? SysStringLen(text_) : 0};
+  }
 
  private:
   BSTR text_ = nullptr;
