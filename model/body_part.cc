@@ -1,0 +1,372 @@
+#include "model/body_part.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <iterator>
+#include <utility>
+
+#include "core/text.h"
+#include "parser/load.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+
+struct NameNumber {
+  std::string_view name;
+  std::int32_t number;
+};
+
+constexpr std::string_view kMajorNames[] = {"multipart", "text",  "image",  "application",
+                                            "audio",     "video", "message"};
+constexpr std::string_view kMinorNames[][4] = {
+    {"mixed", "parallel", "digest", "alternative"},
+    {"plain", "html"},
+    {"gif", "jpeg"},
+    {"octet-stream", "postscript"},
+    {"basic"},
+    {"mpeg"},
+    {"rfc822", "partial", "external-body"},
+};
+static_assert(std::size(kMajorNames) == kMajorTypes && std::size(kMinorNames) == kMajorTypes);
+constexpr std::string_view kEncodingNames[] = {"7bit", "quoted-printable", "base64", "8bit",
+                                               "binary"};
+constexpr NameNumber kMinorNumbers[] = {
+    {"mixed", 0}, {"parallel", 1},   {"digest", 2}, {"alternative", 3}, {"plain", 0},
+    {"html", 1},  {"gif", 0},        {"jpg", 1},    {"jpeg", 1},        {"postscript", 1},
+    {"basic", 0}, {"mpg", 0},        {"mpeg", 0},   {"rfc822", 0},      {"partial", 1},
+    {"external-body", 2},
+};
+
+constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
+
+bool is_entry(const HeaderValue& entry) {
+  return entry.size() >= 2 && entry[kEntryName].is(ValueKind::Text);
+}
+
+// The position of the first entry that fits; nowhere when an entry before it is malformed.
+template <class Fits>
+std::size_t find_field(const HeaderValue& record, Fits&& fits) {
+  const HeaderValue& fields = record[kPartFields];
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const HeaderValue& entry = fields[i];
+    if (!is_entry(entry)) break;
+    if (fits(entry)) return i;
+  }
+  return kNowhere;
+}
+
+std::size_t find_standard(const HeaderValue& record, EntryName name) {
+  const std::string_view wanted = entry_name_text(name);
+  return find_field(record, [wanted](const HeaderValue& entry) {
+    return entry[kEntryName].text_view() == wanted;
+  });
+}
+
+std::size_t find_extension_index(const HeaderValue& record, std::string_view name) {
+  const std::string_view marker = entry_name_text(EntryName::ExtField);
+  return find_field(record, [&](const HeaderValue& entry) {
+    return entry[kEntryName].text_view() == marker &&
+           equals_ignoring_case(entry[kEntryValue][kEntryName].text_view(), name);
+  });
+}
+
+HeaderValue shared_field(HeaderValue& record, std::size_t index) {
+  if (index == kNowhere) return {};
+  return share_list(record.element(kPartFields).element(index));
+}
+
+HeaderValue append_field(HeaderValue& record, HeaderValue entry) {
+  HeaderValue& fields = record.element(kPartFields);
+  fields.push_back(std::move(entry));
+  return share_list(fields.element(fields.size() - 1));
+}
+
+HeaderValue& content_type_to_edit(HeaderValue& record) {
+  HeaderValue entry = find_or_add_entry(record, EntryName::ContentType);
+  return edit_value(entry);  // lives in the list that the record shares with `entry`
+}
+
+// 15 bits of a generator of our own (splitmix64), seeded by the time of the first use and the place
+// where the module was loaded.
+std::int32_t next_random() {
+  static std::atomic<std::uint64_t> state{
+      static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count()) ^
+      reinterpret_cast<std::uintptr_t>(&state)};
+  std::uint64_t z = state.fetch_add(0x9E3779B97F4A7C15, std::memory_order_relaxed);
+  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9;
+  z = (z ^ (z >> 27)) * 0x94D049BB133111EB;
+  return static_cast<std::int32_t>((z ^ (z >> 31)) >> 49);
+}
+
+}  // namespace
+
+// --- names and numbers ---------------------------------------------------------------------------
+
+HeaderValue major_from_name(std::string_view name) {
+  for (std::int32_t i = 0; i < kMajorTypes; ++i) {
+    if (equals_ignoring_case(name, kMajorNames[i])) return HeaderValue::integer(i);
+  }
+  return HeaderValue::text(name);
+}
+
+HeaderValue minor_from_name(std::string_view name) {
+  for (const NameNumber& known : kMinorNumbers) {
+    if (equals_ignoring_case(name, known.name)) return HeaderValue::integer(known.number);
+  }
+  if (starts_ignoring_case(name, "octet")) return HeaderValue::integer(kOctetStream);
+  return HeaderValue::text(name);
+}
+
+HeaderValue encoding_from_name(std::string_view name) {
+  if (starts_ignoring_case(name, "quoted")) return HeaderValue::integer(kQuotedPrintable);
+  for (const std::int32_t known : {kBase64, kEightBit, kBinary}) {
+    if (equals_ignoring_case(name, encoding_name(known))) return HeaderValue::integer(known);
+  }
+  return HeaderValue::integer(kSevenBit);
+}
+
+std::string_view major_name(std::int32_t major) {
+  return major >= 0 && major < kMajorTypes ? kMajorNames[major] : std::string_view();
+}
+
+std::string_view minor_name(std::int32_t major, std::int32_t minor) {
+  if (major < 0 || major >= kMajorTypes || minor < 0 || minor >= 4) return {};
+  return kMinorNames[major][minor];
+}
+
+std::string_view encoding_name(std::int32_t encoding) {
+  return encoding >= 0 && encoding <= kBinary ? kEncodingNames[encoding] : std::string_view();
+}
+
+std::int32_t default_minor(std::int32_t major) {
+  constexpr std::int32_t kImage = 2;
+  return major == kImage ? 1 : 0;
+}
+
+// --- shared parts of a record --------------------------------------------------------------------
+
+HeaderValue share_list(HeaderValue& slot) {
+  if (!slot.is(ValueKind::List)) slot = HeaderValue::list();
+  slot.pin();
+  return slot;
+}
+
+HeaderValue find_entry(HeaderValue& record, EntryName name) {
+  return shared_field(record, find_standard(record, name));
+}
+
+HeaderValue find_or_add_entry(HeaderValue& record, EntryName name) {
+  const std::size_t index = find_standard(record, name);
+  if (index != kNowhere) return shared_field(record, index);
+  return append_field(record, HeaderValue::list(entry_name(name), {}));
+}
+
+HeaderValue find_extension(HeaderValue& record, std::string_view name) {
+  return shared_field(record, find_extension_index(record, name));
+}
+
+HeaderValue find_or_add_extension(HeaderValue& record, std::string_view name) {
+  const std::size_t index = find_extension_index(record, name);
+  if (index != kNowhere) return shared_field(record, index);
+  return append_field(
+      record, HeaderValue::list(entry_name(EntryName::ExtField),
+                                HeaderValue::list(HeaderValue::text(name), HeaderValue::raw())));
+}
+
+void drop_source(HeaderValue& entry) {
+  if (entry.size() > kEntrySource) entry.element(kEntrySource).Reset();
+}
+
+HeaderValue& edit_value(HeaderValue& entry) {
+  drop_source(entry);
+  return entry.element(kEntryValue);
+}
+
+const HeaderValue& field_value(const HeaderValue& record, EntryName name) {
+  const std::size_t index = find_standard(record, name);
+  return index == kNowhere ? empty_value() : record[kPartFields][index][kEntryValue];
+}
+
+// --- unparsed values -----------------------------------------------------------------------------
+
+std::optional<HeaderValue> parse_mime_field(EntryName name, std::string_view text,
+                                            const MessageRef& message) {
+  const bool is_type = name == EntryName::ContentType;
+  if (trim(text).empty()) {
+    if (!is_type) return HeaderValue::list();
+    return HeaderValue::list(HeaderValue::integer(kApplication),
+                             HeaderValue::integer(kOctetStream));
+  }
+  const std::string_view pseudo = is_type ? kPseudoContentType : kPseudoDisposition;
+  const MessageRef held = message;
+  HeaderValue parsed;
+  const HRESULT status = held != nullptr && held->owner != nullptr
+                             ? held->owner->ParseHeaderInto(pseudo, text, parsed)
+                             : parse_field(pseudo, text, parsed);
+  if (FAILED(status)) return std::nullopt;
+  if (!is_type && parsed.is(ValueKind::Text)) return HeaderValue::list(std::move(parsed));
+  if (!parsed.is(ValueKind::List)) return std::nullopt;
+  return parsed;
+}
+
+void resolve_field(HeaderValue& record, EntryName name, const MessageRef& message) {
+  const HeaderValue raw = field_value(record, name);
+  if (!raw.is(ValueKind::Raw)) return;
+  auto parsed = parse_mime_field(name, raw.raw_text(), message);
+  if (!parsed) return;
+  // The wait for the message may have run a message handler that read or changed the same field.
+  HeaderValue entry = find_entry(record, name);
+  if (!entry[kEntryValue].same_content(raw)) return;
+  entry.element(kEntryValue) = std::move(*parsed);
+  entry.element(kEntrySource) = raw;
+}
+
+// --- content type and parameters -----------------------------------------------------------------
+
+bool is_multipart(const HeaderValue& record) {
+  return field_value(record, EntryName::ContentType)[kTypeMajor].is_integer(kMultipart);
+}
+
+bool is_digest(const HeaderValue& record) {
+  const HeaderValue& type = field_value(record, EntryName::ContentType);
+  return type[kTypeMajor].is_integer(kMultipart) && type[kTypeMinor].is_integer(kDigest);
+}
+
+bool holds_message(const HeaderValue& content_type, const HeaderValue& encoding) {
+  const HeaderValue& minor = content_type[kTypeMinor];
+  if (!content_type[kTypeMajor].is_integer(kMessage)) return false;
+  if (minor.is_set() && !minor.is_integer(kRfc822)) return false;
+  return !encoding.is_set() || encoding.is_integer(kSevenBit) || encoding.is_integer(kEightBit) ||
+         (encoding.is(ValueKind::Text) && encoding.text_view().empty());
+}
+
+std::int32_t encoding_number(const HeaderValue& record) {
+  const HeaderValue& encoding = field_value(record, EntryName::ContentTransferEncoding);
+  return encoding.is(ValueKind::Integer) ? encoding.number() : kNoEncoding;
+}
+
+void set_major(HeaderValue& record, HeaderValue major) {
+  HeaderValue& type = content_type_to_edit(record);
+  const bool multipart = major.is_integer(kMultipart);
+  type.element(kTypeMajor) = std::move(major);
+  if (!multipart) return;
+  HeaderValue& boundary = type.element(kTypeParameters).mutable_entries().at_or_add("boundary");
+  if (!boundary.is_set()) boundary = HeaderValue::text(make_boundary());
+}
+
+void set_minor(HeaderValue& record, HeaderValue minor) {
+  HeaderValue& type = content_type_to_edit(record);
+  if (!type.is(ValueKind::List)) {
+    type = HeaderValue::list(HeaderValue::integer(kText), HeaderValue::integer(0));
+  }
+  type.element(kTypeMinor) = std::move(minor);
+}
+
+std::string make_boundary() {
+  char buffer[64];
+  const std::int32_t first = next_random();
+  const std::int32_t second = next_random();
+  std::snprintf(buffer, sizeof buffer, "\"----_=_NeXtPaRt_BoUnDaRy_%ld.%ld\"",
+                static_cast<long>(first), static_cast<long>(second));
+  return buffer;
+}
+
+bool is_usable_boundary(std::string_view boundary) {
+  if (boundary.empty() || boundary.back() == ' ') return false;
+  for (const char byte : boundary) {
+    const auto code = static_cast<unsigned char>(byte);
+    if (code < ' ' || code == 0x7F || byte == '"' || byte == '\\') return false;
+  }
+  return true;
+}
+
+bool ensure_boundary(HeaderValue& content_type) {
+  const HeaderValue* boundary = find_parameter(content_type[kTypeParameters], "boundary");
+  if (boundary != nullptr && is_usable_boundary(unquoted(boundary->AsText()))) return false;
+  AddressMap& parameters = content_type.element(kTypeParameters).mutable_entries();
+  while (true) {  // spelt any way, so that one boundary is left
+    std::string name;
+    for (const auto& [key, value] : parameters) {
+      if (equals_ignoring_case(key, "boundary")) name = key;
+    }
+    if (!parameters.erase(name)) break;
+  }
+  parameters.at_or_add("boundary") = HeaderValue::text(make_boundary());
+  return true;
+}
+
+HeaderValue share_parameters(HeaderValue& entry, std::size_t element) {
+  HeaderValue& value = entry.element(kEntryValue);
+  if (element == kTypeParameters && value.size() == 0) {
+    value = HeaderValue::list(HeaderValue::integer(kText), HeaderValue::integer(0));
+  }
+  HeaderValue& parameters = value.element(element);
+  if (!parameters.is(ValueKind::AddressMap)) parameters = HeaderValue::map();
+  parameters.pin();
+  return parameters;
+}
+
+const HeaderValue* find_parameter(const HeaderValue& parameters, std::string_view name) {
+  for (const auto& [key, value] : parameters.entries()) {
+    if (equals_ignoring_case(key, name)) return &value;
+  }
+  return nullptr;
+}
+
+bool is_quoted(std::string_view text) {
+  if (text.size() < 2 || text.front() != '"') return false;
+  for (std::size_t i = 1; i < text.size(); ++i) {
+    if (text[i] == '\\') {
+      ++i;
+    } else if (text[i] == '"') {
+      return i + 1 == text.size();
+    }
+  }
+  return false;
+}
+
+std::string unquoted(std::string_view text) {
+  if (!is_quoted(text)) return std::string(text);
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t i = 1; i + 1 < text.size(); ++i) {
+    if (text[i] == '\\') ++i;
+    result.push_back(text[i]);
+  }
+  return result;
+}
+
+std::string quoted(std::string_view text) {
+  if (is_quoted(text)) return std::string(text);
+  std::string result = "\"";
+  result.reserve(text.size() + 2);
+  for (const char byte : text) {
+    if (byte == '"' || byte == '\\') result.push_back('\\');
+    result.push_back(byte);
+  }
+  result.push_back('"');
+  return result;
+}
+
+// --- content -------------------------------------------------------------------------------------
+
+HeaderValue& add_child(HeaderValue& record) {
+  HeaderValue& children = record.element(kPartBody);
+  children.push_back(HeaderValue::list(HeaderValue()));
+  return children.element(children.size() - 1);
+}
+
+void set_decoded_content(HeaderValue& record, ComPtr<IStream> stream) {
+  record.element(kPartDecoded) = HeaderValue::integer(1);
+  record.element(kPartBody) = HeaderValue::raw_stream(std::move(stream));
+}
+
+bool is_decoded(const HeaderValue& record) {
+  const HeaderValue& decoded = record[kPartDecoded];
+  return decoded.is(ValueKind::Integer) && decoded.number() != 0;
+}
+
+}  // namespace tallowbrook

@@ -1,0 +1,124 @@
+// Body part records: finding, making and changing what is in them, without any automation.
+//
+// A record is a `List` (field list, body, decoded flag); see the element indexes in
+// message_store.h. A record with fewer elements is read as if the missing ones were empty. None of
+// these functions notifies a message of a change.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "model/header_value.h"
+#include "model/message_owner.h"
+
+namespace tallowbrook {
+
+// Major types by number (RFC 2046), as Content-Type values hold them.
+inline constexpr std::int32_t kMultipart = 0;
+inline constexpr std::int32_t kText = 1;
+inline constexpr std::int32_t kApplication = 3;
+inline constexpr std::int32_t kMessage = 6;
+inline constexpr std::int32_t kMajorTypes = 7;
+// Minor types by number, each of its own major type.
+inline constexpr std::int32_t kDigest = 2;
+inline constexpr std::int32_t kOctetStream = 0;
+inline constexpr std::int32_t kRfc822 = 0;
+// Transfer encodings by number (RFC 2045 section 6).
+inline constexpr std::int32_t kSevenBit = 0;
+inline constexpr std::int32_t kQuotedPrintable = 1;
+inline constexpr std::int32_t kBase64 = 2;
+inline constexpr std::int32_t kEightBit = 3;
+inline constexpr std::int32_t kBinary = 4;
+inline constexpr std::int32_t kNoEncoding = -1;
+
+// --- names and numbers ---------------------------------------------------------------------------
+
+// A type's or encoding's name as it is stored: its number, or `Text` when it is in no table. Minor
+// names map to numbers whatever the major type is; an unknown encoding is kSevenBit.
+[[nodiscard]] HeaderValue major_from_name(std::string_view name);
+[[nodiscard]] HeaderValue minor_from_name(std::string_view name);
+[[nodiscard]] HeaderValue encoding_from_name(std::string_view name);
+
+// Names as a header writes them; empty for a number outside the table.
+[[nodiscard]] std::string_view major_name(std::int32_t major);
+[[nodiscard]] std::string_view minor_name(std::int32_t major, std::int32_t minor);
+[[nodiscard]] std::string_view encoding_name(std::int32_t encoding);
+// The minor type of a major one that was given none.
+[[nodiscard]] std::int32_t default_minor(std::int32_t major);
+
+// --- shared parts of a record --------------------------------------------------------------------
+
+// Makes `slot` a `List` unless it is one, and yields it shared by reference (pinned).
+[[nodiscard]] HeaderValue share_list(HeaderValue& slot);
+
+// The entry of a standard field, shared by reference; empty when there is none.
+[[nodiscard]] HeaderValue find_entry(HeaderValue& record, EntryName name);
+// The same; an absent one is appended with an empty value.
+[[nodiscard]] HeaderValue find_or_add_entry(HeaderValue& record, EntryName name);
+// The entry of the extension field with this name, whatever its letter case.
+[[nodiscard]] HeaderValue find_extension(HeaderValue& record, std::string_view name);
+[[nodiscard]] HeaderValue find_or_add_extension(HeaderValue& record, std::string_view name);
+
+// Forgets the text that an entry's value was read from: the value is about to change.
+void drop_source(HeaderValue& entry);
+// The entry's value to change; its source text is forgotten.
+[[nodiscard]] HeaderValue& edit_value(HeaderValue& entry);
+
+// The value of a standard field without looking into unparsed text; the shared empty value when
+// the field is absent or an entry before it is malformed.
+[[nodiscard]] const HeaderValue& field_value(const HeaderValue& record, EntryName name);
+
+// --- unparsed values -----------------------------------------------------------------------------
+
+// Parses a Content-Type or Content-Disposition that is still unparsed, keeping its text as the
+// entry's source. A text that does not parse stays.
+void resolve_field(HeaderValue& record, EntryName name, const MessageRef& message);
+// The value that such a text stands for; nothing when it does not parse. `message` may be gone.
+[[nodiscard]] std::optional<HeaderValue> parse_mime_field(EntryName name, std::string_view text,
+                                                          const MessageRef& message);
+
+// --- content type and parameters -----------------------------------------------------------------
+
+[[nodiscard]] bool is_multipart(const HeaderValue& record);
+[[nodiscard]] bool is_digest(const HeaderValue& record);
+// Content of this type and encoding is a message as it stands: message/rfc822 without a coding.
+[[nodiscard]] bool holds_message(const HeaderValue& content_type, const HeaderValue& encoding);
+// The number of the part's transfer encoding; kNoEncoding when it names none.
+[[nodiscard]] std::int32_t encoding_number(const HeaderValue& record);
+
+// The record's Content-Type becomes this major or minor type. A multipart gets a boundary.
+void set_major(HeaderValue& record, HeaderValue major);
+void set_minor(HeaderValue& record, HeaderValue minor);
+// Makes sure that a multipart Content-Type value has a boundary that can be written as a delimiter
+// line; an unusable one is replaced. True when the value changed.
+bool ensure_boundary(HeaderValue& content_type);
+// Text for a boundary, in double quotes: random, never met in real text.
+[[nodiscard]] std::string make_boundary();
+[[nodiscard]] bool is_usable_boundary(std::string_view boundary);
+
+// The parameters of a Content-Type or Content-Disposition entry, shared by reference; the value is
+// brought into shape where it is not.
+[[nodiscard]] HeaderValue share_parameters(HeaderValue& entry, std::size_t element);
+// The first parameter in map order whose name matches whatever its letter case; null when none.
+[[nodiscard]] const HeaderValue* find_parameter(const HeaderValue& parameters,
+                                                std::string_view name);
+
+// True when the text stands in double quotes: it begins with one that closes at its end.
+[[nodiscard]] bool is_quoted(std::string_view text);
+// The text without its double quotes and backslashes; any other text unchanged.
+[[nodiscard]] std::string unquoted(std::string_view text);
+// The text in double quotes, unless it stands in them already.
+[[nodiscard]] std::string quoted(std::string_view text);
+
+// --- content -------------------------------------------------------------------------------------
+
+// Appends a child to a multipart record and yields its slot.
+[[nodiscard]] HeaderValue& add_child(HeaderValue& record);
+// The content becomes `stream`'s, held decoded.
+void set_decoded_content(HeaderValue& record, platform::ComPtr<IStream> stream);
+[[nodiscard]] bool is_decoded(const HeaderValue& record);
+
+}  // namespace tallowbrook

@@ -1,0 +1,89 @@
+#include "writer/block_writer.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace tallowbrook {
+
+void BlockWriter::pass_on(std::string_view block) {
+  while (!block.empty() && !failed_) {
+    const auto size = static_cast<ULONG>(
+        std::min<std::size_t>(block.size(), std::numeric_limits<LONG>::max()));
+    failed_ = FAILED(target_.Write(block.data(), size, nullptr));
+    block.remove_prefix(size);
+  }
+}
+
+void BlockWriter::text(std::string_view bytes) {
+  if (bytes.empty()) return;
+  at_line_start_ = bytes.back() == '\n';
+  if (buffer_.size() + bytes.size() > kBlock) flush();
+  if (bytes.size() >= kBlock) {
+    pass_on(bytes);
+  } else {
+    buffer_.append(bytes);
+  }
+}
+
+void BlockWriter::raw(const HeaderValue& value) {
+  const HeaderValue held = value;  // a host's target may change the model while it is written to
+  if (held.raw_in_memory()) {
+    // Block by block through the buffer, the view taken anew each time: the target may be the very
+    // stream that holds the content.
+    const std::size_t size = held.raw_view().size();
+    for (std::size_t done = 0; done < size && !failed_; done += kBlock / 2) {
+      text(held.raw_view().substr(done, std::min(kBlock / 2, size - done)));
+    }
+    return;
+  }
+  const platform::ComPtr<IStream> source = held.stream();
+  if (!source || FAILED(source->Seek({0}, STREAM_SEEK_SET, nullptr))) return;
+  std::string block(65536, '\0');
+  while (true) {
+    ULONG got = 0;
+    const HRESULT status = source->Read(block.data(), static_cast<ULONG>(block.size()), &got);
+    if (FAILED(status) || got == 0) return;
+    text(std::string_view(block).substr(0, got));
+  }
+}
+
+void BlockWriter::close_line() {
+  if (!at_line_start_) text("\r\n");
+}
+
+bool BlockWriter::flush() {
+  pass_on(buffer_);
+  buffer_.clear();
+  return !failed_;
+}
+
+HRESULT BlockWriter::QueryInterface(REFIID iid, void** object) {
+  if (object == nullptr) return E_POINTER;
+  *object = nullptr;
+  if (iid != IUnknown::kIid && iid != ISequentialStream::kIid && iid != IStream::kIid) {
+    return E_NOINTERFACE;
+  }
+  *object = static_cast<IStream*>(this);
+  return S_OK;
+}
+
+HRESULT BlockWriter::Write(const void* pv, ULONG cb, ULONG* written) {
+  if (written != nullptr) *written = 0;
+  if (pv == nullptr) return STG_E_INVALIDPOINTER;
+  text({static_cast<const char*>(pv), cb});
+  if (failed_) return E_FAIL;
+  if (written != nullptr) *written = cb;
+  return S_OK;
+}
+
+HRESULT BlockWriter::Read(void*, ULONG, ULONG* read) {
+  if (read != nullptr) *read = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT BlockWriter::Clone(IStream** clone) {
+  if (clone != nullptr) *clone = nullptr;
+  return E_NOTIMPL;
+}
+
+}  // namespace tallowbrook

@@ -1,0 +1,57 @@
+// BlockWriter: collects what the writer puts out and hands it on in blocks.
+//
+// It is a stream itself, so that coders can write through it; all but Write is refused. It lives on
+// the stack of one save and counts no references. A failing target ends the output: what follows is
+// dropped, as the bytes behind a gap would be worth nothing.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "model/header_value.h"
+#include "platform/storage/stream.h"
+
+namespace tallowbrook {
+
+class BlockWriter final : public IStream {
+ public:
+  explicit BlockWriter(ISequentialStream& target) : target_(target) { buffer_.reserve(kBlock); }
+  BlockWriter(const BlockWriter&) = delete;
+  BlockWriter& operator=(const BlockWriter&) = delete;
+
+  void text(std::string_view bytes);
+  // All the content of a `Raw` value, whose stream is read from its start in blocks.
+  void raw(const HeaderValue& value);
+  // Begins a new line unless the output stands at the beginning of one.
+  void close_line();
+  // Hands on what is collected; false when a write failed, then or earlier.
+  bool flush();
+
+  HRESULT QueryInterface(REFIID iid, void** object) override;
+  ULONG AddRef() override { return 1; }
+  ULONG Release() override { return 1; }
+  HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
+  HRESULT Read(void*, ULONG, ULONG* read) override;
+  HRESULT Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
+  HRESULT SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
+  HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT Commit(DWORD) override { return E_NOTIMPL; }
+  HRESULT Revert() override { return E_NOTIMPL; }
+  HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
+  HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
+  HRESULT Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
+  HRESULT Clone(IStream** clone) override;
+
+ private:
+  static constexpr std::size_t kBlock = 16384;
+  void pass_on(std::string_view block);
+
+  ISequentialStream& target_;
+  std::string buffer_;
+  bool at_line_start_ = true;
+  bool failed_ = false;
+};
+
+}  // namespace tallowbrook

@@ -1,0 +1,208 @@
+#include "writer/part_fields.h"
+
+#include <string_view>
+#include <utility>
+
+#include "core/text.h"
+#include "model/header_text.h"
+
+namespace tallowbrook {
+namespace {
+
+// Parameters of types for messages held elsewhere (RFC 2046 section 5.2.3) that the parser reads
+// into numbers.
+constexpr std::string_view kAccessTypes[] = {"ftp",        "anon-ftp", "tftp",
+                                             "local-file", "afs",      "mail-server"};
+constexpr std::string_view kPermissions[] = {"read", "read-write"};
+
+// A name that cannot be mistaken for the end of a field or of the header.
+bool is_field_name(std::string_view name) {
+  return !name.empty() && name.front() != ' ' && name.front() != '\t' &&
+         name.find_first_of("\r\n:") == std::string_view::npos;
+}
+
+void append_parameter(std::string& text, std::string_view name, std::string_view value) {
+  if (value.empty()) return;
+  text.append(";\r\n\t").append(name).append("=").append(quoted(value));
+}
+
+// Appends one parameter as a reader of the message expects it: names for the parser's numbers.
+void append_value(std::string& text, std::string_view name, const HeaderValue& value) {
+  const auto number = static_cast<std::size_t>(value.number());
+  if (value.is(ValueKind::Integer) && name == "access" && number < std::size(kAccessTypes)) {
+    append_parameter(text, "access-type", kAccessTypes[number]);
+  } else if (value.is(ValueKind::Integer) && name == "permission" &&
+             number < std::size(kPermissions)) {
+    append_parameter(text, name, kPermissions[number]);
+  } else {
+    append_parameter(text, name, value.AsText());
+  }
+}
+
+// Parameters whose value is empty are left out. Of several boundaries, which names in other letter
+// cases would make, the one that delimiter lines are made of goes out.
+void append_parameters(std::string& text, const HeaderValue& parameters) {
+  const HeaderValue* boundary = find_parameter(parameters, "boundary");
+  for (const auto& [name, value] : parameters.entries()) {
+    if (&value != boundary && equals_ignoring_case(name, "boundary")) continue;
+    append_value(text, name, value);
+  }
+}
+
+bool is_blank(const HeaderValue& value) {
+  return !value.is_set() || (value.is(ValueKind::Text) && trim(value.text_view()).empty());
+}
+
+// "major/minor" of a Content-Type; false for a number outside the tables.
+bool type_text(const HeaderValue& type, std::string& text) {
+  const HeaderValue& major = type[kTypeMajor];
+  const HeaderValue& minor = type[kTypeMinor];
+  const bool known = major.is(ValueKind::Integer);
+  text = known ? std::string(major_name(major.number())) : major.AsText();
+  if (text.empty()) return false;
+  text.push_back('/');
+  std::string minor_text;
+  if (is_blank(minor)) {
+    minor_text = known ? minor_name(major.number(), default_minor(major.number())) : "unknown";
+  } else if (known && minor.is(ValueKind::Integer)) {
+    minor_text = minor_name(major.number(), minor.number());
+  } else {
+    minor_text = minor.AsText();
+  }
+  text.append(minor_text);
+  return !minor_text.empty();
+}
+
+class FieldWriter {
+ public:
+  FieldWriter(BlockWriter& out, HeaderValue& record, const MessageRef& message, PartFields& result)
+      : out_(out), record_(record), message_(message), result_(result) {}
+
+  HRESULT write() {
+    prepare();
+    const HeaderValue fields = record_[kPartFields];  // a host's target may change the model
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      const HRESULT status = write_entry(fields[i]);
+      if (FAILED(status)) return status;
+    }
+    return S_OK;
+  }
+
+ private:
+  // The lasting effects on the model, and what the fields mean together.
+  void prepare() {
+    if (is_multipart(record_)) {
+      HeaderValue entry = find_entry(record_, EntryName::ContentType);
+      HeaderValue& type = entry.element(kEntryValue);
+      if (ensure_boundary(type)) drop_source(entry);
+      result_.multipart = true;
+      result_.boundary = unquoted(find_parameter(type[kTypeParameters], "boundary")->AsText());
+    }
+    name_disposition();
+    const HeaderValue& encoding = field_value(record_, EntryName::ContentTransferEncoding);
+    skip_encoding_ = result_.multipart
+                         ? encoding.is_integer(kQuotedPrintable) || encoding.is_integer(kBase64)
+                         : encoding.is_set() && holds_message(content_type(), encoding);
+    if (!skip_encoding_) result_.encoding = encoding_number(record_);
+  }
+
+  void name_disposition() {
+    const HeaderValue& value = field_value(record_, EntryName::ContentDisposition);
+    if (value.size() == 0 || !is_blank(value[kDispositionValue]) ||
+        value[kDispositionParameters].entries().empty()) {
+      return;
+    }
+    HeaderValue entry = find_entry(record_, EntryName::ContentDisposition);
+    if (entry[kEntrySource].is_set()) return;
+    entry.element(kEntryValue).element(kDispositionValue) = HeaderValue::text("attachment");
+  }
+
+  // The Content-Type value; an unparsed one is looked into when it may name a message.
+  HeaderValue content_type() {
+    const HeaderValue& value = field_value(record_, EntryName::ContentType);
+    if (!value.is(ValueKind::Raw)) return value;
+    const std::string text = to_lower(value.raw_text());
+    if (text.find("message") == text.npos && text.find("rfc822") == text.npos) return value;
+    return parse_mime_field(EntryName::ContentType, text, message_).value_or(value);
+  }
+
+  HRESULT write_entry(const HeaderValue& entry) {
+    if (entry.size() < 2 || !entry[kEntryName].is(ValueKind::Text)) return E_FAIL;
+    const std::string_view name = entry[kEntryName].text_view();
+    const HeaderValue& value = entry[kEntryValue];
+    if (!value.is_set()) return S_OK;
+    if (name == entry_name_text(EntryName::ExtField)) return write_extension(value);
+    if (name == entry_name_text(EntryName::ContentTransferEncoding)) return write_encoding(value);
+    if (entry[kEntrySource].is_set()) {
+      write_line(name, entry[kEntrySource].AsText());
+    } else if (name == entry_name_text(EntryName::ContentType)) {
+      return write_type(value);
+    } else if (name == entry_name_text(EntryName::ContentDisposition)) {
+      write_disposition(value);
+    } else if (name == entry_name_text(EntryName::ContentDescription) ||
+               name == entry_name_text(EntryName::ContentID)) {
+      write_line(name, value.AsText());
+    }
+    return S_OK;
+  }
+
+  HRESULT write_extension(const HeaderValue& field) {
+    if (field.size() < 2 || !field[1].is(ValueKind::Raw)) return E_FAIL;
+    const std::string_view name = field[0].text_view();
+    if (is_field_name(name)) write_line(name, field[1].AsText());
+    return S_OK;
+  }
+
+  HRESULT write_encoding(const HeaderValue& value) {
+    if (skip_encoding_ || is_blank(value)) return S_OK;
+    const bool known = value.is(ValueKind::Integer);
+    if (known && encoding_name(value.number()).empty()) return E_FAIL;
+    write_line(entry_name_text(EntryName::ContentTransferEncoding),
+               known ? std::string(encoding_name(value.number())) : value.AsText());
+    return S_OK;
+  }
+
+  HRESULT write_type(const HeaderValue& value) {
+    std::string text;
+    if (!value.is(ValueKind::List)) {
+      text = value.AsText();
+    } else if (!value[kTypeMajor].is_set()) {
+      return S_OK;
+    } else if (!type_text(value, text)) {
+      return E_FAIL;
+    }
+    append_parameters(text, value[kTypeParameters]);
+    write_line(entry_name_text(EntryName::ContentType), text);
+    return S_OK;
+  }
+
+  void write_disposition(const HeaderValue& value) {
+    std::string text = value.is(ValueKind::List) ? value[kDispositionValue].AsText()
+                                                 : value.AsText();
+    if (value.is(ValueKind::List) && text.empty()) return;
+    append_parameters(text, value[kDispositionParameters]);
+    write_line(entry_name_text(EntryName::ContentDisposition), text);
+  }
+
+  void write_line(std::string_view name, std::string_view text) {
+    out_.text(name);
+    out_.text(": ");
+    out_.text(folded(text));
+    out_.text("\r\n");
+  }
+
+  BlockWriter& out_;
+  HeaderValue& record_;
+  const MessageRef& message_;
+  PartFields& result_;
+  bool skip_encoding_ = false;
+};
+
+}  // namespace
+
+HRESULT write_part_fields(BlockWriter& out, HeaderValue& record, const MessageRef& message,
+                          PartFields& result) {
+  return FieldWriter(out, record, message, result).write();
+}
+
+}  // namespace tallowbrook
