@@ -1,0 +1,78 @@
+// Text in blocks: runs of ASCII, UTF-8 and UTF-16 sequences, and where converted text goes.
+// Internal to the kernel room.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+namespace tallowbrook::platform {
+
+inline constexpr char16_t kReplacement = 0xFFFD;
+
+// Takes converted text: keeps what fits in the room it was given and counts all of it, so that one
+// pass with no room measures.
+template <class Unit>
+class Output {
+ public:
+  Output(Unit* room, std::size_t capacity) : room_(room), capacity_(capacity) {}
+
+  [[nodiscard]] std::size_t count() const { return count_; }
+  [[nodiscard]] bool fits() const { return count_ <= capacity_; }
+
+  void put(Unit unit) {
+    if (count_ < capacity_) room_[count_] = unit;
+    ++count_;
+  }
+
+  // Units of another width whose values all fit in `Unit`.
+  template <class Source>
+  void put_run(const Source* run, std::size_t length) {
+    const std::size_t kept = std::min(length, capacity_ - std::min(capacity_, count_));
+    if (kept != 0) widen_or_narrow(run, kept, room_ + count_);
+    count_ += length;
+  }
+
+ private:
+  // Blocks of a fixed size, which the compiler turns into vector moves.
+  template <class Source>
+  static void widen_or_narrow(const Source* from, std::size_t length, Unit* to) {
+    constexpr std::size_t kBlock = 16;
+    for (; length >= kBlock; length -= kBlock, from += kBlock, to += kBlock) {
+      for (std::size_t i = 0; i < kBlock; ++i) to[i] = static_cast<Unit>(from[i]);
+    }
+    for (std::size_t i = 0; i < length; ++i) to[i] = static_cast<Unit>(from[i]);
+  }
+
+  Unit* room_;
+  std::size_t capacity_;
+  std::size_t count_ = 0;
+};
+
+using WideOutput = Output<char16_t>;
+using ByteOutput = Output<char>;
+
+// The number of units below 0x80 at the start of the text.
+[[nodiscard]] std::size_t ascii_run(std::string_view text);
+[[nodiscard]] std::size_t ascii_run(std::u16string_view text);
+
+[[nodiscard]] constexpr bool is_high_surrogate(char32_t unit) { return (unit >> 10) == 0x36; }
+[[nodiscard]] constexpr bool is_low_surrogate(char32_t unit) { return (unit >> 10) == 0x37; }
+
+// One character and the units it took. An ill-formed sequence is not `valid`; its length is that
+// of its maximal part, at least 1.
+struct Character {
+  char32_t point;
+  std::size_t length;
+  bool valid;
+};
+
+// The first character of a text that is not empty. For UTF-16, a lone surrogate is not valid and
+// its point is the surrogate.
+[[nodiscard]] Character first_utf8(std::string_view text);
+[[nodiscard]] Character first_utf16(std::u16string_view text);
+
+void put_utf8(char32_t point, ByteOutput& out);
+void put_utf16(char32_t point, WideOutput& out);
+
+}  // namespace tallowbrook::platform
