@@ -24,6 +24,10 @@ namespace tallowbrook {
 [[nodiscard]] bool starts_ignoring_case(std::string_view text, std::string_view prefix);
 [[nodiscard]] std::string to_lower(std::string_view text);
 
+// The text with its quoted strings (RFC 5322 section 3.2.4) reduced to what they stand for: double
+// quotes go, and inside them a backslash gives way to the character behind it.
+[[nodiscard]] std::string remove_quotes(std::string_view text);
+
 // `text` without the TABs, spaces, LFs and CRs at both ends.
 [[nodiscard]] std::string_view trim(std::string_view text);
 

@@ -26,7 +26,8 @@ struct ParseRun {
   bool full_load = true;
   // Content-Type (other than multipart) and Content-Disposition stay unparsed.
   bool defer_mime = true;
-  bool failed = false;  // set by the error report
+  bool failed = false;         // set by the error report
+  HRESULT read_status = S_OK;  // the first failure of the input's Read
 };
 
 // Runs the parser over `stream`. E_INVALIDARG for a null stream, E_ABORT when the input has a

@@ -1,0 +1,337 @@
+#include "parser/actions.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "core/text.h"
+#include "parser/report.h"
+#include "parser/scanner.h"
+
+namespace tallowbrook {
+namespace {
+
+constexpr std::string_view kNoDate = "<no date>";
+
+// The text of words that `dotted` collected, in their order.
+HeaderValue joined(HeaderValue words) {
+  if (!words.is(ValueKind::List)) return words;
+  HeaderValue text = HeaderValue::text({});
+  for (std::size_t i = words.size(); i-- > 0;) {
+    text.AppendText(words[i].text_view());
+    if (i > 0) text.AppendChar('.');
+  }
+  return text;
+}
+
+HeaderValue text_of(std::string_view before, const HeaderValue& middle, std::string_view after) {
+  HeaderValue text = HeaderValue::text(before);
+  text.AppendText(middle.text_view());
+  text.AppendText(after);
+  return text;
+}
+
+// A subtype that only names its major type: plain, jpeg, octet-stream, basic, mpeg, rfc822.
+std::int32_t default_subtype(Major major) { return major == Major::Image ? 1 : 0; }
+
+}  // namespace
+
+void Actions::start(ParseRun& run) {
+  run_ = &run;
+  in_uuencode_ = false;
+}
+
+// --- the message and its field list --------------------------------------------------------------
+
+void Actions::message(HeaderValue fields) {
+  if (run_->full_load) run_->store->store_root(HeaderValue::list(std::move(fields)));
+}
+
+void Actions::message(HeaderValue fields, HeaderValue& body) {
+  if (run_->full_load) {
+    run_->store->store_root(HeaderValue::list(std::move(fields), std::move(body)));
+  }
+}
+
+HeaderValue Actions::first_field(HeaderValue field) {
+  return field.is_set() ? HeaderValue::list(std::move(field)) : HeaderValue::list();
+}
+
+// A field that went to a slot is empty here and leaves no entry.
+HeaderValue Actions::next_field(HeaderValue fields, HeaderValue& field) {
+  if (field.is_set()) fields.push_back(std::move(field));
+  return fields;
+}
+
+HeaderValue Actions::entry(EntryName name, HeaderValue value) {
+  return HeaderValue::list(entry_name(name), std::move(value));
+}
+
+HeaderValue Actions::extension_field(HeaderValue name, HeaderValue& value) {
+  return entry(EntryName::ExtField, HeaderValue::list(std::move(name), std::move(value)));
+}
+
+// --- stores --------------------------------------------------------------------------------------
+
+HeaderValue Actions::store(SlotId slot, HeaderValue& value) {
+  if (run_->target != nullptr) {
+    *run_->target = std::move(value);
+  } else {
+    run_->store->store_field(slot, std::move(value));
+  }
+  return {};
+}
+
+void Actions::single(HeaderValue& value) {
+  if (run_->target != nullptr) *run_->target = std::move(value);
+}
+
+void Actions::received(HeaderValue& parameters, HeaderValue& date) {
+  if (run_->target != nullptr) {
+    *run_->target = HeaderValue::list(std::move(parameters), std::move(date));
+  } else {
+    run_->store->add_received(std::move(parameters), std::move(date));
+  }
+}
+
+void Actions::received(HeaderValue& parameters) {
+  HeaderValue date = HeaderValue::text(kNoDate);
+  received(parameters, date);
+}
+
+void Actions::received_date(HeaderValue& date) {
+  HeaderValue parameters = HeaderValue::map();
+  received(parameters, date);
+}
+
+void Actions::received() {
+  HeaderValue date = HeaderValue::text(kNoDate);
+  received_date(date);
+}
+
+void Actions::raw_received(HeaderValue& raw) {
+  if (run_->target == nullptr) run_->store->add_raw_received(std::move(raw));
+}
+
+void Actions::version(const HeaderValue& major, const HeaderValue& minor) {
+  if (run_->target == nullptr) run_->store->store_mime_version(major.number(), minor.number());
+}
+
+void Actions::version(const HeaderValue& major) { version(major, HeaderValue::integer(0)); }
+
+void Actions::version() { version(HeaderValue::integer(1)); }
+
+// --- joining -------------------------------------------------------------------------------------
+
+HeaderValue Actions::append(HeaderValue value, HeaderValue& next) {
+  value.Append(std::move(next));
+  return value;
+}
+
+HeaderValue Actions::first_entry(HeaderValue value) {
+  HeaderValue map = HeaderValue::map();
+  map.Append(std::move(value));
+  return map;
+}
+
+// --- addresses -----------------------------------------------------------------------------------
+
+HeaderValue Actions::mailbox(HeaderValue address, HeaderValue name) {
+  return HeaderValue::address(std::move(address), std::move(name));
+}
+
+HeaderValue Actions::empty_group(HeaderValue name) {
+  return HeaderValue::address(HeaderValue::text({}), std::move(name));
+}
+
+HeaderValue Actions::route_addr(HeaderValue& address) { return text_of("<", address, ">"); }
+
+HeaderValue Actions::route_addr(HeaderValue& route, HeaderValue& address) {
+  HeaderValue text = text_of("<", route, address.text_view());
+  text.AppendChar('>');
+  return text;
+}
+
+HeaderValue Actions::route_addr() { return HeaderValue::text("<>"); }
+
+HeaderValue Actions::route(HeaderValue& domain) {
+  return text_of("@", joined(std::move(domain)), ":");
+}
+
+HeaderValue Actions::addr_spec(HeaderValue local_part, HeaderValue& domain) {
+  HeaderValue text = joined(std::move(local_part));
+  text.AppendChar('@');
+  text.AppendText(joined(std::move(domain)).text_view());
+  return text;
+}
+
+HeaderValue Actions::addr_spec(HeaderValue local_part) { return joined(std::move(local_part)); }
+
+HeaderValue Actions::dotted(HeaderValue first, HeaderValue& rest) {
+  HeaderValue words =
+      rest.is(ValueKind::List) ? std::move(rest) : HeaderValue::list(std::move(rest));
+  words.push_back(std::move(first));
+  return words;
+}
+
+HeaderValue Actions::phrase(HeaderValue words, HeaderValue& word) {
+  words.AppendChar(' ');
+  words.AppendText(word.text_view());
+  return words;
+}
+
+HeaderValue Actions::list_word(HeaderValue& word) { return HeaderValue::raw(word.text_view()); }
+
+HeaderValue Actions::more_words(HeaderValue words, HeaderValue& word) {
+  words.AppendChar(' ');
+  words.Append(std::move(word));
+  return words;
+}
+
+// --- dates ---------------------------------------------------------------------------------------
+
+HeaderValue Actions::date_time(const HeaderValue& date, const HeaderValue& time) {
+  DateFields fields = date.date();
+  fields.hour = time.date().hour;
+  fields.minute = time.date().minute;
+  fields.second = time.date().second;
+  return HeaderValue::date_time(fields, time.zone());
+}
+
+// A year of two digits is one of the twentieth century.
+HeaderValue Actions::date(const HeaderValue& day, const HeaderValue& month,
+                          const HeaderValue& year) {
+  const std::int32_t full_year = year.number() < 100 ? year.number() + 1900 : year.number();
+  return HeaderValue::date_time({.day = day.number(), .month = month.number(), .year = full_year},
+                                {});
+}
+
+HeaderValue Actions::time(const HeaderValue& hour, const HeaderValue& zone) {
+  const DateFields& f = hour.date();
+  return HeaderValue::time_of_day(f.hour, f.minute, f.second, zone.text_view());
+}
+
+HeaderValue Actions::time(const HeaderValue& hour) { return hour; }
+
+HeaderValue Actions::zone_only(const HeaderValue& zone) {
+  return HeaderValue::time_of_day(0, 0, 0, zone.text_view());
+}
+
+HeaderValue Actions::hour(const HeaderValue& hour, const HeaderValue& minute,
+                          const HeaderValue& second) {
+  return HeaderValue::time_of_day(hour.number(), minute.number(), second.number(), {});
+}
+
+HeaderValue Actions::hour(const HeaderValue& h, const HeaderValue& minute) {
+  return hour(h, minute, HeaderValue::integer(0));
+}
+
+HeaderValue Actions::numeric_zone(const HeaderValue& zone) {
+  char text[16];
+  std::snprintf(text, sizeof text, "%04d", static_cast<int>(zone.number()));
+  return HeaderValue::text(text);
+}
+
+// --- bodies --------------------------------------------------------------------------------------
+
+HeaderValue Actions::empty_body() { return HeaderValue::raw(); }
+
+HeaderValue Actions::first_line(HeaderValue line) {
+  HeaderValue body = HeaderValue::raw_content();
+  body.Append(std::move(line));
+  return body;
+}
+
+HeaderValue Actions::first_begin_line(HeaderValue line) {
+  HeaderValue body = first_line(std::move(line));
+  body.set_begin_line();
+  return body;
+}
+
+HeaderValue Actions::next_begin_line(HeaderValue body, HeaderValue& line) {
+  body.Append(std::move(line));
+  body.set_begin_line();
+  return body;
+}
+
+HeaderValue Actions::uu_start() {
+  in_uuencode_ = false;
+  return HeaderValue::list(HeaderValue::raw_content());
+}
+
+HeaderValue Actions::uu_text(HeaderValue blocks, HeaderValue line) {
+  if (in_uuencode_) {
+    blocks.element(blocks.size() - 1).element(1).Append(std::move(line));
+  } else {
+    blocks.element(0).Append(std::move(line));
+  }
+  return blocks;
+}
+
+HeaderValue Actions::uu_begin(HeaderValue blocks, HeaderValue line) {
+  in_uuencode_ = true;
+  HeaderValue begin_line = HeaderValue::text(line.text_view());
+  blocks.push_back(HeaderValue::list(std::move(begin_line), HeaderValue::raw_content()));
+  return blocks;
+}
+
+HeaderValue Actions::uu_end(HeaderValue blocks, HeaderValue&) {
+  in_uuencode_ = false;
+  return blocks;
+}
+
+// --- content types and parameters ----------------------------------------------------------------
+
+HeaderValue Actions::type(Major major) {
+  return type(major, HeaderValue::integer(default_subtype(major)));
+}
+
+HeaderValue Actions::type(Major major, HeaderValue& subtype) {
+  return HeaderValue::list(HeaderValue::integer(static_cast<std::int32_t>(major)),
+                           std::move(subtype));
+}
+
+// A multipart without a usable boundary is a text body (the scanner decided the same when the
+// value ended).
+HeaderValue Actions::multipart_type(HeaderValue subtype, HeaderValue& parameters) {
+  const HeaderValue* boundary = parameters.entries().find("boundary");
+  if (boundary == nullptr || !boundary->is(ValueKind::Text)) return type(Major::Text);
+  return HeaderValue::list(HeaderValue::integer(static_cast<std::int32_t>(Major::Multipart)),
+                           std::move(subtype), std::move(parameters));
+}
+
+HeaderValue Actions::parameter(std::string_view name, HeaderValue& value) {
+  return HeaderValue::address(HeaderValue::text(name), std::move(value));
+}
+
+HeaderValue Actions::parameter(std::string_view name) {
+  return HeaderValue::address(HeaderValue::text(name), {});
+}
+
+HeaderValue Actions::named_parameter(HeaderValue name, HeaderValue& value) {
+  return parameter(to_lower(name.text_view()), value);
+}
+
+HeaderValue Actions::named_parameter(HeaderValue name) {
+  return parameter(to_lower(name.text_view()));
+}
+
+HeaderValue Actions::permission(std::int32_t value) {
+  HeaderValue number = HeaderValue::integer(value);
+  return parameter("permission", number);
+}
+
+HeaderValue Actions::charset(HeaderValue& value) {
+  HeaderValue lower = HeaderValue::text(to_lower(value.text_view()));
+  return parameter("charset", lower);
+}
+
+HeaderValue Actions::boundary(HeaderValue& value) {
+  scanner_.note_boundary(value.text_view());
+  return parameter("boundary", value);
+}
+
+void Actions::syntax_error(const std::string& text, long line) {
+  ReportParseError(*run_, text, line);
+}
+
+}  // namespace tallowbrook

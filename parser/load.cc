@@ -1,0 +1,181 @@
+#include "parser/load.h"
+
+#include <array>
+#include <utility>
+
+#include "core/text.h"
+#include "parser/actions.h"
+#include "parser/grammar.h"
+#include "parser/report.h"
+#include "parser/scanner.h"
+#include "platform/automation/dispatch.h"
+#include "platform/kernel/handles.h"
+#include "platform/kernel/message_queue.h"
+#include "platform/kernel/thread.h"
+#include "platform/kernel/wait.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+
+constexpr std::size_t kInstances = 10;
+
+// One scanner and parser with their state and buffers, which are kept from load to load.
+struct ParserInstance {
+  Scanner scanner;
+  Actions actions{scanner};
+  GrammarParser parser{scanner, actions};
+};
+
+// Runs the instance over the run's input, to the end or to the first error.
+void run_instance(ParserInstance& instance, ParseRun& run) {
+  run.failed = false;
+  run.read_status = S_OK;
+  try {
+    instance.scanner.start(run);
+    instance.actions.start(run);
+    (void)instance.parser.parse();
+  } catch (const CDecoderException& failure) {
+    ReportParseError(run, failure.what(), -1);
+  }
+}
+
+// The ten instances and their mutexes, which live as long as the library is loaded.
+class ParserPool {
+ public:
+  ParserPool() {
+    for (Entry& entry : entries_) entry.mutex = CreateMutexW(nullptr, FALSE, nullptr);
+  }
+  ~ParserPool() {
+    for (Entry& entry : entries_) CloseHandle(entry.mutex);
+  }
+  ParserPool(const ParserPool&) = delete;
+  ParserPool& operator=(const ParserPool&) = delete;
+
+  // Runs on the first free instance. A caller that finds none lowers its thread's priority and
+  // keeps trying; it has its priority back when it runs.
+  void run(ParseRun& run) {
+    Entry& entry = acquire();
+    const Release release{entry.mutex};
+    run_instance(entry.instance, run);
+  }
+
+ private:
+  struct Entry {
+    HANDLE mutex = nullptr;
+    ParserInstance instance;
+  };
+  struct Release {
+    HANDLE mutex;
+    ~Release() { ReleaseMutex(mutex); }
+  };
+
+  Entry& acquire() {
+    const HANDLE thread = GetCurrentThread();
+    const int priority = GetThreadPriority(thread);
+    for (;;) {
+      for (Entry& entry : entries_) {
+        if (!WaitOrPump(entry.mutex, 0, true)) continue;
+        if (GetThreadPriority(thread) != priority) SetThreadPriority(thread, priority);
+        return entry;
+      }
+      if (GetThreadPriority(thread) == priority) {
+        SetThreadPriority(thread, THREAD_PRIORITY_LOWEST);
+      }
+    }
+  }
+
+  std::array<Entry, kInstances> entries_;
+};
+
+ParserPool g_pool;
+
+// Loads that this thread is inside of. A mutex would hand its owner the same instance once more, so
+// a load within a load gets an instance of its own.
+thread_local int t_running = 0;
+
+struct Running {
+  Running() { ++t_running; }
+  ~Running() { --t_running; }
+};
+
+}  // namespace
+
+HRESULT DispatchParse(ParseRun& run, ISequentialStream* stream) {
+  if (stream == nullptr) return E_INVALIDARG;
+  const ComPtr<ISequentialStream> input(stream);
+  run.input = stream;
+  {
+    const bool nested = t_running > 0;
+    const Running running;
+    if (nested) {
+      ParserInstance spare;
+      run_instance(spare, run);
+    } else {
+      g_pool.run(run);
+    }
+  }
+  run.input = nullptr;
+  if (FAILED(run.read_status)) {
+    run.failed = true;
+    if (run.full_load) set_error_description("The message could not be read to its end");
+    return run.read_status;
+  }
+  return run.failed ? E_ABORT : S_OK;
+}
+
+HRESULT parse_field(std::string_view name, std::string_view text, HeaderValue& value) {
+  const std::string_view separator = name == kPseudoUuencode ? "\r\n" : ": ";
+  CISSHelper input;
+  input.reserve(static_cast<ULONG>(name.size() + text.size() + 8));
+  for (const std::string_view piece : {name, separator, text, std::string_view("\r\n.\r\n")}) {
+    input.write(piece);
+  }
+  HeaderValue parsed;
+  ParseRun run{.target = &parsed, .full_load = false, .defer_mime = false};
+  const HRESULT status = DispatchParse(run, &input);
+  if (SUCCEEDED(status)) value = std::move(parsed);
+  return status;
+}
+
+HRESULT parse_received(std::string_view text, HeaderValue& parameters, HeaderValue& date) {
+  HeaderValue record;
+  const HRESULT status = parse_field("Received", text, record);
+  if (FAILED(status)) return status;
+  parameters = record[0].is(ValueKind::AddressMap) ? record[0] : HeaderValue::map();
+  date = record[1];
+  return S_OK;
+}
+
+bool WaitOrPump(HANDLE handle, DWORD milliseconds, bool pump) {
+  if (handle == nullptr) return false;
+  for (;;) {
+    const DWORD result =
+        pump ? MsgWaitForMultipleObjects(1, &handle, FALSE, milliseconds, QS_ALLINPUT)
+             : WaitForSingleObject(handle, milliseconds);
+    if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED_0) return true;
+    if (result == WAIT_TIMEOUT || result == WAIT_FAILED) return false;
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    }
+  }
+}
+
+void ReportParseError(ParseRun& run, const std::string& hint, long line) {
+  run.failed = true;
+  if (!run.full_load) return;
+  if (run.input != nullptr && run.raw_copy != nullptr) run.raw_copy->append_from(*run.input);
+  set_error_description(hint + " in Line " + std::to_string(line));
+}
+
+void set_error_description(const std::string& description) {
+  ComPtr<ICreateErrorInfo> info;
+  if (FAILED(CreateErrorInfo(info.out()))) return;
+  info->SetDescription(to_wide(description).c_str());
+  SetErrorInfo(0, info.query<IErrorInfo>().get());
+}
+
+}  // namespace tallowbrook

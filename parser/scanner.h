@@ -1,0 +1,114 @@
+// The lexical scanner: bytes of a message to tokens of the grammar.
+//
+// A re-entrant object; all its state is here, and its buffers are kept between runs.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/header_value.h"
+#include "parser/load.h"
+
+namespace tallowbrook {
+
+class Scanner {
+ public:
+  Scanner();
+  ~Scanner();
+  Scanner(const Scanner&) = delete;
+  Scanner& operator=(const Scanner&) = delete;
+
+  // Forgets everything of the run before: header fields, at line start, line 1, no boundaries.
+  void start(ParseRun& run);
+
+  // The next token: a code of the grammar, a literal character, or 0 at the end of the message.
+  // `value` receives the token's value; a token without one has the empty value. A body line's
+  // value looks into the scanner's buffer and is gone with the next call.
+  [[nodiscard]] int next(HeaderValue& value);
+
+  // The number of line ends consumed, plus 1.
+  [[nodiscard]] long line() const { return line_; }
+
+  // Called by the action of a boundary parameter. The first one of a multipart type becomes the
+  // multipart's boundary when the type's value ends.
+  void note_boundary(std::string_view value);
+
+ private:
+  struct Boundary {
+    std::string text;
+    bool seen = false;  // a delimiter of it was met
+  };
+  enum class Match { kMismatch, kDelimiter, kClose };
+  // How far the value of a multipart Content-Type has been read.
+  enum class TypeValue { kNone, kOpen, kMultipart, kEnding };
+
+  int scan(HeaderValue& value);
+  void settle();
+  int enter(int token, int condition);
+  int enter_field(int token, int condition, bool deferred);
+  int enter_type(int token, bool multipart);
+  int extension_field(HeaderValue& value);
+  int take_body_token();
+  int header_end();
+  int header_delimiter();
+  int header_end_of_data();
+
+  [[nodiscard]] Match recognise(std::string_view line);
+  int body_delimiter(HeaderValue& value);
+  int body_end_of_data();
+  void push_boundary(std::string_view value);
+  int end_type_value();
+
+  int plain_body(HeaderValue& value);
+  int raw_field(HeaderValue& value);
+  bool find_raw_end(std::size_t& content_end, std::size_t& seen);
+  int line(HeaderValue& value, int token);
+  int word(HeaderValue& value, int token);
+  int atom(HeaderValue& value);
+  void begin_text(HeaderValue& value, int condition);
+  int end_text(int token);
+  int number(HeaderValue& value, int token, std::int32_t number);
+  int digits(HeaderValue& value);
+  int zone(HeaderValue& value, std::string_view offset);
+  void abandon_comment();
+
+  void push(int condition);
+  void pop();
+  [[nodiscard]] bool under_received() const;
+  void keep_blank_line();
+  void back_to_line_end();
+  void back(std::size_t bytes) { cursor_ -= bytes; }
+  void back_all() { cursor_ = token_; }
+  [[nodiscard]] std::string_view matched() const {
+    return {token_, static_cast<std::size_t>(cursor_ - token_)};
+  }
+  [[nodiscard]] bool refill();
+  [[nodiscard]] bool have(std::size_t offset);
+
+  ParseRun* run_ = nullptr;
+
+  // The buffer holds [token_, limit_) and a zero byte behind it, which no message byte equals.
+  char* buffer_ = nullptr;
+  std::size_t capacity_ = 0;
+  const char* token_ = nullptr;   // start of the text being matched
+  const char* cursor_ = nullptr;  // the next byte to look at
+  const char* marker_ = nullptr;  // where the longest match so far ends
+  const char* limit_ = nullptr;   // the end of what was read
+
+  int condition_ = 0;
+  std::vector<std::uint8_t> conditions_;
+  std::vector<Boundary> boundaries_;
+  int pending_body_token_ = -1;
+  int comment_depth_ = 0;
+  bool at_line_start_ = true;
+  bool in_part_ = false;  // a delimiter was met: header fields belong to a part
+  TypeValue type_value_ = TypeValue::kNone;
+  bool boundary_noted_ = false;
+  std::string noted_boundary_;
+  long line_ = 1;
+};
+
+}  // namespace tallowbrook
