@@ -1,6 +1,8 @@
 #include "core/text.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <new>
 
@@ -14,52 +16,28 @@ constexpr std::string_view kBlanks = "\t\n\r ";
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-// The conversions count in ints.
-template <class Text>
-int length_of(const Text& text) {
-  if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    throw std::bad_alloc();
-  }
-  return static_cast<int>(text.size());
-}
-
 }  // namespace
 
-std::u16string to_wide(std::string_view ansi) {
-  if (is_ascii(ansi)) return {ansi.begin(), ansi.end()};
-  const int length = length_of(ansi);
-  const int count = MultiByteToWideChar(CP_ACP, 0, ansi.data(), length, nullptr, 0);
-  std::u16string wide(static_cast<std::size_t>(std::max(count, 0)), u'\0');
-  MultiByteToWideChar(CP_ACP, 0, ansi.data(), length, wide.data(), count);
-  return wide;
-}
+std::u16string to_wide(std::string_view ansi) { return platform::widen(CP_ACP, ansi); }
 
-std::string to_ansi(std::u16string_view wide) {
-  if (std::all_of(wide.begin(), wide.end(), [](char16_t c) { return c < 0x80; })) {
-    std::string ansi(wide.size(), '\0');
-    std::transform(wide.begin(), wide.end(), ansi.begin(),
-                   [](char16_t c) { return static_cast<char>(c); });
-    return ansi;
-  }
-  const int length = length_of(wide);
-  const int count =
-      WideCharToMultiByte(CP_ACP, 0, wide.data(), length, nullptr, 0, nullptr, nullptr);
-  std::string ansi(static_cast<std::size_t>(std::max(count, 0)), '\0');
-  WideCharToMultiByte(CP_ACP, 0, wide.data(), length, ansi.data(), count, nullptr, nullptr);
-  return ansi;
-}
+std::string to_ansi(std::u16string_view wide) { return platform::narrow(CP_ACP, wide); }
 
 platform::Bstr to_bstr(std::string_view ansi) {
   if (!is_ascii(ansi)) return platform::Bstr(to_wide(ansi));
-  auto text = platform::Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(length_of(ansi))));
+  if (ansi.size() > std::numeric_limits<UINT>::max() / sizeof(OLECHAR)) throw std::bad_alloc();
+  auto text = platform::Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(ansi.size())));
   if (text.get() == nullptr) throw std::bad_alloc();
   std::copy(ansi.begin(), ansi.end(), text.get());
   return text;
 }
 
 bool is_ascii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+  std::uint64_t word = 0;
+  for (; text.size() >= sizeof(word); text.remove_prefix(sizeof(word))) {
+    std::memcpy(&word, text.data(), sizeof(word));
+    if ((word & 0x8080808080808080) != 0) return false;
+  }
+  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
 bool equals_ignoring_case(std::string_view a, std::string_view b) {

@@ -1,0 +1,224 @@
+#include "collections/variant_stream.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <string>
+
+#include "platform/automation/dispatch.h"
+#include "platform/com/activation.h"
+
+namespace tallowbrook {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "the stream format is little-endian");
+
+constexpr int kMostNested = 64;
+constexpr DWORD kAnyServer = CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER;
+
+// Objects may load further objects from the same stream: counts how deep this thread stands in
+// them.
+class Nesting {
+ public:
+  Nesting() { ++depth_; }
+  ~Nesting() { --depth_; }
+  Nesting(const Nesting&) = delete;
+  Nesting& operator=(const Nesting&) = delete;
+  [[nodiscard]] static bool too_deep() { return depth_ > kMostNested; }
+
+ private:
+  static inline thread_local int depth_ = 0;
+};
+
+// The size of a value that is stored as it stands in the VARIANT; 0 for any other type.
+ULONG plain_size(VARTYPE type) {
+  switch (type) {
+    case VT_I1:
+    case VT_UI1:
+      return 1;
+    case VT_I2:
+    case VT_UI2:
+    case VT_BOOL:
+      return 2;
+    case VT_I4:
+    case VT_UI4:
+    case VT_INT:
+    case VT_UINT:
+    case VT_R4:
+    case VT_ERROR:
+      return 4;
+    case VT_I8:
+    case VT_UI8:
+    case VT_R8:
+    case VT_CY:
+    case VT_DATE:
+      return 8;
+    default:
+      return 0;
+  }
+}
+
+HRESULT write_text(IStream& stream, std::u16string_view text) {
+  constexpr OLECHAR kEnd = 0;
+  const auto bytes = static_cast<ULONG>(text.size() * sizeof(OLECHAR));
+  const auto length = static_cast<ULONG>(bytes + sizeof(kEnd));
+  HRESULT status = write_exactly(stream, &length, sizeof(length));
+  if (SUCCEEDED(status)) status = write_exactly(stream, text.data(), bytes);
+  if (SUCCEEDED(status)) status = write_exactly(stream, &kEnd, sizeof(kEnd));
+  return status;
+}
+
+HRESULT read_text(IStream& stream, platform::Bstr& text) {
+  ULONG left = 0;
+  HRESULT status = read_exactly(stream, &left, sizeof(left));
+  std::u16string units;
+  std::array<OLECHAR, 2048> block;
+  while (SUCCEEDED(status) && left >= sizeof(OLECHAR)) {
+    const ULONG count = std::min<ULONG>(left / sizeof(OLECHAR), block.size());
+    const auto bytes = static_cast<ULONG>(count * sizeof(OLECHAR));
+    status = read_exactly(stream, block.data(), bytes);
+    if (SUCCEEDED(status)) units.append(block.data(), count);
+    left -= bytes;
+  }
+  if (SUCCEEDED(status) && left > 0) status = read_exactly(stream, block.data(), left);
+  if (FAILED(status)) return status;
+  if (!units.empty()) units.pop_back();  // the closing zero
+  text = platform::Bstr(units);
+  return S_OK;
+}
+
+HRESULT write_as_text(IStream& stream, const VARIANT& value) {
+  if (value.vt == VT_BSTR) return write_text(stream, platform::view_of(value.bstrVal));
+  platform::Variant text;
+  if (FAILED(VariantChangeType(&text, &value, 0, VT_BSTR))) text.clear();
+  return write_text(stream, text.text());
+}
+
+HRESULT read_from_text(IStream& stream, VARTYPE type, platform::Variant& value) {
+  platform::Bstr text;
+  const HRESULT status = read_text(stream, text);
+  if (FAILED(status)) return status;
+  if (type == VT_EMPTY || type == VT_NULL) {
+    value.vt = type;
+    return S_OK;
+  }
+  platform::Variant read;
+  read.vt = VT_BSTR;
+  read.bstrVal = text.detach();
+  if (type != VT_BSTR) {
+    const HRESULT changed = VariantChangeType(&read, &read, 0, type);
+    if (FAILED(changed)) return changed;
+  }
+  value = std::move(read);
+  return S_OK;
+}
+
+// Loads or saves through the one interface or the other; both have the same methods.
+template <class Persist>
+HRESULT save_through(IStream& stream, Persist& object, bool& started) {
+  CLSID class_id{};
+  if (FAILED(object.GetClassID(&class_id)) || class_id == GUID_NULL) return E_NOTIMPL;
+  started = true;
+  const HRESULT status = write_exactly(stream, &class_id, sizeof(class_id));
+  return FAILED(status) ? status : object.Save(&stream, FALSE);
+}
+
+HRESULT load_through_persist(IStream& stream, IUnknown& object) {
+  if (const auto persist = platform::query<IPersistStream>(&object)) return persist->Load(&stream);
+  if (const auto init = platform::query<IPersistStreamInit>(&object)) return init->Load(&stream);
+  return E_NOINTERFACE;
+}
+
+HRESULT read_object_as(IStream& stream, VARTYPE type, platform::Variant& value) {
+  platform::ComPtr<IUnknown> object;
+  const HRESULT status = read_object(stream, object);
+  if (FAILED(status)) return status;
+  if (type == VT_UNKNOWN) {
+    value.punkVal = object.detach();
+  } else {
+    auto dispatch = object.query<IDispatch>();
+    if (object && !dispatch) return E_NOINTERFACE;
+    value.pdispVal = dispatch.detach();
+  }
+  value.vt = type;
+  return S_OK;
+}
+
+}  // namespace
+
+HRESULT read_exactly(IStream& stream, void* target, ULONG size) {
+  char* at = static_cast<char*>(target);
+  while (size > 0) {
+    ULONG got = 0;
+    const HRESULT status = stream.Read(at, size, &got);
+    if (FAILED(status)) return status;
+    if (got == 0 || got > size) return E_FAIL;
+    at += got;
+    size -= got;
+  }
+  return S_OK;
+}
+
+HRESULT write_exactly(IStream& stream, const void* source, ULONG size) {
+  if (size == 0) return S_OK;
+  ULONG written = 0;
+  const HRESULT status = stream.Write(source, size, &written);
+  if (FAILED(status)) return status;
+  return written < size ? E_FAIL : S_OK;
+}
+
+HRESULT write_object(IStream& stream, IUnknown* object) {
+  bool started = false;
+  HRESULT status = E_NOINTERFACE;
+  if (const auto persist = platform::query<IPersistStream>(object)) {
+    status = save_through(stream, *persist, started);
+  } else if (const auto init = platform::query<IPersistStreamInit>(object)) {
+    status = save_through(stream, *init, started);
+  }
+  return started ? status : write_exactly(stream, &GUID_NULL, sizeof(GUID_NULL));
+}
+
+HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object) {
+  object.reset();
+  CLSID class_id{};
+  HRESULT status = read_exactly(stream, &class_id, sizeof(class_id));
+  if (FAILED(status)) return status;
+  if (class_id == GUID_NULL) return S_FALSE;
+  const Nesting nesting;
+  if (Nesting::too_deep()) return E_FAIL;
+  platform::ComPtr<IUnknown> created;
+  status = CoCreateInstance(class_id, nullptr, kAnyServer, IUnknown::kIid, created.out_void());
+  if (FAILED(status)) return status;
+  status = load_through_persist(stream, *created);
+  if (FAILED(status)) return status;
+  object = std::move(created);
+  return S_OK;
+}
+
+HRESULT WriteVariant(IStream& stream, const VARIANT& value) {
+  HRESULT status = write_exactly(stream, &value.vt, sizeof(value.vt));
+  if (FAILED(status)) return status;
+  if (const ULONG size = plain_size(value.vt)) return write_exactly(stream, &value.llVal, size);
+  if (value.vt == VT_UNKNOWN) return write_object(stream, value.punkVal);
+  if (value.vt == VT_DISPATCH) return write_object(stream, value.pdispVal);
+  return write_as_text(stream, value);
+}
+
+HRESULT ReadVariant(IStream& stream, platform::Variant& value) {
+  value.clear();
+  VARTYPE type = VT_EMPTY;
+  const HRESULT status = read_exactly(stream, &type, sizeof(type));
+  if (FAILED(status)) return status;
+  if (type == VT_UNKNOWN || type == VT_DISPATCH) return read_object_as(stream, type, value);
+  const ULONG size = plain_size(type);
+  if (size == 0) return read_from_text(stream, type, value);
+  LONGLONG raw = 0;
+  const HRESULT got = read_exactly(stream, &raw, size);
+  if (FAILED(got)) return got;
+  value.llVal = raw;
+  value.vt = type;
+  return S_OK;
+}
+
+}  // namespace tallowbrook
