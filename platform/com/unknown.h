@@ -53,11 +53,11 @@ class ComPtr {
   ComPtr(const ComPtr& other) : ComPtr(other.p_) {}
   ComPtr(ComPtr&& other) noexcept : p_(std::exchange(other.p_, nullptr)) {}
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  ComPtr(const ComPtr<U>& other) : ComPtr(static_cast<T*>(other.get())) {}  // NOLINT
+  requires std::is_convertible_v<U*, T*> ComPtr(const ComPtr<U>& other)
+      : ComPtr(static_cast<T*>(other.get())) {}  // NOLINT
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  ComPtr(ComPtr<U>&& other) noexcept : p_(other.detach()) {}  // NOLINT
+  requires std::is_convertible_v<U*, T*> ComPtr(ComPtr<U>&& other)
+  noexcept : p_(other.detach()) {}  // NOLINT
   ~ComPtr() { reset(); }
 
   ComPtr& operator=(ComPtr other) noexcept {

@@ -1,0 +1,182 @@
+// Type information: ITypeInfo and ITypeLib, answered from the constant tables.
+//
+// A dual interface shows its automation side: a function's type is that of its [out, retval]
+// parameter, and that parameter is not counted. `oVft` is its slot's offset in bytes.
+#pragma once
+
+#include "platform/automation/dispatch.h"
+#include "platform/automation/tables.h"
+
+using HREFTYPE = DWORD;
+
+enum TYPEKIND : INT {
+  TKIND_ENUM = 0,
+  TKIND_RECORD = 1,
+  TKIND_MODULE = 2,
+  TKIND_INTERFACE = 3,
+  TKIND_DISPATCH = 4,
+  TKIND_COCLASS = 5,
+  TKIND_ALIAS = 6,
+  TKIND_UNION = 7,
+};
+
+enum FUNCKIND : INT { FUNC_VIRTUAL = 0, FUNC_PUREVIRTUAL = 1, FUNC_DISPATCH = 4 };
+enum INVOKEKIND : INT {
+  INVOKE_FUNC = 1,
+  INVOKE_PROPERTYGET = 2,
+  INVOKE_PROPERTYPUT = 4,
+  INVOKE_PROPERTYPUTREF = 8,
+};
+enum VARKIND : INT { VAR_PERINSTANCE = 0, VAR_STATIC = 1, VAR_CONST = 2, VAR_DISPATCH = 3 };
+enum SYSKIND : INT { SYS_WIN32 = 1, SYS_WIN64 = 3 };
+inline constexpr INT CC_STDCALL = 4;
+
+inline constexpr WORD TYPEFLAG_FCANCREATE = 0x02;
+inline constexpr WORD TYPEFLAG_FDUAL = 0x40;
+inline constexpr WORD TYPEFLAG_FOLEAUTOMATION = 0x100;
+inline constexpr WORD TYPEFLAG_FDISPATCHABLE = 0x1000;
+inline constexpr INT IMPLTYPEFLAG_FDEFAULT = 1;
+inline constexpr INT IMPLTYPEFLAG_FSOURCE = 2;
+inline constexpr USHORT PARAMFLAG_FHASDEFAULT = 0x20;
+
+struct TYPEDESC {
+  union {
+    TYPEDESC* lptdesc;  // for VT_PTR
+    HREFTYPE hreftype;  // for VT_USERDEFINED
+  };
+  VARTYPE vt;
+};
+
+struct PARAMDESCEX {
+  ULONG cBytes;
+  VARIANTARG varDefaultValue;
+};
+struct PARAMDESC {
+  PARAMDESCEX* pparamdescex;
+  USHORT wParamFlags;
+};
+struct ELEMDESC {
+  TYPEDESC tdesc;
+  PARAMDESC paramdesc;
+};
+
+struct FUNCDESC {
+  MEMBERID memid;
+  SCODE* lprgscode;
+  ELEMDESC* lprgelemdescParam;
+  FUNCKIND funckind;
+  INVOKEKIND invkind;
+  INT callconv;
+  SHORT cParams;
+  SHORT cParamsOpt;
+  SHORT oVft;
+  SHORT cScodes;
+  ELEMDESC elemdescFunc;
+  WORD wFuncFlags;
+};
+
+struct VARDESC {
+  MEMBERID memid;
+  OLECHAR* lpstrSchema;
+  union {
+    ULONG oInst;
+    VARIANT* lpvarValue;
+  };
+  ELEMDESC elemdescVar;
+  WORD wVarFlags;
+  VARKIND varkind;
+};
+
+struct TYPEATTR {
+  GUID guid;
+  LCID lcid;
+  DWORD dwReserved;
+  MEMBERID memidConstructor;
+  MEMBERID memidDestructor;
+  OLECHAR* lpstrSchema;
+  ULONG cbSizeInstance;
+  TYPEKIND typekind;
+  WORD cFuncs;
+  WORD cVars;
+  WORD cImplTypes;
+  WORD cbSizeVft;
+  WORD cbAlignment;
+  WORD wTypeFlags;
+  WORD wMajorVerNum;
+  WORD wMinorVerNum;
+  TYPEDESC tdescAlias;
+};
+
+struct TLIBATTR {
+  GUID guid;
+  LCID lcid;
+  SYSKIND syskind;
+  WORD wMajorVerNum;
+  WORD wMinorVerNum;
+  WORD wLibFlags;
+};
+
+inline constexpr MEMBERID MEMBERID_NIL = -1;
+
+struct ITypeComp;
+struct ITypeLib;
+
+struct ITypeInfo : IUnknown {
+  using Base = IUnknown;
+  static constexpr GUID kIid{0x00020401, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+  // Each description is given back with its Release function.
+  virtual HRESULT GetTypeAttr(TYPEATTR** attributes) = 0;
+  virtual HRESULT GetTypeComp(ITypeComp** compiler) = 0;
+  virtual HRESULT GetFuncDesc(UINT index, FUNCDESC** description) = 0;
+  virtual HRESULT GetVarDesc(UINT index, VARDESC** description) = 0;
+  // The member's name, then its parameters'.
+  virtual HRESULT GetNames(MEMBERID member, BSTR* names, UINT room, UINT* count) = 0;
+  virtual HRESULT GetRefTypeOfImplType(UINT index, HREFTYPE* type) = 0;
+  virtual HRESULT GetImplTypeFlags(UINT index, INT* flags) = 0;
+  virtual HRESULT GetIDsOfNames(OLECHAR** names, UINT count, MEMBERID* ids) = 0;
+  virtual HRESULT Invoke(void* instance, MEMBERID member, WORD flags, DISPPARAMS* arguments,
+                         VARIANT* result, EXCEPINFO* exception, UINT* argument_error) = 0;
+  // MEMBERID_NIL asks for the type itself. Any out-pointer may be null.
+  virtual HRESULT GetDocumentation(MEMBERID member, BSTR* name, BSTR* help, DWORD* context,
+                                   BSTR* help_file) = 0;
+  virtual HRESULT GetDllEntry(MEMBERID member, INVOKEKIND kind, BSTR* library, BSTR* name,
+                              WORD* ordinal) = 0;
+  virtual HRESULT GetRefTypeInfo(HREFTYPE type, ITypeInfo** info) = 0;
+  virtual HRESULT AddressOfMember(MEMBERID member, INVOKEKIND kind, void** address) = 0;
+  virtual HRESULT CreateInstance(IUnknown* outer, REFIID iid, void** object) = 0;
+  virtual HRESULT GetMops(MEMBERID member, BSTR* mops) = 0;
+  virtual HRESULT GetContainingTypeLib(ITypeLib** library, UINT* index) = 0;
+  virtual void ReleaseTypeAttr(TYPEATTR* attributes) = 0;
+  virtual void ReleaseFuncDesc(FUNCDESC* description) = 0;
+  virtual void ReleaseVarDesc(VARDESC* description) = 0;
+};
+
+struct ITypeLib : IUnknown {
+  using Base = IUnknown;
+  static constexpr GUID kIid{0x00020402, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+  virtual UINT GetTypeInfoCount() = 0;
+  virtual HRESULT GetTypeInfo(UINT index, ITypeInfo** info) = 0;
+  virtual HRESULT GetTypeInfoType(UINT index, TYPEKIND* kind) = 0;
+  virtual HRESULT GetTypeInfoOfGuid(REFIID guid, ITypeInfo** info) = 0;
+  virtual HRESULT GetLibAttr(TLIBATTR** attributes) = 0;
+  virtual HRESULT GetTypeComp(ITypeComp** compiler) = 0;
+  // Index -1 asks for the library itself. Any out-pointer may be null.
+  virtual HRESULT GetDocumentation(INT index, BSTR* name, BSTR* help, DWORD* context,
+                                   BSTR* help_file) = 0;
+  virtual HRESULT IsName(OLECHAR* name, ULONG hash, BOOL* is_name) = 0;
+  // Types and members of this name; `found` is the room on entry and the count on return.
+  virtual HRESULT FindName(OLECHAR* name, ULONG hash, ITypeInfo** infos, MEMBERID* members,
+                           USHORT* found) = 0;
+  virtual void ReleaseTLibAttr(TLIBATTR* attributes) = 0;
+};
+
+namespace tallowbrook::platform {
+
+// A new type library over a table, which must outlive it: enumerations, then interfaces, then
+// coclasses. Its type information objects are made with it and share its count of references. They
+// lock no component: a host keeps the component loaded while it holds any of them.
+HRESULT create_type_library(const LibraryInfo& table, ITypeLib** library);
+
+}  // namespace tallowbrook::platform
