@@ -1,13 +1,12 @@
 #include "model/body_part.h"
 
-#include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <iterator>
 #include <utility>
 
 #include "core/text.h"
 #include "parser/load.h"
+#include "platform/kernel/random.h"
 
 namespace tallowbrook {
 namespace {
@@ -87,18 +86,6 @@ HeaderValue append_field(HeaderValue& record, HeaderValue entry) {
 HeaderValue& content_type_to_edit(HeaderValue& record) {
   HeaderValue entry = find_or_add_entry(record, EntryName::ContentType);
   return edit_value(entry);  // lives in the list that the record shares with `entry`
-}
-
-// 15 bits of a generator of our own (splitmix64), seeded by the time of the first use and the place
-// where the module was loaded.
-std::int32_t next_random() {
-  static std::atomic<std::uint64_t> state{
-      static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count()) ^
-      reinterpret_cast<std::uintptr_t>(&state)};
-  std::uint64_t z = state.fetch_add(0x9E3779B97F4A7C15, std::memory_order_relaxed);
-  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9;
-  z = (z ^ (z >> 27)) * 0x94D049BB133111EB;
-  return static_cast<std::int32_t>((z ^ (z >> 31)) >> 49);
 }
 
 }  // namespace
@@ -267,10 +254,10 @@ void set_minor(HeaderValue& record, HeaderValue minor) {
 
 std::string make_boundary() {
   char buffer[64];
-  const std::int32_t first = next_random();
-  const std::int32_t second = next_random();
-  std::snprintf(buffer, sizeof buffer, "\"----_=_NeXtPaRt_BoUnDaRy_%ld.%ld\"",
-                static_cast<long>(first), static_cast<long>(second));
+  const int first = platform::NextRandom();
+  const int second = platform::NextRandom();
+  std::snprintf(buffer, sizeof buffer, "\"----_=_NeXtPaRt_BoUnDaRy_%d.%d\"",
+                first, second);
   return buffer;
 }
 
@@ -340,7 +327,10 @@ std::string unquoted(std::string_view text) {
 }
 
 std::string quoted(std::string_view text) {
-  if (is_quoted(text)) return std::string(text);
+  return is_quoted(text) ? std::string(text) : in_quotes(text);
+}
+
+std::string in_quotes(std::string_view text) {
   std::string result = "\"";
   result.reserve(text.size() + 2);
   for (const char byte : text) {

@@ -112,6 +112,8 @@ bool ensure_boundary(HeaderValue& content_type);
 [[nodiscard]] std::string unquoted(std::string_view text);
 // The text in double quotes, unless it stands in them already.
 [[nodiscard]] std::string quoted(std::string_view text);
+// The text in double quotes, quotes and backslashes in it escaped.
+[[nodiscard]] std::string in_quotes(std::string_view text);
 
 // --- content -------------------------------------------------------------------------------------
 

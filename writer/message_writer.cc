@@ -7,6 +7,7 @@
 #include "model/addresses.h"
 #include "model/dates.h"
 #include "model/header_text.h"
+#include "model/received.h"
 #include "streams/output_modifier.h"
 
 namespace tallowbrook {
@@ -19,46 +20,41 @@ void write_line(BlockWriter& out, std::string_view name, std::string_view text) 
   out.text("\r\n");
 }
 
-// One trace header: its source, or "clause value" lines with the date behind the last one.
+// The text of a value, or that which it was read from where that is kept.
+std::string stored_text(const HeaderValue& value, const HeaderValue& source) {
+  return source.is_set() ? source.AsText() : value.AsText();
+}
+
 void write_received(BlockWriter& out, const HeaderValue& record) {
-  const HeaderValue& parameters = record[kTraceParameters];
-  const HeaderValue& date = record[kTraceDate];
-  if (record[kTraceSource].is_set()) {
-    write_line(out, "Received", record[kTraceSource].AsText());
-    return;
-  }
-  if (!parameters.is(ValueKind::AddressMap)) {
-    write_line(out, "Received", date.AsText());
-    return;
-  }
-  std::string text;
-  for (const auto& [clause, value] : parameters.entries()) {
-    if (!text.empty()) text.append("\r\n\t");
-    text.append(clause).append(" ").append(value.AsText());
-  }
-  text.append("; ").append(date.AsText());
-  write_line(out, "Received", text);
+  const bool parsed =
+      !record[kTraceSource].is_set() && record[kTraceParameters].is(ValueKind::AddressMap);
+  write_line(out, "Received",
+             parsed ? trace_text(record) : stored_text(record[kTraceDate], record[kTraceSource]));
 }
 
-void write_address_field(BlockWriter& out, const FieldInfo& field, const FieldSlot& slot) {
-  const bool unparsed = slot.source.is_set() || slot.value.is(ValueKind::Raw);
-  if (unparsed) {
-    const std::string text = slot.source.is_set() ? slot.source.AsText() : slot.value.AsText();
-    if (!trim(text).empty()) write_line(out, field.name, text);
-  } else if (has_addresses(slot.value)) {
-    out.text(field.name);
+void write_address_field(BlockWriter& out, std::string_view name, const HeaderValue& value,
+                         const HeaderValue& source) {
+  if (source.is_set() || value.is(ValueKind::Raw)) {
+    const std::string text = stored_text(value, source);
+    if (!trim(text).empty()) write_line(out, name, text);
+  } else if (has_addresses(value)) {
+    out.text(name);
     out.text(": ");
-    out.text(address_layout(slot.value));
+    out.text(address_layout(value));
   }
 }
 
-void write_text_field(BlockWriter& out, const FieldInfo& field, const FieldSlot& slot) {
-  if (slot.source.is_set()) {
-    write_line(out, field.name, slot.source.AsText());
-  } else if (field.slot == SlotId::ReturnPath && slot.value.is(ValueKind::Address)) {
-    write_line(out, field.name, slot.value.address_text());
-  } else if (slot.value.is_set()) {
-    write_line(out, field.name, slot.value.AsText());
+void write_field(BlockWriter& out, const FieldInfo& field, const HeaderValue& value,
+                 const HeaderValue& source) {
+  if (!value.is_set()) return;
+  const bool is_path = field.slot == SlotId::ReturnPath;
+  if (field.rule == FieldRule::AddressList ||
+      (field.rule == FieldRule::SingleAddress && !is_path)) {
+    write_address_field(out, field.name, value, source);
+  } else if (is_path && !source.is_set() && value.is(ValueKind::Address)) {
+    write_line(out, field.name, value.address_text());
+  } else {
+    write_line(out, field.name, stored_text(value, source));
   }
 }
 
@@ -71,15 +67,9 @@ void write_header(BlockWriter& out, MessageStore& store) {
       write_line(out, "MIME-Version",
                  std::to_string(store.mime_major) + "." + std::to_string(store.mime_minor));
     }
-    const FieldSlot slot = store.slot(field.slot);
-    const bool addresses = field.rule == FieldRule::AddressList ||
-                           (field.rule == FieldRule::SingleAddress &&
-                            field.slot != SlotId::ReturnPath);
-    if (addresses) {
-      write_address_field(out, field, slot);
-    } else {
-      write_text_field(out, field, slot);
-    }
+    const HeaderValue value = store.slot(field.slot).value;
+    const HeaderValue source = store.slot(field.slot).source;
+    write_field(out, field, value, source);
   }
 }
 
