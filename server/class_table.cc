@@ -1,5 +1,7 @@
 #include "server/class_table.h"
 
+#include <array>
+
 #include "core/creators.h"
 #include "tallowbrook/class_ids.h"
 
@@ -44,8 +46,18 @@ constexpr ClassEntry kClasses[kClassCount] = {
      no_hook},
 };
 
+constexpr auto kComponentClasses = [] {
+  std::array<ComponentClass, kClassCount> described{};
+  for (std::size_t i = 0; i < kClassCount; ++i) {
+    const ClassEntry& entry = kClasses[i];
+    described[i] = {entry.clsid, entry.prog_id_one, entry.prog_id, entry.description};
+  }
+  return described;
+}();
+
 }  // namespace
 
 std::span<const ClassEntry, kClassCount> class_table() { return kClasses; }
+std::span<const ComponentClass, kClassCount> component_classes() { return kComponentClasses; }
 
 }  // namespace tallowbrook

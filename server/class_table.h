@@ -2,9 +2,10 @@
 // knows what the classes do.
 #pragma once
 
+#include <cstddef>
 #include <span>
 
-#include "platform/com/unknown.h"
+#include "platform/com/activation.h"
 
 namespace tallowbrook {
 
@@ -25,5 +26,8 @@ inline constexpr std::size_t kClassCount = 14;
 
 // All classes, in the order in which they are registered and listed.
 [[nodiscard]] std::span<const ClassEntry, kClassCount> class_table();
+
+// The same classes as the runtime layer's activation wants them.
+[[nodiscard]] std::span<const ComponentClass, kClassCount> component_classes();
 
 }  // namespace tallowbrook

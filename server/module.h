@@ -5,10 +5,9 @@
 // so that two threads that ask at once get the same object.
 #pragma once
 
-#include "platform/automation/dispatch.h"
-#include "platform/com/unknown.h"
+#include <cstddef>
 
-struct ITypeLib;
+#include "platform/automation/typeinfo.h"
 
 namespace tallowbrook {
 
@@ -21,7 +20,10 @@ void module_detach();
 // the table.
 [[nodiscard]] HRESULT module_class_object(REFCLSID clsid, REFIID iid, void** object);
 
-// The component's type library, borrowed: it lives until the library is unloaded.
+// The component's type library and the type information of library_info().interfaces[index], both
+// borrowed: they live until the library is unloaded. Null and a failure status when memory runs
+// out. `index` is below kInterfaceCount.
 [[nodiscard]] HRESULT module_type_library(ITypeLib** library);
+[[nodiscard]] HRESULT module_type_info(std::size_t index, ITypeInfo** info);
 
 }  // namespace tallowbrook

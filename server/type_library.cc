@@ -1,5 +1,7 @@
 #include "server/type_library.h"
 
+#include <array>
+
 #include "server/tables/client_socket.h"
 #include "server/tables/collections.h"
 #include "server/tables/content.h"
@@ -30,7 +32,7 @@ constexpr const EnumInfo* kEnumerations[] = {
     &DescribeEnum<EncoderTypes>::info,
 };
 
-constexpr const InterfaceInfo* kInterfaces[] = {
+constexpr const InterfaceInfo* kInterfaces[kInterfaceCount] = {
     &kMimeDecoderInfo,       &kMailAddressInfo,      &kCollectionInfo,
     &kClientSocketInfo,      &kMimeBodyInfo,         &kContentDispositionInfo,
     &kParameterMapInfo,      &kFieldCollectionInfo,  &kReceivedCollectionInfo,
@@ -111,8 +113,22 @@ constexpr LibraryInfo kLibrary{LIBID_TALLOWBROOKLib,
                                kInterfaces,
                                kCoclasses};
 
+// The identities beside each other, since every late-bound call looks for one.
+constexpr auto kIdentities = [] {
+  std::array<IID, kInterfaceCount> identities{};
+  for (std::size_t i = 0; i < kInterfaceCount; ++i) identities[i] = kInterfaces[i]->iid;
+  return identities;
+}();
+
 }  // namespace
 
 const LibraryInfo& library_info() { return kLibrary; }
+
+std::size_t interface_index(REFIID iid) {
+  for (std::size_t index = 0; index < kInterfaceCount; ++index) {
+    if (kIdentities[index] == iid) return index;
+  }
+  return kInterfaceCount;
+}
 
 }  // namespace tallowbrook

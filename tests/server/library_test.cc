@@ -1,0 +1,87 @@
+// The shared library as a host sees it: what it exports, and that it really goes when it is closed.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/com/unknown.h"
+#include "server/class_table.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+
+const char* const kLibrary = TALLOWBROOK_COMPONENT;
+
+class Library {
+ public:
+  Library() : handle_(dlopen(kLibrary, RTLD_NOW | RTLD_LOCAL)) {
+    EXPECT_NE(handle_, nullptr) << dlerror();
+  }
+  ~Library() { close(); }
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  void close() {
+    if (handle_ != nullptr) dlclose(std::exchange(handle_, nullptr));
+  }
+  template <class Function>
+  [[nodiscard]] Function* entry(const char* name) const {
+    return handle_ == nullptr ? nullptr : reinterpret_cast<Function*>(dlsym(handle_, name));
+  }
+
+ private:
+  void* handle_;
+};
+
+[[nodiscard]] bool is_loaded() {
+  void* handle = dlopen(kLibrary, RTLD_NOW | RTLD_NOLOAD);
+  if (handle != nullptr) dlclose(handle);
+  return handle != nullptr;
+}
+
+using GetClassObject = HRESULT(REFCLSID, REFIID, void**);
+using Status = HRESULT();
+
+TEST(Library, GoesAwayWhenItIsClosedAndComesBack) {
+  for (int cycle = 0; cycle < 5; ++cycle) {
+    ASSERT_FALSE(is_loaded());
+    Library library;
+    auto* const get_class = library.entry<GetClassObject>("DllGetClassObject");
+    auto* const can_unload = library.entry<Status>("DllCanUnloadNow");
+    ASSERT_TRUE(get_class != nullptr && can_unload != nullptr);
+    for (const ClassEntry& entry : class_table()) {
+      ComPtr<IClassFactory> factory;
+      ASSERT_EQ(get_class(entry.clsid, IClassFactory::kIid, factory.out_void()), S_OK);
+      ComPtr<IDispatch> object;
+      const HRESULT status = factory->CreateInstance(nullptr, IDispatch::kIid, object.out_void());
+      if (status == E_NOTIMPL) continue;
+      ASSERT_EQ(status, S_OK);
+      EXPECT_EQ(can_unload(), S_FALSE);
+      ComPtr<ITypeInfo> info;
+      EXPECT_EQ(object->GetTypeInfo(0, 0, info.out()), S_OK);
+    }
+    EXPECT_EQ(can_unload(), S_OK);
+    library.close();
+    EXPECT_FALSE(is_loaded()) << "cycle " << cycle;
+  }
+}
+
+TEST(Library, ShowsItsEntryPointsAlone) {
+  Library library;
+  for (const char* name : {"DllGetClassObject", "DllCanUnloadNow", "DllRegisterServer",
+                           "DllUnregisterServer", "DllDescribeClasses"}) {
+    EXPECT_NE(library.entry<void>(name), nullptr) << name;
+  }
+  FILE* symbols = popen("nm -D --defined-only " TALLOWBROOK_COMPONENT, "r");
+  ASSERT_NE(symbols, nullptr);
+  char line[512];
+  while (fgets(line, sizeof line, symbols) != nullptr) {
+    EXPECT_NE(std::string(line).find(" T Dll"), std::string::npos) << line;
+  }
+  pclose(symbols);
+}
+
+}  // namespace
+}  // namespace tallowbrook
