@@ -65,7 +65,7 @@ std::string disposition_of(const Object& body) {
   const Object fields = body.object(u"Fields");
   const std::int32_t count = fields.count();
   for (std::int32_t i = 0; i < count; ++i) {
-    if (same_name(to_utf8(fields.get(u"Item", Variant(i)).text()), "Content-Disposition")) {
+    if (same_name(to_utf8(fields.get(u"Item", i).text()), "Content-Disposition")) {
       return unfold(body.object(u"ContentDisposition").text(u"Value"));
     }
   }

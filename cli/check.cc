@@ -50,8 +50,7 @@ void add_check(CLI::App& program, int& status) {
   const auto options = std::make_shared<Options>();
   command->add_option("FILE", options->files, "Messages to read; - is standard input")->required();
   command->add_flag("-q,--quiet", options->quiet, "Print only the files that are not well-formed");
-  command->footer(R"(
-Prints one line per file, "FILE: ok" or "FILE:LINE: what is wrong there". On a
+  command->footer(R"(Prints one line per file, "FILE: ok" or "FILE:LINE: what is wrong there". On a
 terminal a bar on standard error shows how far a long run is. Files that cannot
 be read are told on standard error.
 

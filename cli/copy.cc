@@ -140,8 +140,7 @@ void add_copy(CLI::App& program, int& status) {
   const auto options = std::make_shared<Options>();
   command->add_option("IN", options->in, "The message to read; - is standard input")->required();
   command->add_option("OUT", options->out, "The file to write; - is standard output")->required();
-  command->footer(R"(
-The copy has the same bytes as IN. OUT appears whole or not at all: the message
+  command->footer(R"(The copy has the same bytes as IN. OUT appears whole or not at all: the message
 is written to a new file beside OUT, flushed to the disk and renamed. OUT may
 be IN. When IN is no well-formed message, nothing is written.
 

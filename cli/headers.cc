@@ -40,8 +40,7 @@ void add_headers(CLI::App& program, int& status) {
       ->required();
   command->add_option("NAME", options->names,
                       "Fields to print, in any letter case; all when none is named");
-  command->footer(R"(
-Fields come in the order in which the message would be written: trace headers,
+  command->footer(R"(Fields come in the order in which the message would be written: trace headers,
 dates, addresses, subject, then the extension fields and the body's own fields.
 Fields that occurred several times and belong to one property come as one.
 

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -12,6 +11,7 @@
 #include <stdexcept>
 
 #include "cli/terminal.h"
+#include "platform/automation/late_bound.h"
 #include "platform/com/activation.h"
 
 namespace tallowbrook::cli {
@@ -108,36 +108,19 @@ Object::Object(const VARIANT& value) {
   }
 }
 
-HRESULT Object::invoke(const char16_t* name, WORD flags, DISPPARAMS& arguments,
-                       Variant& result) const {
-  if (!object_) return E_POINTER;
-  DISPID member = DISPID_UNKNOWN;
-  auto* const spelled = const_cast<OLECHAR*>(name);  // names are read only, whatever the type says
-  std::array<OLECHAR*, 1> names{spelled};
-  HRESULT status = object_->GetIDsOfNames(GUID_NULL, names.data(), 1, LOCALE_USER_DEFAULT, &member);
-  if (FAILED(status)) return status;
-  return object_->Invoke(member, GUID_NULL, LOCALE_USER_DEFAULT, flags, &arguments,
-                         (flags & DISPATCH_PROPERTYGET) != 0 ? &result : nullptr, nullptr, nullptr);
-}
-
 Variant Object::get(const char16_t* name) const {
-  DISPPARAMS none{nullptr, nullptr, 0, 0};
-  Variant result;
-  if (FAILED(invoke(name, DISPATCH_PROPERTYGET, none, result))) return {};
-  return result;
+  platform::Outcome outcome = platform::get(object_.get(), name);
+  return SUCCEEDED(outcome.status) ? std::move(outcome.value) : Variant();
 }
 
-Variant Object::get(const char16_t* name, const VARIANT& index) const {
-  VARIANT argument = index;  // borrowed for the call
-  DISPPARAMS arguments{&argument, nullptr, 1, 0};
-  Variant result;
-  if (FAILED(invoke(name, DISPATCH_PROPERTYGET, arguments, result))) return {};
-  return result;
+Variant Object::get(const char16_t* name, std::int32_t index) const {
+  platform::Outcome outcome = platform::get(object_.get(), name, index);
+  return SUCCEEDED(outcome.status) ? std::move(outcome.value) : Variant();
 }
 
 std::string Object::text(const char16_t* name) const { return to_utf8(get(name).text()); }
 
-Object Object::item(std::int32_t index) const { return Object(get(u"Item", Variant(index))); }
+Object Object::item(std::int32_t index) const { return Object(get(u"Item", index)); }
 
 std::int32_t Object::count() const {
   const Variant value = get(u"Count");
@@ -146,15 +129,8 @@ std::int32_t Object::count() const {
 
 std::vector<Object> Object::elements() const {
   std::vector<Object> found;
-  if (!object_) return found;
-  DISPPARAMS none{nullptr, nullptr, 0, 0};
-  Variant value;
-  if (FAILED(object_->Invoke(DISPID_NEWENUM, GUID_NULL, LOCALE_USER_DEFAULT,
-                             DISPATCH_PROPERTYGET | DISPATCH_METHOD, &none, &value, nullptr,
-                             nullptr)) ||
-      (value.vt != VT_UNKNOWN && value.vt != VT_DISPATCH)) {
-    return found;
-  }
+  const Variant value = get(u"_NewEnum");
+  if (value.vt != VT_UNKNOWN && value.vt != VT_DISPATCH) return found;
   const auto enumerator = platform::query<IEnumVARIANT>(value.punkVal);
   if (!enumerator) return found;
   for (;;) {
@@ -165,12 +141,8 @@ std::vector<Object> Object::elements() const {
   }
 }
 
-HRESULT Object::put(const char16_t* name, const VARIANT& value) const {
-  VARIANT argument = value;  // borrowed for the call
-  DISPID named = DISPID_PROPERTYPUT;
-  DISPPARAMS arguments{&argument, &named, 1, 1};
-  Variant unused;
-  return invoke(name, DISPATCH_PROPERTYPUT, arguments, unused);
+HRESULT Object::put(const char16_t* name, const Variant& value) const {
+  return platform::put(object_.get(), name, value).status;
 }
 
 ExitStatus Loaded::status() const {

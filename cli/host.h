@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,7 +36,7 @@ class Object {
   [[nodiscard]] const platform::ComPtr<IDispatch>& dispatch() const { return object_; }
 
   [[nodiscard]] platform::Variant get(const char16_t* name) const;
-  [[nodiscard]] platform::Variant get(const char16_t* name, const VARIANT& index) const;
+  [[nodiscard]] platform::Variant get(const char16_t* name, std::int32_t index) const;
   // UTF-8; empty for a value that is no text.
   [[nodiscard]] std::string text(const char16_t* name) const;
   [[nodiscard]] Object object(const char16_t* name) const { return Object(get(name)); }
@@ -46,12 +45,9 @@ class Object {
   [[nodiscard]] std::int32_t count() const;
   // What the enumerator of a collection yields, objects only.
   [[nodiscard]] std::vector<Object> elements() const;
-  [[nodiscard]] HRESULT put(const char16_t* name, const VARIANT& value) const;
+  [[nodiscard]] HRESULT put(const char16_t* name, const platform::Variant& value) const;
 
  private:
-  HRESULT invoke(const char16_t* name, WORD flags, DISPPARAMS& arguments,
-                 platform::Variant& result) const;
-
   platform::ComPtr<IDispatch> object_;
 };
 

@@ -18,8 +18,8 @@ bool print(std::string_view text) {
 
 namespace {
 
-constexpr char kFooter[] = R"(
-Exit status: 0 all is fine; 1 a message could not be parsed; 2 wrong usage;
+constexpr char kFooter[] =
+    R"(Exit status: 0 all is fine; 1 a message could not be parsed; 2 wrong usage;
 3 a file could not be read or written. Of several, the highest.
 
 Characters of a message that could steer a terminal are shown as \xNN or

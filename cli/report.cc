@@ -97,7 +97,7 @@ std::set<std::string> extension_names(const Object& message) {
   std::set<std::string> names;
   const std::int32_t count = fields.count();
   for (std::int32_t i = 0; i < count; ++i) {
-    names.insert(lower(to_utf8(fields.get(u"Item", Variant(i)).text())));
+    names.insert(lower(to_utf8(fields.get(u"Item", i).text())));
   }
   for (const char* own : {"content-type", "content-transfer-encoding", "content-disposition",
                           "content-description", "content-id"}) {

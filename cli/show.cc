@@ -43,8 +43,7 @@ void add_show(CLI::App& program, int& status) {
   const auto options = std::make_shared<Options>();
   command->add_option("FILE", options->files, "Messages to read; - is standard input")->required();
   command->add_flag("--json", options->json, "One JSON object per message, each on its own line");
-  command->footer(R"(
-Dates are shown in this machine's time zone where the message gives an offset.
+  command->footer(R"(Dates are shown in this machine's time zone where the message gives an offset.
 A part's size is that of its content as it travels, before decoding.
 
 JSON: "schema" is 1 and changes when the shape does. "from", "to", "cc", "bcc"
