@@ -30,14 +30,10 @@ std::optional<std::int32_t> numeric_zone_hours(std::string_view zone) {
 
 Variant automation_date(const DateFields& fields) {
   if (!is_valid(fields)) return {};
-  const SYSTEMTIME time{static_cast<WORD>(fields.year),
-                        static_cast<WORD>(fields.month),
-                        static_cast<WORD>(weekday(fields)),
-                        static_cast<WORD>(fields.day),
-                        static_cast<WORD>(fields.hour),
-                        static_cast<WORD>(fields.minute),
-                        static_cast<WORD>(fields.second),
-                        0};
+  const SYSTEMTIME time{static_cast<WORD>(fields.year),     static_cast<WORD>(fields.month),
+                        static_cast<WORD>(weekday(fields)), static_cast<WORD>(fields.day),
+                        static_cast<WORD>(fields.hour),     static_cast<WORD>(fields.minute),
+                        static_cast<WORD>(fields.second),   0};
   DATE date = 0;
   if (SystemTimeToVariantTime(&time, &date) == FALSE) return {};
   return Variant::date_value(date);

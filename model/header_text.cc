@@ -13,7 +13,8 @@ constexpr std::string_view kBlanks = " \t";
 // One past the line end that starts at `at`.
 std::size_t past_line_end(std::string_view text, std::size_t at) {
   const std::size_t other = text.find_first_not_of('\r', at);
-  return other != std::string_view::npos && text[other] == '\n' ? other + 1 : at + 1;
+  if (other == std::string_view::npos) return text.size();
+  return text[other] == '\n' ? other + 1 : other;
 }
 
 bool is_blank(std::string_view line) {
@@ -41,7 +42,7 @@ std::string folded(std::string_view text) {
     const std::string_view line = text.substr(start, std::min(stop, text.size()) - start);
     if (is_blank(line)) continue;
     if (kBlanks.find(line.front()) == std::string_view::npos) {
-      result.append("\r\n\t");
+      if (!result.empty()) result.append("\r\n\t");
     } else {
       result.append(line_end.back() == '\n' ? line_end : std::string_view("\r\n"));
     }
@@ -50,14 +51,17 @@ std::string folded(std::string_view text) {
   return result;
 }
 
-bool text_of(const VARIANT& value, std::string& text) {
-  platform::Variant converted;
-  if (FAILED(VariantCopyInd(&converted, &value))) return false;
-  if (converted.vt != VT_BSTR && FAILED(VariantChangeType(&converted, &converted, 0, VT_BSTR))) {
-    return false;
-  }
-  text = to_ansi(converted.text());
-  return true;
+std::optional<std::u16string> wide_text_of(const VARIANT& value) {
+  platform::Variant text;
+  if (FAILED(VariantCopyInd(&text, &value))) return std::nullopt;
+  if (FAILED(VariantChangeType(&text, &text, 0, VT_BSTR))) return std::nullopt;
+  return std::u16string(text.text());
+}
+
+std::optional<std::string> text_of(const VARIANT& value) {
+  const auto wide = wide_text_of(value);
+  if (!wide) return std::nullopt;
+  return to_ansi(*wide);
 }
 
 }  // namespace tallowbrook

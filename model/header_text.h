@@ -1,6 +1,7 @@
 // Header texts on their way between a host, a message and a file.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,8 +25,10 @@ namespace tallowbrook {
 // blanks alone and line ends at the end go. Well-formed folded text comes back unchanged.
 [[nodiscard]] std::string folded(std::string_view text);
 
-// The value converted to a string in the system ANSI code page, by-reference arguments followed;
-// false when it does not convert.
-[[nodiscard]] bool text_of(const VARIANT& value, std::string& text);
+// The value converted to a string, by-reference arguments followed; nothing when it does not
+// convert.
+[[nodiscard]] std::optional<std::u16string> wide_text_of(const VARIANT& value);
+// The same in the system ANSI code page.
+[[nodiscard]] std::optional<std::string> text_of(const VARIANT& value);
 
 }  // namespace tallowbrook

@@ -19,6 +19,8 @@ class MessageOwner {
   // After every change of the model: marks the message dirty, drops its raw copy, and writes a
   // bound message and those that enclose it through to their streams.
   virtual void NotifyChanged() = 0;
+  // The message's loaded bytes no longer say what the model says, though nobody is to be told.
+  virtual void drop_raw_copy() {}
   // Parses one header line "<name>: <text>" through the grammar under the message's mutex. On
   // failure (negative status) `target` is left as it was.
   [[nodiscard]] virtual HRESULT ParseHeaderInto(std::string_view name, std::string_view text,

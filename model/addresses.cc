@@ -1,0 +1,235 @@
+#include "model/addresses.h"
+
+#include <optional>
+#include <utility>
+
+#include "core/creators.h"
+#include "core/text.h"
+#include "model/header_text.h"
+#include "model/mail_address.h"
+#include "model/variant_conversion.h"
+#include "platform/automation/late_bound.h"
+#include "tallowbrook/collections.h"
+
+namespace tallowbrook {
+
+using platform::ComPtr;
+using platform::Variant;
+
+namespace {
+
+constexpr std::string_view kFirstSeparator = " ";
+constexpr std::string_view kLaterSeparator = "     , ";
+
+ComPtr<IDispatch> address_object(std::string_view address, const HeaderValue& name) {
+  const std::string_view text = name.text_view();
+  if (name.is(ValueKind::Text)) return make_object<CMailAddress>(address, text);
+  return make_object<CMailAddress>(address, name.AsText());
+}
+
+ComPtr<IDispatch> address_object(const HeaderValue& value) {
+  if (value.is(ValueKind::Text)) return address_object(value.text_view(), empty_value());
+  return address_object(value.address_text(), value.name());
+}
+
+void add(ICollection& list, const ComPtr<IDispatch>& address) {
+  VARIANT item;
+  VariantInit(&item);
+  item.vt = VT_DISPATCH;
+  item.pdispVal = address.get();
+  const HRESULT status = list.Add(item);
+  if (FAILED(status)) throw StatusError(status);
+}
+
+void fill(ICollection& list, const HeaderValue& value) {
+  switch (value.kind()) {
+    case ValueKind::Empty:
+      break;
+    case ValueKind::Address:
+      add(list, address_object(value));
+      break;
+    case ValueKind::AddressMap:
+      for (const auto& [address, name] : value.entries()) add(list, address_object(address, name));
+      break;
+    case ValueKind::List:
+      for (std::size_t i = 0; i < value.size(); ++i) add(list, address_object(value[i]));
+      break;
+    default:
+      add(list, address_object(value.AsText(), empty_value()));
+      break;
+  }
+}
+
+// What an address object gives to a field.
+struct HostAddress {
+  std::string route;
+  HeaderValue name;
+};
+
+// Nothing when the object lacks one of the two properties.
+std::optional<HostAddress> read_address(IDispatch* object) {
+  if (object == nullptr) return std::nullopt;
+  void* own = nullptr;
+  if (SUCCEEDED(object->QueryInterface(CMailAddress::kOwnIid, &own))) {
+    const auto address = ComPtr<CMailAddress>::adopt(static_cast<CMailAddress*>(own));
+    return HostAddress{address->route_address(), HeaderValue::text(address->name_raw())};
+  }
+  const platform::Outcome name = platform::get(object, u"NameRaw");
+  const platform::Outcome route = platform::get(object, u"RouteAddress");
+  if (FAILED(name.status) || FAILED(route.status)) return std::nullopt;
+  auto text = text_of(route.value);
+  if (!text) return std::nullopt;
+  return HostAddress{std::move(*text), from_variant(name.value)};
+}
+
+// The object in a variant that holds one, asked for IDispatch.
+ComPtr<IDispatch> object_of(const Variant& value) {
+  if (value.vt == VT_DISPATCH) return ComPtr<IDispatch>(value.pdispVal);
+  if (value.vt == VT_UNKNOWN) return platform::query<IDispatch>(value.punkVal);
+  return {};
+}
+
+Variant direct(const VARIANT& value) {
+  Variant result;
+  if (FAILED(VariantCopyInd(&result, &value))) result = Variant::missing();
+  return result;
+}
+
+void add_host_address(AddressMap& entries, IDispatch* object) {
+  if (auto address = read_address(object)) {
+    entries.at_or_add(address->route) = std::move(address->name);
+  }
+}
+
+void add_pieces(AddressMap& entries, std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t comma = text.find(',');
+    const std::string_view piece = text.substr(0, comma);
+    if (!piece.empty()) entries.at_or_add(piece) = HeaderValue::text({});
+    if (comma == std::string_view::npos) break;
+    text.remove_prefix(comma + 1);
+  }
+}
+
+void add_items(AddressMap& entries, IEnumVARIANT& items) {
+  for (;;) {
+    Variant item;
+    ULONG fetched = 0;
+    if (FAILED(items.Next(1, &item, &fetched)) || fetched == 0) return;
+    const Variant value = direct(item);
+    if (value.vt == VT_BSTR) {
+      entries.at_or_add(to_ansi(value.text())) = HeaderValue::text({});
+    } else if (const auto object = object_of(value)) {
+      add_host_address(entries, object.get());
+    }
+  }
+}
+
+// What the object's _NewEnum yields, when it is an enumerator.
+ComPtr<IEnumVARIANT> enumerator_of(IDispatch* object) {
+  if (object == nullptr) return {};
+  DISPPARAMS none{};
+  Variant result;
+  const HRESULT status =
+      object->Invoke(DISPID_NEWENUM, GUID_NULL, LOCALE_USER_DEFAULT,
+                     DISPATCH_PROPERTYGET | DISPATCH_METHOD, &none, &result, nullptr, nullptr);
+  if (FAILED(status)) return {};
+  if (result.vt == VT_UNKNOWN) return platform::query<IEnumVARIANT>(result.punkVal);
+  if (result.vt == VT_DISPATCH) return platform::query<IEnumVARIANT>(result.pdispVal);
+  return {};
+}
+
+bool is_nothing(const Variant& value) { return value.vt == VT_EMPTY || value.vt == VT_NULL; }
+
+void append_line(std::string& layout, std::string_view separator, const HeaderValue& address) {
+  layout.append(separator).append(folded(RenderAddress(address))).append("\r\n");
+}
+
+}  // namespace
+
+Variant single_address(const HeaderValue& value) { return Variant(address_object(value).get()); }
+
+Variant address_list(const HeaderValue& value) {
+  ComPtr<ICollection> list;
+  const HRESULT status = create_collection(ICollection::kIid, list.out_void());
+  if (FAILED(status)) throw StatusError(E_FAIL);
+  fill(*list, value);
+  return Variant(static_cast<IDispatch*>(list.get()));
+}
+
+HeaderValue put_single_address(const VARIANT& given) {
+  const Variant value = direct(given);
+  if (is_nothing(value)) return {};
+  if (value.vt == VT_BSTR) {
+    return HeaderValue::address(HeaderValue::text(to_ansi(value.text())), HeaderValue::text({}));
+  }
+  if (auto address = read_address(object_of(value).get())) {
+    return HeaderValue::address(HeaderValue::text(address->route), std::move(address->name));
+  }
+  return HeaderValue::address({}, {});
+}
+
+HeaderValue put_address_list(const VARIANT& given) {
+  const Variant value = direct(given);
+  if (is_nothing(value)) return {};
+  HeaderValue list = HeaderValue::map();
+  AddressMap& entries = list.mutable_entries();
+  if (value.vt == VT_BSTR) {
+    add_pieces(entries, to_ansi(value.text()));
+  } else if (const auto object = object_of(value)) {
+    if (const auto items = enumerator_of(object.get())) {
+      add_items(entries, *items);
+    } else {
+      add_host_address(entries, object.get());
+    }
+  }
+  return list;
+}
+
+bool is_enumerable(const VARIANT& given) {
+  const ComPtr<IDispatch> object = object_of(direct(given));
+  return static_cast<bool>(enumerator_of(object.get()));
+}
+
+std::string RenderAddress(const HeaderValue& value) {
+  std::string text = value.AsText();
+  if (!value.is(ValueKind::Address)) return text;
+  if (!text.empty()) text += ' ';
+  return text.append(value.address_text());
+}
+
+std::string address_layout(const HeaderValue& value) {
+  std::string layout;
+  std::string_view separator = kFirstSeparator;
+  if (value.is(ValueKind::AddressMap)) {
+    for (const auto& [address, name] : value.entries()) {
+      append_line(layout, separator, HeaderValue::address(HeaderValue::text(address), name));
+      separator = kLaterSeparator;
+    }
+  } else if (value.is(ValueKind::List)) {
+    for (std::size_t i = 0; i < value.size(); ++i) {
+      append_line(layout, separator, value[i]);
+      separator = kLaterSeparator;
+    }
+  } else {
+    append_line(layout, {}, value);
+  }
+  return layout;
+}
+
+bool has_addresses(const HeaderValue& value) {
+  switch (value.kind()) {
+    case ValueKind::Empty:
+      return false;
+    case ValueKind::Address:
+      return !value.address_text().empty() || !value.AsText().empty();
+    case ValueKind::AddressMap:
+      return !value.entries().empty();
+    case ValueKind::List:
+      return value.size() > 0;
+    default:
+      return true;
+  }
+}
+
+}  // namespace tallowbrook

@@ -1,0 +1,231 @@
+// Every full load begins by forgetting the previous message; every change of the model passes
+// through NotifyChanged, which walks from a message to those that enclose it.
+#include "model/mime_decoder.h"
+
+#include <utility>
+
+#include "core/creators.h"
+#include "core/guard.h"
+#include "core/text.h"
+#include "parser/load.h"
+#include "streams/file_stream.h"
+#include "tallowbrook/class_ids.h"
+#include "tallowbrook/events.h"
+
+namespace tallowbrook {
+
+using platform::ComPtr;
+
+namespace {
+
+// How the raw copy of a loaded message grows: doubling from this many bytes on.
+constexpr ULONG kRawCopyStep = 500000;
+constexpr ULONG kRawCopyFactor = 1;
+
+// The thread's error object for a file that cannot be opened.
+void report_missing_file(BSTR path) {
+  std::u16string text = u"File not found: \"";
+  text.append(platform::view_of(path)).append(u"\"");
+  ComPtr<ICreateErrorInfo> info;
+  if (FAILED(CreateErrorInfo(info.out()))) return;
+  info->SetDescription(text.c_str());
+  SetErrorInfo(0, info.query<IErrorInfo>().get());
+}
+
+VARIANT_BOOL as_boolean(bool value) { return value ? VARIANT_TRUE : VARIANT_FALSE; }
+
+}  // namespace
+
+// --- life ----------------------------------------------------------------------------------------
+
+CMimeDecoder::CMimeDecoder() : CMimeDecoder(nullptr, nullptr) {}
+
+CMimeDecoder::CMimeDecoder(MessageRef enclosing, ComPtr<IStream> stream)
+    : link_(std::make_shared<MessageLink>(MessageLink{this})),
+      enclosing_(std::move(enclosing)),
+      bound_stream_(std::move(stream)),
+      points_(*this, {_IMimeDecoderEvents::kIid, _IAccessorEvents::kIid},
+              {&Module::lock, &Module::unlock}) {}
+
+CMimeDecoder::~CMimeDecoder() { link_->owner = nullptr; }
+
+HRESULT CMimeDecoder::GetClassID(CLSID* clsid) {
+  if (clsid == nullptr) return E_POINTER;
+  *clsid = CLSID_MimeDecoder;
+  return S_OK;
+}
+
+HRESULT CMimeDecoder::InterfaceSupportsErrorInfo(REFIID iid) {
+  return iid == IMimeDecoder::kIid ? S_OK : S_FALSE;
+}
+
+HRESULT CMimeDecoder::EnumConnectionPoints(IEnumConnectionPoints** all) {
+  return points_.enumerate(all);
+}
+
+HRESULT CMimeDecoder::FindConnectionPoint(REFIID iid, IConnectionPoint** point) {
+  return points_.find(iid, point);
+}
+
+HRESULT CMimeDecoder::InitNew() {
+  return guarded([&] {
+    store_.reset_header();
+    store_.load_error_flag = false;
+    raw_copy_.reset();
+    set_dirty(false);
+    return S_OK;
+  });
+}
+
+// --- loading -------------------------------------------------------------------------------------
+
+void CMimeDecoder::forget_everything() {
+  store_.reset_header();
+  store_.root.Reset();
+  store_.load_error_flag = false;
+  raw_copy_.reset();
+  set_dirty(false);
+}
+
+HRESULT CMimeDecoder::load(IStream& stream) {
+  const auto held = self();
+  const ComPtr<IStream> input(&stream);
+  forget_everything();
+  ComPtr<CISSHelper> raw_copy;
+  if (store_.collect_raw_stream) raw_copy = CISSHelper::create(kRawCopyStep, kRawCopyFactor);
+  raw_copy_ = raw_copy;  // what changes the model while the stream is read drops it
+  ParseRun run;
+  run.store = &store_;
+  run.raw_copy = raw_copy.get();
+  const HRESULT status = DispatchParse(run, &stream);
+  store_.load_error_flag = FAILED(status);
+  if (SUCCEEDED(status)) {
+    extract_uuencoded_blocks();
+    set_dirty(false);
+    plugin_.on_loaded(this);
+  }
+  return status;
+}
+
+HRESULT CMimeDecoder::Load(IStream* stream) {
+  if (stream == nullptr) return E_INVALIDARG;
+  return guarded([&] { return load(*stream); });
+}
+
+HRESULT CMimeDecoder::LoadFromFile(BSTR path, VARIANT_BOOL* done) {
+  if (done == nullptr) return E_POINTER;
+  *done = VARIANT_FALSE;
+  return guarded([&] {
+    forget_everything();
+    const auto file = CFileSystemStream::open_for_reading(path);
+    if (!file) {
+      report_missing_file(path);
+      return E_FAIL;
+    }
+    const HRESULT status = load(*file);
+    *done = as_boolean(SUCCEEDED(status));
+    return status;
+  });
+}
+
+HRESULT CMimeDecoder::Load(IDispatch* stream_object, VARIANT_BOOL* done) {
+  if (done == nullptr) return E_POINTER;
+  *done = VARIANT_FALSE;
+  return guarded([&] {
+    const auto stream = platform::query<IStream>(stream_object);
+    if (stream) *done = as_boolean(SUCCEEDED(load(*stream)));
+    return S_OK;
+  });
+}
+
+// --- saving --------------------------------------------------------------------------------------
+
+WriteOutcome CMimeDecoder::write(IStream& target, bool header_only) {
+  const auto held = self();
+  const ComPtr<CISSHelper> raw_copy = raw_copy_;
+  WriteOptions options;
+  options.header_only = header_only;
+  options.enclosed = enclosing_ != nullptr;
+  options.raw_copy = raw_copy.get();
+  return write_message(store_, link_, &target, options);
+}
+
+HRESULT CMimeDecoder::Save(IStream* stream, BOOL clear_dirty) {
+  if (stream == nullptr) return E_INVALIDARG;
+  return guarded([&] {
+    const auto held = self();
+    const HRESULT status = write(*stream, false).status;
+    if (SUCCEEDED(status) && clear_dirty != FALSE) set_dirty(false);
+    return status;
+  });
+}
+
+HRESULT CMimeDecoder::SaveToFile(BSTR path, VARIANT_BOOL* done) {
+  if (done == nullptr) return E_POINTER;
+  *done = VARIANT_FALSE;
+  return guarded([&] {
+    const auto file = CFileSystemStream::open_for_writing(path);
+    if (!file) return S_OK;
+    const WriteOutcome outcome = write(*file, false);
+    const bool written = SUCCEEDED(outcome.status) && outcome.complete;
+    *done = as_boolean(SUCCEEDED(file->flush()) && SUCCEEDED(file->write_status()) && written);
+    if (*done != VARIANT_FALSE) set_dirty(false);
+    return S_OK;
+  });
+}
+
+HRESULT CMimeDecoder::Save(IDispatch* stream_object, VARIANT_BOOL* done) {
+  if (done == nullptr) return E_POINTER;
+  *done = VARIANT_FALSE;
+  return guarded([&] {
+    const auto stream = platform::query<IStream>(stream_object);
+    if (!stream) return S_OK;
+    const WriteOutcome outcome = write(*stream, false);
+    *done = as_boolean(SUCCEEDED(outcome.status) && outcome.complete);
+    if (*done != VARIANT_FALSE) set_dirty(false);
+    return S_OK;
+  });
+}
+
+// --- changes and single fields -------------------------------------------------------------------
+
+void CMimeDecoder::write_through() {
+  if (!bound_stream_) return;
+  const ComPtr<IStream> stream = bound_stream_;
+  stream->SetSize({0});
+  stream->Seek({0}, STREAM_SEEK_SET, nullptr);
+  Save(stream.get(), FALSE);
+}
+
+void CMimeDecoder::NotifyChanged() {
+  ComPtr<CMimeDecoder> message(this);
+  while (message) {
+    message->drop_raw_copy();
+    if (message->store_.load_error_flag) return;
+    message->set_dirty(true);
+    message->write_through();
+    const MessageRef enclosing = message->enclosing_;
+    // A message is only ever enclosed by another message object.
+    auto* next = enclosing == nullptr ? nullptr : static_cast<CMimeDecoder*>(enclosing->owner);
+    message = ComPtr<CMimeDecoder>(next);
+  }
+}
+
+HRESULT CMimeDecoder::ParseHeaderInto(std::string_view name, std::string_view text,
+                                      HeaderValue& target) {
+  const auto held = self();
+  HeaderValue value;
+  HRESULT status = S_OK;
+  {
+    const ViewMutex::Hold hold(mutex_);
+    status = parse_field(name, text, value);
+  }
+  if (SUCCEEDED(status)) target = std::move(value);
+  return status;
+}
+
+HRESULT create_mime_decoder(REFIID iid, void** object) {
+  return create_instance<CMimeDecoder>(iid, object);
+}
+
+}  // namespace tallowbrook

@@ -1,0 +1,20 @@
+#include "model/plugin_hook.h"
+
+#include "platform/kernel/library.h"
+
+namespace tallowbrook {
+
+PluginHook::PluginHook() : library_(LoadLibraryA("TlwbkPlg.dll")) {
+  if (library_ == nullptr) return;
+  on_loaded_ = reinterpret_cast<OnLoaded>(GetProcAddress(library_, "SnapIn_OnLoaded"));
+}
+
+PluginHook::~PluginHook() {
+  if (library_ != nullptr) FreeLibrary(library_);
+}
+
+void PluginHook::on_loaded(IMimeDecoder* message) const {
+  if (on_loaded_ != nullptr) on_loaded_(message);
+}
+
+}  // namespace tallowbrook

@@ -1,0 +1,64 @@
+// Trace headers as automation objects: views into a message's list of records.
+//
+// A record is a `List` of its clauses, its date, and the text that both were read from; while it is
+// unparsed, the date holds that text as `Raw`. The first look at a part of it parses it.
+#pragma once
+
+#include <string>
+
+#include "core/object.h"
+#include "model/header_value.h"
+#include "model/message_owner.h"
+#include "model/view_mutex.h"
+#include "tallowbrook/trace_headers.h"
+
+namespace tallowbrook {
+
+// The record's text as its parts say it: each clause as its name, a blank and its value, CR LF TAB
+// between two of them, then "; " and the date.
+[[nodiscard]] std::string trace_text(const HeaderValue& record);
+
+// Parses an unparsed record in place and keeps its text as the record's source. Its status when it
+// does not parse; the record stays then. A date that is not on the calendar is kept as its text.
+[[nodiscard]] HRESULT ReparseReceived(HeaderValue& record);
+
+class CReceivedCollection final : public Object<Shared, Dispatching<IReceivedCollection>> {
+ public:
+  CReceivedCollection() = default;
+  // On the list of a message that `message` leads to.
+  explicit CReceivedCollection(MessageRef message);
+
+  HRESULT get_Item(LONG index, IDispatch** item) override;
+  HRESULT get_Count(LONG* count) override;
+  HRESULT Remove(LONG index) override;
+  HRESULT Clear() override;
+
+ private:
+  [[nodiscard]] bool has(LONG index) const;
+
+  HeaderValue records_;  // `List`, shared with the message
+  MessageRef message_;
+  ViewMutex mutex_;
+};
+
+class CReceived final : public Object<Shared, Dispatching<IReceived>> {
+ public:
+  CReceived();
+  // On one record, which the list shares.
+  CReceived(HeaderValue record, MessageRef message);
+
+  HRESULT get_Value(BSTR* text) override;
+  HRESULT put_Value(BSTR text) override;
+  HRESULT get_Date(VARIANT* date) override;
+  HRESULT put_Date(VARIANT date) override;
+  HRESULT get_Parameters(IDispatch** parameters) override;
+
+ private:
+  void record_changed();
+
+  HeaderValue record_;  // pinned
+  MessageRef message_;
+  ViewMutex mutex_;
+};
+
+}  // namespace tallowbrook

@@ -1,0 +1,40 @@
+// The mutex that a view object serialises its own members with. Waiting for it pumps the thread's
+// window messages; a thread that holds it may take it again.
+#pragma once
+
+#include <new>
+
+#include "parser/load.h"
+#include "platform/kernel/handles.h"
+#include "platform/kernel/wait.h"
+
+namespace tallowbrook {
+
+class ViewMutex {
+ public:
+  ViewMutex() : handle_(CreateMutexW(nullptr, FALSE, nullptr)) {
+    if (!handle_) throw std::bad_alloc();
+  }
+
+  // Holds the mutex for the life of this object.
+  class Hold {
+   public:
+    explicit Hold(const ViewMutex& mutex) : handle_(mutex.handle_.get()) {
+      held_ = WaitOrPump(handle_, INFINITE, true);
+    }
+    ~Hold() {
+      if (held_) ReleaseMutex(handle_);
+    }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+   private:
+    HANDLE handle_;
+    bool held_ = false;
+  };
+
+ private:
+  platform::Handle handle_;
+};
+
+}  // namespace tallowbrook
