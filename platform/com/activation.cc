@@ -1,0 +1,397 @@
+// The process's table of components and class objects.
+//
+// The table's mutex is never held while code of a component, or of the loader (which runs a
+// component's constructors and destructors), runs. A component that is being called cannot be
+// closed (`calls`); while one is asked whether it may go (`closing`), look-ups wait for its answer.
+#include "platform/com/activation.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string>
+#include <string_view>
+#include <vector>
+
+using tallowbrook::platform::ComPtr;
+
+namespace {
+
+struct Class {
+  CLSID clsid;
+  std::u16string prog_id;
+  std::u16string independent_prog_id;
+};
+
+struct Component {
+  ComponentEntries entries{};
+  std::vector<Class> classes;
+  HMODULE handle = nullptr;  // one reference of the loader's, when CoLoadComponent took it
+  int loads = 0;             // CoLoadComponent less CoUnloadComponent
+  int uses = 0;              // CoUseComponent less CoForgetComponent
+  int calls = 0;
+  bool closing = false;
+};
+
+struct Registration {
+  DWORD cookie;
+  CLSID clsid;
+  ComPtr<IUnknown> object;
+};
+
+struct Table {
+  std::mutex mutex;
+  std::condition_variable settled;
+  std::vector<std::shared_ptr<Component>> components;
+  std::vector<Registration> registrations;
+  DWORD next_cookie = 1;
+};
+
+// Never destroyed: components take leave in their destructors, which may run last of all.
+Table& table() {
+  static Table& the_table = *new Table;
+  return the_table;
+}
+
+thread_local std::string last_error;
+
+using Lock = std::unique_lock<std::mutex>;
+
+template <class Body>
+HRESULT checked(Body&& body) {
+  try {
+    return body();
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+bool same_name(std::u16string_view a, std::u16string_view b) {
+  const auto lower = [](char16_t unit) {
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+  };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](char16_t x, char16_t y) { return lower(x) == lower(y); });
+}
+
+// --- look-ups; each waits until no component is in doubt
+// -------------------------------------------
+
+void settle(Lock& lock) {
+  table().settled.wait(lock, [] {
+    const auto& all = table().components;
+    return std::none_of(all.begin(), all.end(), [](const auto& one) { return one->closing; });
+  });
+}
+
+// The one place where a class is looked up, by whatever `matches` looks at: here come the classes
+// of this process; a persistent registration is asked after them.
+template <class Matches>
+bool find_class(Matches&& matches, Class* found) {
+  Lock lock(table().mutex);
+  settle(lock);
+  for (const auto& component : table().components) {
+    for (const Class& one : component->classes) {
+      if (!matches(one)) continue;
+      *found = one;
+      return true;
+    }
+  }
+  return false;
+}
+
+// The components that may have this class, kept from closing; those without a description of their
+// classes are asked last.
+std::vector<std::shared_ptr<Component>> enter_components(REFCLSID clsid) {
+  Lock lock(table().mutex);
+  settle(lock);
+  std::vector<std::shared_ptr<Component>> result;
+  for (const bool described : {true, false}) {
+    for (const auto& component : table().components) {
+      const auto& classes = component->classes;
+      const auto match = [&](const Class& one) { return one.clsid == clsid; };
+      const bool wanted = described
+                              ? std::any_of(classes.begin(), classes.end(), match)
+                              : classes.empty() && component->entries.describe_classes == nullptr;
+      if (wanted) result.push_back(component);
+    }
+  }
+  for (const auto& component : result) ++component->calls;
+  return result;
+}
+
+void leave_components(const std::vector<std::shared_ptr<Component>>& entered) {
+  const Lock lock(table().mutex);
+  for (const auto& component : entered) --component->calls;
+}
+
+ComPtr<IUnknown> registered_object(REFCLSID clsid) {
+  const Lock lock(table().mutex);
+  for (const Registration& one : table().registrations) {
+    if (one.clsid == clsid) return one.object;
+  }
+  return {};
+}
+
+// --- the life of a component ---------------------------------------------------------------------
+
+HRESULT read_classes(const ComponentEntries& entries, std::vector<Class>* classes) {
+  if (entries.describe_classes == nullptr) return S_OK;
+  const ComponentClass* described = nullptr;
+  ULONG count = 0;
+  const HRESULT status = entries.describe_classes(&described, &count);
+  if (FAILED(status)) return status;
+  const auto text = [](const OLECHAR* given) {
+    return given == nullptr ? std::u16string() : std::u16string(given);
+  };
+  for (ULONG at = 0; at < count; ++at) {
+    classes->push_back({described[at].clsid, text(described[at].prog_id),
+                        text(described[at].version_independent_prog_id)});
+  }
+  return S_OK;
+}
+
+// The entry of a component that is known by its class object function; the mutex is held.
+std::shared_ptr<Component> find_component(const ComponentEntries& entries) {
+  for (const auto& component : table().components) {
+    if (component->entries.get_class_object == entries.get_class_object) return component;
+  }
+  return nullptr;
+}
+
+std::shared_ptr<Component> find_or_add(const ComponentEntries& entries,
+                                       std::vector<Class>&& classes) {
+  if (auto known = find_component(entries)) return known;
+  auto component = std::make_shared<Component>();
+  component->entries = entries;
+  component->classes = std::move(classes);
+  table().components.push_back(component);
+  return component;
+}
+
+void erase_when_unwanted(const std::shared_ptr<Component>& component) {
+  if (component->handle != nullptr || component->uses > 0) return;
+  auto& all = table().components;
+  all.erase(std::remove(all.begin(), all.end(), component), all.end());
+}
+
+// Closes the library when nothing uses it; S_FALSE when it has to stay.
+HRESULT try_close(const std::shared_ptr<Component>& component) {
+  {
+    Lock lock(table().mutex);
+    settle(lock);
+    if (component->handle == nullptr) return S_OK;
+    if (component->loads > 0 || component->calls > 0) return S_FALSE;
+    component->closing = true;
+  }
+  const bool may_go = component->entries.can_unload_now() == S_OK;
+  HMODULE handle = nullptr;
+  {
+    const Lock lock(table().mutex);
+    component->closing = false;
+    if (may_go && component->loads == 0) {
+      handle = std::exchange(component->handle, nullptr);
+      erase_when_unwanted(component);
+    }
+  }
+  table().settled.notify_all();
+  if (handle == nullptr) return S_FALSE;
+  dlclose(handle);
+  return S_OK;
+}
+
+template <class Function>
+Function* entry_of(HMODULE module, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(module, name));
+}
+
+HRESULT add_loaded(HMODULE module) {
+  const ComponentEntries entries{
+      entry_of<DllGetClassObjectFunction>(module, "DllGetClassObject"),
+      entry_of<DllCanUnloadNowFunction>(module, "DllCanUnloadNow"),
+      entry_of<DllDescribeClassesFunction>(module, "DllDescribeClasses")};
+  if (entries.get_class_object == nullptr || entries.can_unload_now == nullptr) {
+    last_error = "DllGetClassObject or DllCanUnloadNow is missing";
+    return CO_E_ERRORINDLL;
+  }
+  std::vector<Class> classes;
+  if (const HRESULT status = read_classes(entries, &classes); FAILED(status)) return status;
+  bool counted_before = false;
+  {
+    Lock lock(table().mutex);
+    settle(lock);
+    const auto component = find_or_add(entries, std::move(classes));
+    counted_before = component->handle != nullptr;
+    component->handle = module;
+    ++component->loads;
+  }
+  if (counted_before) dlclose(module);  // one reference of the loader's is enough
+  return S_OK;
+}
+
+HRESULT ask_components(REFCLSID clsid, REFIID iid, void** object) {
+  const auto entered = enter_components(clsid);
+  HRESULT status = REGDB_E_CLASSNOTREG;
+  for (const auto& component : entered) {
+    const HRESULT answer = component->entries.get_class_object(clsid, iid, object);
+    if (answer == CLASS_E_CLASSNOTAVAILABLE) continue;
+    status = answer;
+    break;
+  }
+  leave_components(entered);
+  return status;
+}
+
+}  // namespace
+
+HRESULT CLSIDFromProgID(const OLECHAR* prog_id, CLSID* clsid) {
+  if (clsid == nullptr) return E_INVALIDARG;
+  *clsid = GUID_NULL;
+  if (prog_id == nullptr || *prog_id == 0) return CO_E_CLASSSTRING;
+  return checked([&]() -> HRESULT {
+    const std::u16string_view wanted(prog_id);
+    Class found{};
+    const auto matches = [&](const Class& one) {
+      return same_name(one.prog_id, wanted) || same_name(one.independent_prog_id, wanted);
+    };
+    if (!find_class(matches, &found)) return CO_E_CLASSSTRING;
+    *clsid = found.clsid;
+    return S_OK;
+  });
+}
+
+HRESULT ProgIDFromCLSID(REFCLSID clsid, OLECHAR** prog_id) {
+  if (prog_id == nullptr) return E_INVALIDARG;
+  *prog_id = nullptr;
+  return checked([&]() -> HRESULT {
+    Class found{};
+    const auto matches = [&](const Class& one) {
+      return one.clsid == clsid && !one.prog_id.empty();
+    };
+    if (!find_class(matches, &found)) return REGDB_E_CLASSNOTREG;
+    const std::size_t bytes = (found.prog_id.size() + 1) * sizeof(OLECHAR);
+    *prog_id = static_cast<OLECHAR*>(CoTaskMemAlloc(bytes));
+    if (*prog_id == nullptr) return E_OUTOFMEMORY;
+    std::memcpy(*prog_id, found.prog_id.c_str(), bytes);
+    return S_OK;
+  });
+}
+
+HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void*, REFIID iid, void** object) {
+  if (object == nullptr) return E_INVALIDARG;
+  *object = nullptr;
+  if ((context & CLSCTX_INPROC_SERVER) == 0) return REGDB_E_CLASSNOTREG;
+  if (const auto registered = registered_object(clsid)) {
+    return registered->QueryInterface(iid, object);
+  }
+  return checked([&] { return ask_components(clsid, iid, object); });
+}
+
+HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid,
+                         void** object) {
+  if (object == nullptr) return E_POINTER;
+  *object = nullptr;
+  ComPtr<IClassFactory> factory;
+  const HRESULT status =
+      CoGetClassObject(clsid, context, nullptr, IClassFactory::kIid, factory.out_void());
+  return FAILED(status) ? status : factory->CreateInstance(outer, iid, object);
+}
+
+HRESULT CoRegisterClassObject(REFCLSID clsid, IUnknown* object, DWORD, DWORD, DWORD* cookie) {
+  if (object == nullptr || cookie == nullptr) return E_INVALIDARG;
+  *cookie = 0;
+  return checked([&] {
+    const Lock lock(table().mutex);
+    table().registrations.push_back({table().next_cookie, clsid, ComPtr<IUnknown>(object)});
+    *cookie = table().next_cookie++;
+    return S_OK;
+  });
+}
+
+HRESULT CoRevokeClassObject(DWORD cookie) {
+  ComPtr<IUnknown> revoked;  // released after the mutex
+  const Lock lock(table().mutex);
+  auto& all = table().registrations;
+  const auto found = std::find_if(all.begin(), all.end(),
+                                  [&](const Registration& one) { return one.cookie == cookie; });
+  if (found == all.end()) return E_INVALIDARG;
+  revoked = std::move(found->object);
+  all.erase(found);
+  return S_OK;
+}
+
+HRESULT CoLoadComponent(const char* path, HMODULE* module) {
+  if (path == nullptr || module == nullptr) return E_INVALIDARG;
+  *module = nullptr;
+  return checked([&] {
+    last_error.clear();
+    HMODULE handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+      const char* const error = dlerror();
+      last_error = error == nullptr ? "" : error;
+      return CO_E_DLLNOTFOUND;
+    }
+    const HRESULT status = checked([&] { return add_loaded(handle); });
+    if (FAILED(status)) {
+      dlclose(handle);
+    } else {
+      *module = handle;
+    }
+    return status;
+  });
+}
+
+HRESULT CoUnloadComponent(HMODULE module) {
+  if (module == nullptr) return E_INVALIDARG;
+  std::shared_ptr<Component> component;
+  {
+    const Lock lock(table().mutex);
+    for (const auto& one : table().components) {
+      if (one->handle == module && one->loads > 0) component = one;
+    }
+    if (!component) return E_INVALIDARG;
+    if (--component->loads > 0) return S_OK;
+  }
+  return try_close(component);
+}
+
+void CoFreeUnusedLibraries() {
+  try {
+    std::vector<std::shared_ptr<Component>> unloaded;
+    {
+      const Lock lock(table().mutex);
+      for (const auto& one : table().components) {
+        if (one->handle != nullptr && one->loads == 0) unloaded.push_back(one);
+      }
+    }
+    for (const auto& component : unloaded) try_close(component);
+  } catch (const std::bad_alloc&) {
+    // They stay until the next call.
+  }
+}
+
+const char* CoComponentError() { return last_error.c_str(); }
+
+HRESULT CoUseComponent(const ComponentEntries& entries) {
+  if (entries.get_class_object == nullptr) return E_INVALIDARG;
+  return checked([&] {
+    std::vector<Class> classes;
+    if (const HRESULT status = read_classes(entries, &classes); FAILED(status)) return status;
+    const Lock lock(table().mutex);
+    ++find_or_add(entries, std::move(classes))->uses;
+    return S_OK;
+  });
+}
+
+HRESULT CoForgetComponent(const ComponentEntries& entries) {
+  const Lock lock(table().mutex);
+  const auto component = find_component(entries);
+  if (!component || component->uses == 0) return E_INVALIDARG;
+  --component->uses;
+  erase_when_unwanted(component);
+  return S_OK;
+}
