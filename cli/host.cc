@@ -168,7 +168,9 @@ Host::Host() {
   for (const std::string& path : candidates()) {
     const HRESULT status = CoLoadComponent(path.c_str(), &module_);
     if (SUCCEEDED(status)) return;
-    reasons += "\n  " + printable(path) + ": " + status_text(status);
+    const char* const reason = CoComponentError();
+    reasons += "\n  " + printable(path) + ": " +
+               (reason != nullptr && *reason != 0 ? printable(reason) : status_text(status));
   }
   throw std::runtime_error("the component cannot be loaded:" + reasons);
 }

@@ -66,8 +66,8 @@ struct Loaded {
   [[nodiscard]] std::string complaint(std::string_view file) const;
 };
 
-// Loads the component for the life of this object. Throws std::runtime_error with a text for
-// people when it cannot be had.
+// Loads the component, which then stays for the life of the process. Throws std::runtime_error
+// with a text for people when it cannot be had.
 class Host {
  public:
   Host();
