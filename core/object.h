@@ -58,11 +58,14 @@ struct Dispatching : Interface {
   HRESULT GetTypeInfo(UINT index, LCID, ITypeInfo** info) override {
     return dispatch_type_info(Interface::kIid, index, info);
   }
-  HRESULT GetIDsOfNames(REFIID, OLECHAR** names, UINT count, LCID, DISPID* ids) override {
+  HRESULT GetIDsOfNames(REFIID reserved, OLECHAR** names, UINT count, LCID,
+                        DISPID* ids) override {
+    if (!(reserved == GUID_NULL)) return DISP_E_UNKNOWNINTERFACE;
     return dispatch_ids_of_names(Interface::kIid, names, count, ids);
   }
-  HRESULT Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* arguments, VARIANT* result,
-                 EXCEPINFO* exception, UINT* argument_error) override {
+  HRESULT Invoke(DISPID member, REFIID reserved, LCID, WORD flags, DISPPARAMS* arguments,
+                 VARIANT* result, EXCEPINFO* exception, UINT* argument_error) override {
+    if (!(reserved == GUID_NULL)) return DISP_E_UNKNOWNINTERFACE;
     return dispatch_invoke(Interface::kIid, static_cast<Interface*>(this), member, flags,
                            arguments, result, exception, argument_error);
   }
