@@ -33,10 +33,9 @@ static_assert(std::size(kMajorNames) == kMajorTypes && std::size(kMinorNames) ==
 constexpr std::string_view kEncodingNames[] = {"7bit", "quoted-printable", "base64", "8bit",
                                                "binary"};
 constexpr NameNumber kMinorNumbers[] = {
-    {"mixed", 0}, {"parallel", 1},   {"digest", 2}, {"alternative", 3}, {"plain", 0},
-    {"html", 1},  {"gif", 0},        {"jpg", 1},    {"jpeg", 1},        {"postscript", 1},
-    {"basic", 0}, {"mpg", 0},        {"mpeg", 0},   {"rfc822", 0},      {"partial", 1},
-    {"external-body", 2},
+    {"mixed", 0}, {"parallel", 1}, {"digest", 2},  {"alternative", 3},   {"plain", 0}, {"html", 1},
+    {"gif", 0},   {"jpg", 1},      {"jpeg", 1},    {"postscript", 1},    {"basic", 0}, {"mpg", 0},
+    {"mpeg", 0},  {"rfc822", 0},   {"partial", 1}, {"external-body", 2},
 };
 
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
@@ -177,6 +176,11 @@ const HeaderValue& field_value(const HeaderValue& record, EntryName name) {
   return index == kNowhere ? empty_value() : record[kPartFields][index][kEntryValue];
 }
 
+bool is_field_name(std::string_view name) {
+  return !name.empty() && name.front() != ' ' && name.front() != '\t' &&
+         name.find_first_of("\r\n:") == std::string_view::npos;
+}
+
 // --- unparsed values -----------------------------------------------------------------------------
 
 std::optional<HeaderValue> parse_mime_field(EntryName name, std::string_view text,
@@ -256,8 +260,7 @@ std::string make_boundary() {
   char buffer[64];
   const int first = platform::NextRandom();
   const int second = platform::NextRandom();
-  std::snprintf(buffer, sizeof buffer, "\"----_=_NeXtPaRt_BoUnDaRy_%d.%d\"",
-                first, second);
+  std::snprintf(buffer, sizeof buffer, "\"----_=_NeXtPaRt_BoUnDaRy_%d.%d\"", first, second);
   return buffer;
 }
 

@@ -71,6 +71,9 @@ void drop_source(HeaderValue& entry);
 // the field is absent or an entry before it is malformed.
 [[nodiscard]] const HeaderValue& field_value(const HeaderValue& record, EntryName name);
 
+// True for the name of an extension field that cannot end its line, its name or the header.
+[[nodiscard]] bool is_field_name(std::string_view name);
+
 // --- unparsed values -----------------------------------------------------------------------------
 
 // Parses a Content-Type or Content-Disposition that is still unparsed, keeping its text as the

@@ -38,10 +38,10 @@ HRESULT CParameterMap::get_Item(VARIANT index, VARIANT* value) {
     if (wanted.kind == ViewIndex::None) return S_OK;
     if (wanted.kind == ViewIndex::Position && !wanted.below(map_.entries().size())) return E_FAIL;
     // An empty entry is not written, so adding one changes no message.
-    const HeaderValue& found = wanted.kind == ViewIndex::Name
-                                   ? map_.mutable_entries().at_or_add(wanted.name)
-                                   : map_.entries().at(static_cast<std::size_t>(wanted.position))
-                                         ->second;
+    const HeaderValue& found =
+        wanted.kind == ViewIndex::Name
+            ? map_.mutable_entries().at_or_add(wanted.name)
+            : map_.entries().at(static_cast<std::size_t>(wanted.position))->second;
     (found.is(ValueKind::Text) ? Variant(decode_header_text(found.text_view())) : to_variant(found))
         .detach_to(value);
     return S_OK;

@@ -7,8 +7,8 @@ namespace tallowbrook {
 
 void BlockWriter::pass_on(std::string_view block) {
   while (!block.empty() && !failed_) {
-    const auto size = static_cast<ULONG>(
-        std::min<std::size_t>(block.size(), std::numeric_limits<LONG>::max()));
+    const auto size =
+        static_cast<ULONG>(std::min<std::size_t>(block.size(), std::numeric_limits<LONG>::max()));
     failed_ = FAILED(target_.Write(block.data(), size, nullptr));
     block.remove_prefix(size);
   }

@@ -15,12 +15,6 @@ constexpr std::string_view kAccessTypes[] = {"ftp",        "anon-ftp", "tftp",
                                              "local-file", "afs",      "mail-server"};
 constexpr std::string_view kPermissions[] = {"read", "read-write"};
 
-// A name that cannot be mistaken for the end of a field or of the header.
-bool is_field_name(std::string_view name) {
-  return !name.empty() && name.front() != ' ' && name.front() != '\t' &&
-         name.find_first_of("\r\n:") == std::string_view::npos;
-}
-
 void append_parameter(std::string& text, std::string_view name, std::string_view value) {
   if (value.empty()) return;
   text.append(";\r\n\t").append(name).append("=").append(quoted(value));
@@ -177,8 +171,8 @@ class FieldWriter {
   }
 
   void write_disposition(const HeaderValue& value) {
-    std::string text = value.is(ValueKind::List) ? value[kDispositionValue].AsText()
-                                                 : value.AsText();
+    std::string text =
+        value.is(ValueKind::List) ? value[kDispositionValue].AsText() : value.AsText();
     if (value.is(ValueKind::List) && text.empty()) return;
     append_parameters(text, value[kDispositionParameters]);
     write_line(entry_name_text(EntryName::ContentDisposition), text);
