@@ -4,7 +4,8 @@
 
 #include <string>
 
-#include "platform/com/unknown.h"
+#include "platform/automation/typeinfo.h"
+#include "platform/com/activation.h"
 #include "server/class_table.h"
 
 namespace tallowbrook {
@@ -66,6 +67,24 @@ TEST(Library, GoesAwayWhenItIsClosedAndComesBack) {
     library.close();
     EXPECT_FALSE(is_loaded()) << "cycle " << cycle;
   }
+}
+
+TEST(Library, LendsItsClassesToAHostThatLoadsIt) {
+  HMODULE module = nullptr;
+  ASSERT_EQ(CoLoadComponent(kLibrary, &module), S_OK) << CoComponentError();
+  for (const ClassEntry& entry : class_table()) {
+    for (const char16_t* name : {entry.prog_id, entry.prog_id_one}) {
+      CLSID clsid{};
+      EXPECT_EQ(CLSIDFromProgID(name, &clsid), S_OK);
+      EXPECT_EQ(clsid, entry.clsid);
+    }
+    ComPtr<IUnknown> object;
+    const HRESULT status = CoCreateInstance(entry.clsid, nullptr, CLSCTX_INPROC_SERVER,
+                                            IUnknown::kIid, object.out_void());
+    EXPECT_EQ(status, object ? S_OK : E_NOTIMPL);
+  }
+  EXPECT_EQ(CoUnloadComponent(module), S_OK);
+  EXPECT_FALSE(is_loaded());
 }
 
 TEST(Library, ShowsItsEntryPointsAlone) {
