@@ -49,7 +49,7 @@ UINT SysStringByteLen(BSTR text) {
   return bytes;
 }
 
-UINT SysStringLen(BSTR text) { return SysStringByteLen(text) / sizeof(OLECHAR); }
+UINT SysStringLen(BSTR text) { return SysStringByteLen(text) / UINT{sizeof(OLECHAR)}; }
 
 namespace tallowbrook::platform {
 

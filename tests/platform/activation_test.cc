@@ -1,0 +1,158 @@
+// Activation by registered class object, by a component that makes itself known, and by a library
+// that is compiled here, loaded, and must really go again.
+#include "platform/com/activation.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/com/counted.h"
+
+using namespace tallowbrook::platform;
+
+namespace {
+
+constexpr CLSID kThing{0x7A110B01, 0x1234, 0x5678, {1, 2, 3, 4, 5, 6, 7, 8}};
+
+class Factory final : public Counted<IClassFactory> {
+ public:
+  HRESULT CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
+    return outer != nullptr ? CLASS_E_NOAGGREGATION : QueryInterface(iid, object);
+  }
+  HRESULT LockServer(BOOL) override { return S_OK; }
+};
+
+HRESULT get_class(REFCLSID clsid, REFIID iid, void** object) {
+  if (!(clsid == kThing)) return CLASS_E_CLASSNOTAVAILABLE;
+  return ComPtr<Factory>::adopt(new Factory)->QueryInterface(iid, object);
+}
+HRESULT can_unload() { return S_OK; }
+HRESULT describe(const ComponentClass** classes, ULONG* count) {
+  static constexpr ComponentClass kClasses[] = {{kThing, u"Test.Thing.1", u"Test.Thing", u"Thing"}};
+  *classes = kClasses;
+  *count = 1;
+  return S_OK;
+}
+constexpr ComponentEntries kEntries{&get_class, &can_unload, &describe};
+
+HRESULT create(REFCLSID clsid) {
+  ComPtr<IUnknown> object;
+  return CoCreateInstance(clsid, nullptr, CLSCTX_ALL, IUnknown::kIid, object.out_void());
+}
+
+TEST(Identity, GoesThroughText) {
+  OLECHAR text[39];
+  EXPECT_EQ(StringFromGUID2(kThing, text, 38), 0);
+  ASSERT_EQ(StringFromGUID2(kThing, text, 39), 39);
+  EXPECT_EQ(std::u16string_view(text), u"{7A110B01-1234-5678-0102-030405060708}");
+  CLSID back{};
+  EXPECT_EQ(CLSIDFromString(u"{7a110b01-1234-5678-0102-030405060708}", &back), S_OK);
+  EXPECT_EQ(back, kThing);
+  for (const OLECHAR* bad :
+       {u"{7a110b01-1234-5678-0102-03040506070}", u"", u"No.Such",
+        u"{7a110b01+1234-5678-0102-030405060708}", u"{7g110b01-1234-5678-0102-030405060708}"}) {
+    EXPECT_EQ(CLSIDFromString(bad, &back), CO_E_CLASSSTRING);
+    EXPECT_EQ(back, GUID_NULL);
+  }
+  GUID one{};
+  GUID other{};
+  EXPECT_EQ(CoCreateGuid(&one), S_OK);
+  EXPECT_EQ(CoCreateGuid(&other), S_OK);
+  EXPECT_FALSE(one == other);
+}
+
+TEST(Activation, KnowsLinkedComponents) {
+  CLSID clsid{};
+  EXPECT_EQ(CLSIDFromProgID(u"Test.Thing", &clsid), CO_E_CLASSSTRING);
+  ASSERT_EQ(CoUseComponent(kEntries), S_OK);
+  ASSERT_EQ(CoUseComponent(kEntries), S_OK);
+  for (const OLECHAR* name : {u"test.thing.1", u"TEST.THING"}) {
+    ASSERT_EQ(CLSIDFromProgID(name, &clsid), S_OK);
+    EXPECT_EQ(clsid, kThing);
+  }
+  OLECHAR* prog_id = nullptr;
+  ASSERT_EQ(ProgIDFromCLSID(kThing, &prog_id), S_OK);
+  EXPECT_EQ(std::u16string_view(prog_id), u"Test.Thing.1");
+  CoTaskMemFree(prog_id);
+  EXPECT_EQ(create(kThing), S_OK);
+  EXPECT_EQ(CoForgetComponent(kEntries), S_OK);
+  EXPECT_EQ(create(kThing), S_OK);
+  EXPECT_EQ(CoForgetComponent(kEntries), S_OK);
+  EXPECT_EQ(CoForgetComponent(kEntries), E_INVALIDARG);
+  EXPECT_EQ(create(kThing), REGDB_E_CLASSNOTREG);
+}
+
+TEST(Activation, KnowsRegisteredObjects) {
+  const auto factory = ComPtr<Factory>::adopt(new Factory);
+  DWORD cookie = 0;
+  ASSERT_EQ(CoRegisterClassObject(kThing, factory.get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
+                                  &cookie),
+            S_OK);
+  EXPECT_EQ(create(kThing), S_OK);
+  ComPtr<IUnknown> object;
+  EXPECT_EQ(
+      CoCreateInstance(kThing, nullptr, CLSCTX_LOCAL_SERVER, IUnknown::kIid, object.out_void()),
+      REGDB_E_CLASSNOTREG);
+  EXPECT_EQ(CoCreateInstance(kThing, factory.get(), CLSCTX_ALL, IUnknown::kIid, object.out_void()),
+            CLASS_E_NOAGGREGATION);
+  EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
+  EXPECT_EQ(CoRevokeClassObject(cookie), E_INVALIDARG);
+  EXPECT_EQ(factory->AddRef(), 2U);
+  factory->Release();
+}
+
+// A component whose lock the test turns; it makes itself known when it is loaded by any means.
+TEST(Activation, LoadedLibrariesReallyGo) {
+  const std::string path = PROBE_COMPONENT_PATH;
+  const auto resident = [&] {
+    void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (handle != nullptr) dlclose(handle);
+    return handle != nullptr;
+  };
+  HMODULE module = nullptr;
+  EXPECT_EQ(CoLoadComponent("/no/such.so", &module), CO_E_DLLNOTFOUND);
+  EXPECT_STRNE(CoComponentError(), "");
+  ASSERT_EQ(CoLoadComponent(path.c_str(), &module), S_OK) << CoComponentError();
+  HMODULE again = nullptr;
+  ASSERT_EQ(CoLoadComponent(path.c_str(), &again), S_OK);
+  EXPECT_EQ(module, again);
+  CLSID clsid{};
+  ASSERT_EQ(CLSIDFromProgID(u"Probe.Component", &clsid), S_OK);
+
+  // Threads create while it is unloaded and loaded again: each attempt works or finds no class.
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> threads;
+  for (int at = 0; at < 3; ++at) {
+    threads.emplace_back([&] {
+      while (!stop) {
+        const HRESULT status = create(clsid);
+        ASSERT_TRUE(status == S_OK || status == REGDB_E_CLASSNOTREG) << status;
+      }
+    });
+  }
+  for (int round = 0; round < 50; ++round) {
+    HMODULE third = nullptr;
+    ASSERT_EQ(CoLoadComponent(path.c_str(), &third), S_OK);
+    ASSERT_EQ(CoUnloadComponent(third), S_OK);
+  }
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
+
+  ComPtr<IUnknown> object;
+  ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, IUnknown::kIid, object.out_void()), S_OK);
+  EXPECT_EQ(CoUnloadComponent(module), S_OK);
+  EXPECT_EQ(CoUnloadComponent(module), S_FALSE);  // the object keeps it
+  CoFreeUnusedLibraries();
+  EXPECT_TRUE(resident());
+  object.reset();
+  CoFreeUnusedLibraries();
+  EXPECT_FALSE(resident());
+  EXPECT_EQ(CLSIDFromProgID(u"Probe.Component", &clsid), CO_E_CLASSSTRING);
+  EXPECT_EQ(CoUnloadComponent(module), E_INVALIDARG);
+}
+
+}  // namespace
