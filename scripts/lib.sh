@@ -89,7 +89,7 @@ configure_and_build() {
   if [[ ! -f $folder/.built ]]; then
     say "Building ($preset); the first time takes some minutes ..."
   fi
-  quietly cmake --build "$folder" "$@" || return 1
+  quietly cmake --build "$folder" "$@" -- --quiet || return 1
   touch "$folder/.built"
 }
 
