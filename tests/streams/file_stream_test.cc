@@ -1,0 +1,94 @@
+#include "streams/file_stream.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "platform/kernel/file.h"
+
+namespace tallowbrook {
+namespace {
+
+class FileStream : public testing::Test {
+ protected:
+  FileStream() : file_(testing::TempDir() + "tallowbrook-\xC3\xA4-file-stream") {}
+  ~FileStream() override { std::filesystem::remove(file_); }
+
+  [[nodiscard]] std::u16string wide() const { return file_.u16string(); }
+  [[nodiscard]] std::string content() const {
+    std::ifstream in(file_, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+
+  std::filesystem::path file_;
+};
+
+ULONGLONG seek(IStream& stream, LONGLONG offset, DWORD origin) {
+  LARGE_INTEGER move;
+  move.QuadPart = offset;
+  ULARGE_INTEGER position{};
+  EXPECT_EQ(stream.Seek(move, origin, &position), S_OK);
+  return position.QuadPart;
+}
+
+TEST_F(FileStream, BuffersSmallWritesAndPassesLargeOnes) {
+  auto stream = CFileSystemStream::open_for_writing(wide().c_str());
+  ASSERT_TRUE(stream);
+  const std::string small(2000, 's');
+  const std::size_t on_disk[] = {0, 0, 4000};
+  for (const std::size_t expected : on_disk) {
+    ULONG written = 0;
+    EXPECT_EQ(stream->Write(small.data(), 2000, &written), S_OK);
+    EXPECT_EQ(written, 2000u);
+    EXPECT_EQ(content().size(), expected);
+  }
+  const std::string large(10000, 'L');
+  EXPECT_EQ(stream->Write(large.data(), 10000, nullptr), S_OK);
+  EXPECT_EQ(content(), small + small + small + large);
+  EXPECT_EQ(seek(*stream, 10000, STREAM_SEEK_END), 6000u);
+  EXPECT_EQ(stream->Write("!", 1, nullptr), S_OK);
+  stream.reset();
+  EXPECT_EQ(content(), small + small + small + "!" + large.substr(1));
+}
+
+TEST_F(FileStream, ReadsTheSameAtAnyBlockSize) {
+  std::string text;
+  for (int i = 0; text.size() < 20000; ++i) text += std::to_string(i);
+  std::ofstream(file_, std::ios::binary) << text;
+  for (const ULONG size : {1u, 100u, 4095u, 4096u, 5000u, 50000u}) {
+    const auto stream = CFileSystemStream::open_for_reading(wide().c_str());
+    ASSERT_TRUE(stream);
+    std::string all;
+    std::string block(size, '?');
+    ULONG got = 0;
+    do {
+      EXPECT_EQ(stream->Read(block.data(), size, &got), S_OK);
+      all.append(block, 0, got);
+    } while (got == size);
+    EXPECT_EQ(all, text) << size;
+    EXPECT_EQ(seek(*stream, 0, STREAM_SEEK_CUR), text.size());
+    seek(*stream, 5, STREAM_SEEK_SET);
+    EXPECT_EQ(stream->Read(block.data(), 1, &got), S_OK);
+    EXPECT_EQ(block[0], text[5]);
+  }
+}
+
+TEST_F(FileStream, TellsWhatCannotBeOpenedOrWritten) {
+  EXPECT_FALSE(CFileSystemStream::open_for_reading(wide().c_str()));
+  EXPECT_FALSE(CFileSystemStream::open_for_reading(nullptr));
+  EXPECT_FALSE(CFileSystemStream::open_for_writing(u"/nowhere/at/all"));
+
+  const auto full = CFileSystemStream::open_for_writing(u"/dev/full");
+  if (!full) GTEST_SKIP() << "no /dev/full here";
+  EXPECT_EQ(full->Write("x", 1, nullptr), S_OK);
+  EXPECT_EQ(full->write_status(), S_OK);
+  EXPECT_EQ(full->flush(), E_FAIL);
+  EXPECT_EQ(full->flush(), S_OK);
+  EXPECT_EQ(full->write_status(), E_FAIL);
+}
+
+}  // namespace
+}  // namespace tallowbrook

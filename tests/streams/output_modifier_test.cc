@@ -1,0 +1,68 @@
+#include "streams/output_modifier.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "streams/memory_stream.h"
+#include "tests/support/host_stream.h"
+
+namespace tallowbrook {
+namespace {
+
+TEST(OutputModifier, EndsEveryLineWithCrLf) {
+  struct Case {
+    std::vector<std::string> writes;
+    std::string result;
+  };
+  const Case cases[] = {
+      {{"a\nb"}, "a\r\nb"},
+      {{"a\r", "\nb"}, "a\r\nb"},
+      {{"a\r", "", "\nb"}, "a\r\nb"},
+      {{"a\r", "b", "\n"}, "a\rb\r\n"},
+      {{"a\r\nb\r\n"}, "a\r\nb\r\n"},
+      {{"\n\n", "\n"}, "\r\n\r\n\r\n"},
+      {{"\r\n\n\r\r\n"}, "\r\n\r\n\r\r\n"},
+      {{"", "plain"}, "plain"},
+  };
+  for (const Case& c : cases) {
+    test::HostStream target;
+    COutputStreamModifier filter(target);
+    ULONG total = 0;
+    for (const std::string& piece : c.writes) {
+      ULONG written = 0;
+      EXPECT_EQ(filter.Write(piece.data(), static_cast<ULONG>(piece.size()), &written), S_OK);
+      total += written;
+    }
+    EXPECT_EQ(target.written(), c.result);
+    EXPECT_EQ(total, c.result.size());
+    EXPECT_FALSE(filter.failed());
+  }
+}
+
+TEST(OutputModifier, ReportsAndRemembersAFailingWrite) {
+  for (int good = 0; good < 3; ++good) {
+    test::HostStream target;
+    target.writes_before_failure = good;
+    COutputStreamModifier filter(target);
+    ULONG written = 9;
+    EXPECT_EQ(filter.Write("ab\ncd", 5, &written), STG_E_MEDIUMFULL) << good;
+    EXPECT_EQ(written, target.written().size());
+    EXPECT_EQ(filter.Write("x", 1, nullptr), S_OK);
+    EXPECT_EQ(filter.status(), STG_E_MEDIUMFULL);
+  }
+}
+
+TEST(OutputModifier, CountsOnTheInnerStreamAndHidesIt) {
+  CISSHelper target;
+  COutputStreamModifier filter(target);
+  const auto face = platform::query<IStream>(static_cast<IStream*>(&filter));
+  EXPECT_EQ(face.get(), &filter);
+  EXPECT_FALSE(face.query<CISSHelper>());
+  EXPECT_EQ(target.AddRef(), 3u);
+  EXPECT_EQ(filter.Release(), 2u);
+}
+
+}  // namespace
+}  // namespace tallowbrook
