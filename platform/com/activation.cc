@@ -233,17 +233,29 @@ HRESULT add_loaded(HMODULE module) {
   return S_OK;
 }
 
-HRESULT ask_components(REFCLSID clsid, REFIID iid, void** object) {
-  const auto entered = enter_components(clsid);
-  HRESULT status = REGDB_E_CLASSNOTREG;
-  for (const auto& component : entered) {
-    const HRESULT answer = component->entries.get_class_object(clsid, iid, object);
-    if (answer == CLASS_E_CLASSNOTAVAILABLE) continue;
-    status = answer;
-    break;
+// Keeps the components that may have a class from closing.
+class Entered {
+ public:
+  explicit Entered(REFCLSID clsid) : components_(enter_components(clsid)) {}
+  ~Entered() { leave_components(components_); }
+  Entered(const Entered&) = delete;
+  Entered& operator=(const Entered&) = delete;
+
+  [[nodiscard]] const std::vector<std::shared_ptr<Component>>& components() const {
+    return components_;
   }
-  leave_components(entered);
-  return status;
+
+ private:
+  std::vector<std::shared_ptr<Component>> components_;
+};
+
+HRESULT ask_components(REFCLSID clsid, REFIID iid, void** object) {
+  const Entered entered(clsid);
+  for (const auto& component : entered.components()) {
+    const HRESULT answer = component->entries.get_class_object(clsid, iid, object);
+    if (answer != CLASS_E_CLASSNOTAVAILABLE) return answer;
+  }
+  return REGDB_E_CLASSNOTREG;
 }
 
 }  // namespace
@@ -295,10 +307,14 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
                          void** object) {
   if (object == nullptr) return E_POINTER;
   *object = nullptr;
-  ComPtr<IClassFactory> factory;
-  const HRESULT status =
-      CoGetClassObject(clsid, context, nullptr, IClassFactory::kIid, factory.out_void());
-  return FAILED(status) ? status : factory->CreateInstance(outer, iid, object);
+  return checked([&] {
+    // A cached class object locks nothing: the component is kept until the new object does.
+    const Entered entered(clsid);
+    ComPtr<IClassFactory> factory;
+    const HRESULT status =
+        CoGetClassObject(clsid, context, nullptr, IClassFactory::kIid, factory.out_void());
+    return FAILED(status) ? status : factory->CreateInstance(outer, iid, object);
+  });
 }
 
 HRESULT CoRegisterClassObject(REFCLSID clsid, IUnknown* object, DWORD, DWORD, DWORD* cookie) {
