@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/object.h"
 #include "model/header_value.h"
@@ -99,5 +100,10 @@ class CMimeBody final
 [[nodiscard]] platform::ComPtr<CMimeBody> make_mime_body(HeaderValue& slot,
                                                          platform::ComPtr<CMimeBody> parent,
                                                          MessageRef message, BodyFlags flags = {});
+// A new handle on a message's root part.
+[[nodiscard]] inline platform::ComPtr<CMimeBody> make_root_body(MessageStore& store,
+                                                                MessageRef message) {
+  return make_mime_body(store.root, nullptr, std::move(message));
+}
 
 }  // namespace tallowbrook
