@@ -186,7 +186,7 @@ TEST(Coders, AgreeWithThePlainReference) {
   CBase64 base64, unbroken(true);
   for (int round = 0; round < 100; ++round) {
     std::string input(random() % (round % 20 == 0 ? 10000 : 300), '\0');
-    const unsigned rare = 1 + random() % 60;
+    const auto rare = static_cast<unsigned>(1 + random() % 60);
     for (char& byte : input) {
       byte = random() % rare == 0 ? common[random() % common.size()] : static_cast<char>(random());
     }
