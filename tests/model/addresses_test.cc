@@ -1,0 +1,151 @@
+#include "model/addresses.h"
+
+#include "model/header_text.h"
+#include "tests/model/host.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+using platform::Variant;
+using test::text;
+using Lines = std::vector<std::string>;
+
+ComPtr<IDispatch> new_address(std::string_view address, std::string_view name) {
+  ComPtr<IDispatch> object;
+  EXPECT_EQ(create_mail_address(IDispatch::kIid, object.out_void()), S_OK);
+  test::put(object.get(), u"Address", text(address));
+  test::put(object.get(), u"NameRaw", text(name));
+  return object;
+}
+
+TEST(MailAddress, ShowsWhatItHolds) {
+  const struct {
+    const char* stored;
+    const char* expected;  // Address|RouteAddress|NameRaw
+  } rows[] = {
+      {"", "||"},
+      {"a@b", "a@b|<a@b>|"},
+      {" \t<a@b>\r\n ", "<a@b>|<a@b>|"},
+      {"Ann <a@b", "a@b|<Ann <a@b>|"},
+      {"Ann <a@b>", "<a@b>|<Ann <a@b>|"},
+      {"Ann <a@b> x", "<a@b>|<Ann <a@b> x>|"},
+      {"> Ann <a@b>", "<a@b>|<> Ann <a@b>|"},
+      {"   ", "|<>|"},
+      {"caf\xE9@b", "caf\xE9@b|<caf\xE9@b>|"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(test::address_line(new_address(row.stored, "").get()), row.expected) << row.stored;
+  }
+}
+
+// The text that a put leaves behind, as the writer lays it out.
+std::string laid_out(const HeaderValue& value) {
+  return has_addresses(value) ? address_layout(value) : "(none)";
+}
+
+TEST(Addresses, SinglePut) {
+  EXPECT_FALSE(put_single_address(Variant()).is_set());
+  EXPECT_EQ(laid_out(put_single_address(text("Ann <a@b>, c"))), "Ann <a@b>, c\r\n");
+  EXPECT_EQ(laid_out(put_single_address(Variant(new_address("a@b", "Ann").get()))),
+            "Ann <a@b>\r\n");
+  EXPECT_TRUE(put_single_address(Variant(LONG{5})).is(ValueKind::Address));
+  EXPECT_EQ(laid_out(put_single_address(Variant(LONG{5}))), "(none)");
+  // An object without the two properties.
+  const auto message = test::new_message();
+  EXPECT_EQ(laid_out(put_single_address(Variant(static_cast<IDispatch*>(message.get())))),
+            "(none)");
+}
+
+TEST(Addresses, ListPut) {
+  EXPECT_FALSE(put_address_list(Variant()).is_set());
+  EXPECT_EQ(laid_out(put_address_list(text("B,A,, A,A,"))), "  A\r\n     , A\r\n     , B\r\n");
+  EXPECT_EQ(laid_out(put_address_list(text(",,"))), "(none)");
+  EXPECT_EQ(laid_out(put_address_list(Variant(LONG{5}))), "(none)");
+  EXPECT_EQ(laid_out(put_address_list(Variant(new_address("a@b", "Ann").get()))), " Ann <a@b>\r\n");
+
+  ComPtr<ICollection> list;
+  ASSERT_EQ(create_collection(ICollection::kIid, list.out_void()), S_OK);
+  EXPECT_FALSE(is_enumerable(Variant(new_address("a", "").get())));
+  const Variant listed(static_cast<IDispatch*>(list.get()));
+  EXPECT_TRUE(is_enumerable(listed));
+  EXPECT_EQ(laid_out(put_address_list(listed)), "(none)");
+  list->Add(Variant(new_address("a@b", "First").get()));
+  list->Add(text("x,y"));
+  list->Add(Variant(LONG{7}));
+  list->Add(Variant(new_address("<a@b>", "Second").get()));
+  EXPECT_EQ(laid_out(put_address_list(listed)), " Second <a@b>\r\n     , x,y\r\n");
+}
+
+TEST(Addresses, ListOfAnythingElseIsItsText) {
+  const auto lines = [](const HeaderValue& value) {
+    const Variant list = address_list(value);
+    const auto item = platform::get(list.pdispVal, u"Item", LONG{0});
+    return test::address_line(item.value.pdispVal);
+  };
+  EXPECT_EQ(lines(HeaderValue::raw("so <so>")), "<so>|<so <so>|");
+  EXPECT_EQ(lines(HeaderValue::integer(12)), "12|<12>|");
+}
+
+TEST(HeaderText, NoTextLeavesItsField) {
+  const struct {
+    const char* given;
+    const char* written;
+  } rows[] = {
+      {"plain", "plain"},
+      {"a\r\nBcc: x", "a\r\n\tBcc: x"},
+      {"a\nb\rc", "a\r\n\tb\r\n\tc"},
+      {"a\r\n\r\nbody", "a\r\n\tbody"},
+      {"a\r\n \t\r\n\r\r\nbody", "a\r\n\tbody"},
+      {"a\r\n b\r\r\n\tc\n d", "a\r\n b\r\r\n\tc\n d"},
+      {"a\r b", "a\r\n b"},
+      {"a\r\n", "a"},
+      {"\r\na", "a"},
+      {"\n.\r\n", "."},
+      {"\r\r\r", ""},
+  };
+  for (const auto& row : rows) EXPECT_EQ(folded(row.given), row.written) << row.given;
+}
+
+TEST(Addresses, OfAMessage) {
+  const auto message = test::loaded(
+      "From: Ann <a@b>\r\nReply-To: \"R. X\" <r@x>\r\nTo: z@z, Bea <b@b>\r\nTo: c@c\r\n"
+      "CC: one@x, two, @@, Three <t@t>\r\nSender: @@\r\n\r\n");
+  EXPECT_EQ(test::addresses(message.get(), u"From"), (Lines{"<a@b>|<a@b>|Ann"}));
+  // A clean list is sorted, and joins the field's occurrences.
+  EXPECT_EQ(test::addresses(message.get(), u"To"),
+            (Lines{"<b@b>|<b@b>|Bea", "c@c|<c@c>|", "z@z|<z@z>|"}));
+  // One malformed piece: the order of the source, the piece as its text.
+  EXPECT_EQ(test::addresses(message.get(), u"CC"),
+            (Lines{"one@x|<one@x>|", "two|<two>|", "@@|<@@>|", "<t@t>|<t@t>|Three"}));
+  EXPECT_EQ(test::addresses(message.get(), u"BCC"), (Lines{"(empty)"}));
+  const Variant reply_to = test::read(message.get(), u"ReplyTo");
+  EXPECT_EQ(test::address_line(reply_to.pdispVal), "<r@x>|<r@x>|\"R. X\"");
+  const Variant sender = test::read(message.get(), u"Sender");  // does not parse
+  EXPECT_EQ(test::address_line(sender.pdispVal), "||");
+
+  // Reading changed nothing of what is written.
+  const std::string written = test::saved(message);
+  for (const char* line : {"From: Ann <a@b>\r\n", "To: z@z, Bea <b@b>\r\n\tc@c\r\n",
+                           "cc: one@x, two, @@, Three <t@t>\r\n", "Sender: @@\r\n"}) {
+    EXPECT_NE(written.find(line), std::string::npos) << line << "in\n" << written;
+  }
+}
+
+TEST(Addresses, PutOnAMessage) {
+  const auto message = test::new_message();
+  EXPECT_EQ(test::put(message.get(), u"To", text("B,A, A,A")), S_OK);
+  EXPECT_EQ(test::addresses(message.get(), u"To"), (Lines{"A|<A>|", "A|<A>|", "B|<B>|"}));
+  EXPECT_EQ(test::put(message.get(), u"From", text("a@b,c@d")), S_OK);
+  EXPECT_EQ(test::addresses(message.get(), u"From").size(), 1U);
+  // A list goes into From as a list.
+  EXPECT_EQ(test::put(message.get(), u"From", test::read(message.get(), u"To")), S_OK);
+  EXPECT_EQ(test::addresses(message.get(), u"From"), (Lines{"<A>|<A>|", "<B>|<B>|"}));
+  EXPECT_EQ(test::put(message.get(), u"CC", text("x@y\r\n\r\nBcc: evil@z")), S_OK);
+  EXPECT_NE(test::saved(message).find("cc:  x@y\r\n\tBcc: evil@z\r\n"), std::string::npos);
+  EXPECT_EQ(test::put(message.get(), u"To", Variant()), S_OK);
+  EXPECT_EQ(test::addresses(message.get(), u"To"), (Lines{"(empty)"}));
+}
+
+}  // namespace
+}  // namespace tallowbrook

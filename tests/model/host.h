@@ -1,0 +1,99 @@
+// What a host does with a message, by late binding, in short words.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/creators.h"
+#include "core/text.h"
+#include "platform/automation/late_bound.h"
+#include "streams/memory_stream.h"
+#include "tallowbrook/collections.h"
+#include "tallowbrook/mime_decoder.h"
+
+namespace tallowbrook::test {
+
+using platform::ComPtr;
+using platform::Variant;
+
+inline ComPtr<IMimeDecoder> new_message() {
+  ComPtr<IMimeDecoder> message;
+  EXPECT_EQ(create_mime_decoder(IMimeDecoder::kIid, message.out_void()), S_OK);
+  return message;
+}
+
+inline HRESULT load(const ComPtr<IMimeDecoder>& message, std::string_view text) {
+  const auto stream = CISSHelper::create_with(text);
+  return message.query<IPersistStream>()->Load(stream.get());
+}
+
+inline ComPtr<IMimeDecoder> loaded(std::string_view text) {
+  auto message = new_message();
+  EXPECT_EQ(load(message, text), S_OK);
+  return message;
+}
+
+inline std::string saved(const ComPtr<IMimeDecoder>& message) {
+  const auto stream = CISSHelper::create();
+  EXPECT_EQ(message.query<IPersistStream>()->Save(stream.get(), FALSE), S_OK);
+  return std::string(stream->bytes());
+}
+
+inline Variant read(IDispatch* object, std::u16string_view name) {
+  auto outcome = platform::get(object, name);
+  EXPECT_EQ(outcome.status, S_OK) << to_ansi(name);
+  return std::move(outcome.value);
+}
+
+inline std::string read_text(IDispatch* object, std::u16string_view name) {
+  const Variant value = read(object, name);
+  EXPECT_EQ(value.vt, VT_BSTR) << to_ansi(name);
+  return to_ansi(value.text());
+}
+
+inline HRESULT put(IDispatch* object, std::u16string_view name, const Variant& value) {
+  return platform::put(object, name, value).status;
+}
+
+inline Variant text(std::string_view ansi) { return Variant(to_wide(ansi)); }
+
+// "Address|RouteAddress|NameRaw" of an address object.
+inline std::string address_line(IDispatch* address) {
+  return read_text(address, u"Address") + "|" + read_text(address, u"RouteAddress") + "|" +
+         read_text(address, u"NameRaw");
+}
+
+// The same for each object of a list property; "(empty)" when it is absent.
+inline std::vector<std::string> addresses(IDispatch* message, std::u16string_view property) {
+  const Variant list = read(message, property);
+  if (list.vt == VT_EMPTY) return {"(empty)"};
+  std::vector<std::string> lines;
+  const LONG count = read(list.pdispVal, u"Count").lVal;
+  for (LONG i = 0; i < count; ++i) {
+    const auto item = platform::get(list.pdispVal, u"Item", i);
+    lines.push_back(address_line(item.value.pdispVal));
+  }
+  return lines;
+}
+
+// Puts the machine into a time zone for the life of this object.
+class Zone {
+ public:
+  explicit Zone(const char* name) {
+    setenv("TZ", name, 1);
+    tzset();
+  }
+  ~Zone() {
+    unsetenv("TZ");
+    tzset();
+  }
+  Zone(const Zone&) = delete;
+  Zone& operator=(const Zone&) = delete;
+};
+
+}  // namespace tallowbrook::test
