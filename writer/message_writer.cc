@@ -13,7 +13,7 @@
 namespace tallowbrook {
 namespace {
 
-void write_line(BlockWriter& out, std::string_view name, std::string_view text) {
+void write_line(MessageOutput& out, std::string_view name, std::string_view text) {
   out.text(name);
   out.text(": ");
   out.text(folded(text));
@@ -25,14 +25,14 @@ std::string stored_text(const HeaderValue& value, const HeaderValue& source) {
   return source.is_set() ? source.AsText() : value.AsText();
 }
 
-void write_received(BlockWriter& out, const HeaderValue& record) {
+void write_received(MessageOutput& out, const HeaderValue& record) {
   const bool parsed =
       !record[kTraceSource].is_set() && record[kTraceParameters].is(ValueKind::AddressMap);
   write_line(out, "Received",
              parsed ? trace_text(record) : stored_text(record[kTraceDate], record[kTraceSource]));
 }
 
-void write_address_field(BlockWriter& out, std::string_view name, const HeaderValue& value,
+void write_address_field(MessageOutput& out, std::string_view name, const HeaderValue& value,
                          const HeaderValue& source) {
   if (source.is_set() || value.is(ValueKind::Raw)) {
     const std::string text = stored_text(value, source);
@@ -44,7 +44,7 @@ void write_address_field(BlockWriter& out, std::string_view name, const HeaderVa
   }
 }
 
-void write_field(BlockWriter& out, const FieldInfo& field, const HeaderValue& value,
+void write_field(MessageOutput& out, const FieldInfo& field, const HeaderValue& value,
                  const HeaderValue& source) {
   if (!value.is_set()) return;
   const bool is_path = field.slot == SlotId::ReturnPath;
@@ -58,7 +58,7 @@ void write_field(BlockWriter& out, const FieldInfo& field, const HeaderValue& va
   }
 }
 
-void write_header(BlockWriter& out, MessageStore& store) {
+void write_header(MessageOutput& out, MessageStore& store) {
   const HeaderValue received = store.received;  // a host's target may change the model
   for (std::size_t i = 0; i < received.size(); ++i) write_received(out, received[i]);
   if (!store.slot(SlotId::Date).value.is_set()) store.slot(SlotId::Date).put(current_date());
@@ -74,7 +74,7 @@ void write_header(BlockWriter& out, MessageStore& store) {
 }
 
 // The root's shape is not the message's failure: the fields and the dot line are written anyway.
-bool write_root(BlockWriter& out, MessageStore& store, const MessageRef& message,
+bool write_root(MessageOutput& out, MessageStore& store, const MessageRef& message,
                 bool header_only) {
   if (!store.root.is_set()) return true;
   if (!store.root.is(ValueKind::List)) return false;
@@ -83,7 +83,7 @@ bool write_root(BlockWriter& out, MessageStore& store, const MessageRef& message
 }
 
 WriteOutcome write_raw_copy(IStream& raw_copy, IStream& target) {
-  BlockWriter out(target);
+  MessageOutput out(target);
   out.raw(HeaderValue::raw_stream(platform::ComPtr<IStream>(&raw_copy)));
   return {S_OK, out.flush()};
 }
@@ -98,7 +98,7 @@ WriteOutcome write_message(MessageStore& store, const MessageRef& message, IStre
     return write_raw_copy(*options.raw_copy, *target);
   }
   COutputStreamModifier filter(*target);
-  BlockWriter out(filter);
+  MessageOutput out(filter);
   write_header(out, store);
   bool complete = write_root(out, store, message, options.header_only);
   if (!options.enclosed) {

@@ -69,7 +69,8 @@ bool type_text(const HeaderValue& type, std::string& text) {
 
 class FieldWriter {
  public:
-  FieldWriter(BlockWriter& out, HeaderValue& record, const MessageRef& message, PartFields& result)
+  FieldWriter(MessageOutput& out, HeaderValue& record, const MessageRef& message,
+              PartFields& result)
       : out_(out), record_(record), message_(message), result_(result) {}
 
   HRESULT write() {
@@ -185,7 +186,7 @@ class FieldWriter {
     out_.text("\r\n");
   }
 
-  BlockWriter& out_;
+  MessageOutput& out_;
   HeaderValue& record_;
   const MessageRef& message_;
   PartFields& result_;
@@ -194,7 +195,7 @@ class FieldWriter {
 
 }  // namespace
 
-HRESULT write_part_fields(BlockWriter& out, HeaderValue& record, const MessageRef& message,
+HRESULT write_part_fields(MessageOutput& out, HeaderValue& record, const MessageRef& message,
                           PartFields& result) {
   return FieldWriter(out, record, message, result).write();
 }

@@ -5,7 +5,7 @@
 
 #include "model/body_part.h"
 #include "model/message_owner.h"
-#include "writer/block_writer.h"
+#include "writer/message_output.h"
 
 namespace tallowbrook {
 
@@ -19,7 +19,7 @@ struct PartFields {
 // Writes the fields of a record, a `List` shared by reference, in their stored order. A field whose
 // source text is kept is written as that text. E_FAIL for a malformed entry, a type or encoding
 // number outside the tables; what stands before it is written.
-[[nodiscard]] HRESULT write_part_fields(BlockWriter& out, HeaderValue& record,
+[[nodiscard]] HRESULT write_part_fields(MessageOutput& out, HeaderValue& record,
                                         const MessageRef& message, PartFields& result);
 
 }  // namespace tallowbrook

@@ -28,7 +28,7 @@ struct Frame {
 
 class PartWriter {
  public:
-  PartWriter(BlockWriter& out, const MessageRef& message, bool header_only)
+  PartWriter(MessageOutput& out, const MessageRef& message, bool header_only)
       : out_(out), message_(message), header_only_(header_only) {}
 
   WriteOutcome write(HeaderValue root) {
@@ -117,7 +117,7 @@ class PartWriter {
     coder->Encode(*content, out_);
   }
 
-  BlockWriter& out_;
+  MessageOutput& out_;
   const MessageRef& message_;
   bool header_only_;
   std::vector<Frame> stack_;
@@ -125,7 +125,7 @@ class PartWriter {
 
 }  // namespace
 
-WriteOutcome write_part(BlockWriter& out, HeaderValue record, const MessageRef& message,
+WriteOutcome write_part(MessageOutput& out, HeaderValue record, const MessageRef& message,
                         bool header_only) {
   return PartWriter(out, message, header_only).write(std::move(record));
 }
@@ -133,7 +133,7 @@ WriteOutcome write_part(BlockWriter& out, HeaderValue record, const MessageRef& 
 WriteOutcome save_part(ISequentialStream* target, HeaderValue record, const MessageRef& message,
                        bool header_only) {
   if (target == nullptr) return {E_INVALIDARG, false};
-  BlockWriter out(*target);
+  MessageOutput out(*target);
   WriteOutcome outcome = write_part(out, std::move(record), message, header_only);
   if (!out.flush()) outcome.complete = false;
   return outcome;

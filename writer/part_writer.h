@@ -7,7 +7,7 @@
 
 #include "model/header_value.h"
 #include "model/message_owner.h"
-#include "writer/block_writer.h"
+#include "writer/message_output.h"
 
 namespace tallowbrook {
 
@@ -20,7 +20,7 @@ struct WriteOutcome {
 // disposition with parameters but without a value becomes "attachment", and a multipart without a
 // boundary gets one. With `header_only` the header fields alone are written. E_FAIL for a record,
 // field entry or content of another shape.
-[[nodiscard]] WriteOutcome write_part(BlockWriter& out, HeaderValue record,
+[[nodiscard]] WriteOutcome write_part(MessageOutput& out, HeaderValue record,
                                       const MessageRef& message, bool header_only);
 
 // The same into a stream. E_INVALIDARG, nothing written, for a null stream.

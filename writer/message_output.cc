@@ -1,11 +1,11 @@
-#include "writer/block_writer.h"
+#include "writer/message_output.h"
 
 #include <algorithm>
 #include <limits>
 
 namespace tallowbrook {
 
-void BlockWriter::pass_on(std::string_view block) {
+void MessageOutput::pass_on(std::string_view block) {
   while (!block.empty() && !failed_) {
     const auto size =
         static_cast<ULONG>(std::min<std::size_t>(block.size(), std::numeric_limits<LONG>::max()));
@@ -14,7 +14,7 @@ void BlockWriter::pass_on(std::string_view block) {
   }
 }
 
-void BlockWriter::text(std::string_view bytes) {
+void MessageOutput::text(std::string_view bytes) {
   if (bytes.empty()) return;
   at_line_start_ = bytes.back() == '\n';
   if (buffer_.size() + bytes.size() > kBlock) flush();
@@ -25,7 +25,7 @@ void BlockWriter::text(std::string_view bytes) {
   }
 }
 
-void BlockWriter::raw(const HeaderValue& value) {
+void MessageOutput::raw(const HeaderValue& value) {
   const HeaderValue held = value;  // a host's target may change the model while it is written to
   if (held.raw_in_memory()) {
     // Block by block through the buffer, the view taken anew each time: the target may be the very
@@ -47,17 +47,17 @@ void BlockWriter::raw(const HeaderValue& value) {
   }
 }
 
-void BlockWriter::close_line() {
+void MessageOutput::close_line() {
   if (!at_line_start_) text("\r\n");
 }
 
-bool BlockWriter::flush() {
+bool MessageOutput::flush() {
   pass_on(buffer_);
   buffer_.clear();
   return !failed_;
 }
 
-HRESULT BlockWriter::QueryInterface(REFIID iid, void** object) {
+HRESULT MessageOutput::QueryInterface(REFIID iid, void** object) {
   if (object == nullptr) return E_POINTER;
   *object = nullptr;
   if (iid != IUnknown::kIid && iid != ISequentialStream::kIid && iid != IStream::kIid) {
@@ -67,7 +67,7 @@ HRESULT BlockWriter::QueryInterface(REFIID iid, void** object) {
   return S_OK;
 }
 
-HRESULT BlockWriter::Write(const void* pv, ULONG cb, ULONG* written) {
+HRESULT MessageOutput::Write(const void* pv, ULONG cb, ULONG* written) {
   if (written != nullptr) *written = 0;
   if (pv == nullptr) return STG_E_INVALIDPOINTER;
   text({static_cast<const char*>(pv), cb});
@@ -76,12 +76,12 @@ HRESULT BlockWriter::Write(const void* pv, ULONG cb, ULONG* written) {
   return S_OK;
 }
 
-HRESULT BlockWriter::Read(void*, ULONG, ULONG* read) {
+HRESULT MessageOutput::Read(void*, ULONG, ULONG* read) {
   if (read != nullptr) *read = 0;
   return E_NOTIMPL;
 }
 
-HRESULT BlockWriter::Clone(IStream** clone) {
+HRESULT MessageOutput::Clone(IStream** clone) {
   if (clone != nullptr) *clone = nullptr;
   return E_NOTIMPL;
 }

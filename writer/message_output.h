@@ -1,4 +1,4 @@
-// BlockWriter: collects what the writer puts out and hands it on in blocks.
+// MessageOutput: collects what the writer puts out and hands it on in blocks.
 //
 // It is a stream itself, so that coders can write through it; all but Write is refused. It lives on
 // the stack of one save and counts no references. A failing target ends the output: what follows is
@@ -13,11 +13,11 @@
 
 namespace tallowbrook {
 
-class BlockWriter final : public IStream {
+class MessageOutput final : public IStream {
  public:
-  explicit BlockWriter(ISequentialStream& target) : target_(target) { buffer_.reserve(kBlock); }
-  BlockWriter(const BlockWriter&) = delete;
-  BlockWriter& operator=(const BlockWriter&) = delete;
+  explicit MessageOutput(ISequentialStream& target) : target_(target) { buffer_.reserve(kBlock); }
+  MessageOutput(const MessageOutput&) = delete;
+  MessageOutput& operator=(const MessageOutput&) = delete;
 
   void text(std::string_view bytes);
   // All the content of a `Raw` value, whose stream is read from its start in blocks.
