@@ -257,7 +257,7 @@ BOOL move_file(const std::string& from, const std::string& to, DWORD flags) {
 // out.
 template <class Result, class Body, class... Units>
 Result with_paths(Result failure, Body body, const Units*... paths) {
-  if ((... || (paths == nullptr))) {
+  if (!(... && paths)) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return failure;
   }

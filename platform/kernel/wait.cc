@@ -41,8 +41,12 @@ DWORD try_any(ThreadState& thread, const Request& request) {
   return WAIT_TIMEOUT;
 }
 
+// Takes nothing before all look free: what is taken and given back wakes others, and this thread.
 DWORD try_all(ThreadState& thread, const Request& request) {
   if (request.messages && !thread.has_messages()) return WAIT_TIMEOUT;
+  for (const Waitable* object : request.objects) {
+    if (!object->is_free(thread)) return WAIT_TIMEOUT;
+  }
   std::array<Attempt, MAXIMUM_WAIT_OBJECTS> taken{};
   Attempt outcome = Attempt::kAcquired;
   for (std::size_t i = 0; i < request.objects.size(); ++i) {
@@ -88,7 +92,11 @@ DWORD wait_until(ThreadState& thread, const Request& request, const Deadline& de
   for (;;) {
     const DWORD result = attempt(thread, request);
     if (result != WAIT_TIMEOUT) return result;
-    if (!thread.park(deadline)) return attempt(thread, request);
+    // The clock counts also when wake-ups keep coming.
+    const bool woken = thread.park(deadline);
+    if (!woken || (deadline && std::chrono::steady_clock::now() >= *deadline)) {
+      return attempt(thread, request);
+    }
   }
 }
 

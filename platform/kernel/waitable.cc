@@ -48,6 +48,11 @@ Attempt MutexObject::try_acquire(ThreadState& thread) {
   return std::exchange(abandoned_, false) ? Attempt::kAbandoned : Attempt::kAcquired;
 }
 
+bool MutexObject::is_free(const ThreadState& thread) const {
+  const ThreadState* owner = owner_.load(std::memory_order_seq_cst);
+  return owner == nullptr || owner == &thread;
+}
+
 void MutexObject::give_back(ThreadState& thread, Attempt taken) {
   if (taken == Attempt::kAbandoned) abandoned_ = true;
   release_by(thread);
@@ -78,6 +83,10 @@ Attempt EventObject::try_acquire(ThreadState& /*thread*/) {
   if (!set_.load(std::memory_order_seq_cst)) return Attempt::kBusy;
   if (manual_) return Attempt::kAcquired;
   return set_.exchange(false, std::memory_order_seq_cst) ? Attempt::kAcquired : Attempt::kBusy;
+}
+
+bool EventObject::is_free(const ThreadState& /*thread*/) const {
+  return set_.load(std::memory_order_seq_cst);
 }
 
 void EventObject::give_back(ThreadState& /*thread*/, Attempt /*taken*/) {

@@ -30,6 +30,8 @@ class Waitable : public KernelObject {
 
   // Takes the object for `thread`, the calling one, without waiting.
   [[nodiscard]] virtual Attempt try_acquire(ThreadState& thread) = 0;
+  // Whether try_acquire would succeed now.
+  [[nodiscard]] virtual bool is_free(const ThreadState& thread) const = 0;
   // Undoes a successful try_acquire, for a wait for all that did not get the rest.
   virtual void give_back(ThreadState& thread, Attempt taken) = 0;
 
@@ -58,6 +60,7 @@ class MutexObject final : public Waitable {
   MutexObject() : Waitable(kKind) {}
 
   [[nodiscard]] Attempt try_acquire(ThreadState& thread) override;
+  [[nodiscard]] bool is_free(const ThreadState& thread) const override;
   void give_back(ThreadState& thread, Attempt taken) override;
   // One level less; false when `thread`, the calling one, is not the owner.
   bool release_by(ThreadState& thread);
@@ -83,6 +86,7 @@ class EventObject final : public Waitable {
   EventObject(bool manual, bool set) : Waitable(kKind), manual_(manual), set_(set) {}
 
   [[nodiscard]] Attempt try_acquire(ThreadState& thread) override;
+  [[nodiscard]] bool is_free(const ThreadState& thread) const override;
   void give_back(ThreadState& thread, Attempt taken) override;
   void set();
   void reset() { set_.store(false, std::memory_order_seq_cst); }

@@ -1,0 +1,200 @@
+#include "platform/kernel/code_page.h"
+
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <cstdlib>
+#include <random>
+
+#include "platform/kernel/handles.h"
+#include "platform/kernel/iconv_page.h"
+
+namespace tallowbrook::platform {
+namespace {
+
+struct Case {
+  UINT page;
+  std::string bytes;
+  std::u16string wide;
+};
+
+TEST(CodePage, RoundTrips) {
+  const Case cases[] = {
+      {1252,
+       "Gr\xFC\xDF"
+       "e \x80\x81\x8D\x8F\x90\x9D\x9F",
+       u"Grüße €\x81\x8D\x8F\x90\x9D\x178"},
+      {CP_ACP, "\xE9", u"é"},
+      {CP_THREAD_ACP, "\xE9", u"é"},
+      {28591, "\x80\xFF", u"\x80\xFF"},
+      {CP_UTF8, "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z", u"aé€😀z"},
+      {437, "\x81\xE1", u"üß"},
+      {874, "\xA1", u"ก"},
+      {932, "\x93\xFA\x96{\\~", u"日本\\~"},
+      {936, "\xD6\xD0", u"中"},
+      {949, "\xC7\xD1", u"한"},
+      {950, "\xA4\xA4", u"中"},
+      {1251, "\xCF\xF0", u"Пр"},
+      {20866, "\xF0", u"П"},
+      {28605, "\xA4", u"€"},
+      {50220, "\x1B$B;3\x1B(B.", u"山."},
+      {51949, "\xC7\xD1", u"한"},
+      {54936, "\x94\x39\xFC\x36", u"😀"},
+      {65000, "+AOk-", u"é"},
+      {1200, std::string("a\0", 2), u"a"},
+      {12001, std::string("\0\x01\xF6\0", 4), u"😀"},
+      {37, "\xC1", u"A"},
+      {20127, std::string(40, 'x') + std::string("\0y", 2),
+       std::u16string(40, u'x') + std::u16string(u"\0y", 2)},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(widen(c.page, c.bytes), c.wide) << c.page;
+    EXPECT_EQ(narrow(c.page, c.wide), c.bytes) << c.page;
+  }
+}
+
+TEST(CodePage, ReplacesWhatMeansNothing) {
+  const Case to_wide[] = {
+      {CP_UTF8, "\xC3", u"\xFFFD"},
+      {CP_UTF8,
+       "a\x80\xFF"
+       "b",
+       u"a\xFFFD\xFFFD"
+       u"b"},
+      {CP_UTF8, "\xC0\xAF", u"\xFFFD\xFFFD"},
+      {CP_UTF8, "\xE2\x82z", u"\xFFFDz"},
+      {CP_UTF8, "\xED\xA0\x80", u"\xFFFD\xFFFD\xFFFD"},
+      {CP_UTF8, "\xF4\x90\x80\x80", u"\xFFFD\xFFFD\xFFFD\xFFFD"},
+      {20127, "a\xE9", u"a\xFFFD"},
+      {932, "\x93", u"\xFFFD"},
+      {949, "a\xFF\xFFz", u"a\xFFFD\xFFFDz"},
+      {1201, std::string("\xD8\0", 2), u"\xFFFD"},
+  };
+  for (const Case& c : to_wide) {
+    EXPECT_EQ(widen(c.page, c.bytes), c.wide) << c.page;
+    std::u16string room(64, 0);
+    EXPECT_EQ(MultiByteToWideChar(c.page, MB_ERR_INVALID_CHARS, c.bytes.data(),
+                                  static_cast<int>(c.bytes.size()), room.data(), 64),
+              0);
+    EXPECT_EQ(GetLastError(), ERROR_NO_UNICODE_TRANSLATION) << c.page;
+  }
+  const std::u16string lone = {u'a', 0xD83D, u'b', 0xDE00};
+  const Case to_bytes[] = {
+      {1252, "a?b?", lone},
+      {1252, "?\xFC", u"😀ü"},
+      {20127, "?", u"\xFFFD"},
+      {1251, "a?b?", lone},
+      {50220, "?\x1B$B;3\x1B(B?", u"€山€"},
+      {CP_UTF8,
+       "a\xEF\xBF\xBD"
+       "b\xEF\xBF\xBD",
+       lone},
+  };
+  for (const Case& c : to_bytes) EXPECT_EQ(narrow(c.page, c.wide), c.bytes) << c.page;
+}
+
+TEST(CodePage, CShapedCallsMeasureConvertAndRefuse) {
+  OLECHAR wide[8];
+  char bytes[8];
+  BOOL used = FALSE;
+  EXPECT_EQ(MultiByteToWideChar(1252, 0, "abc", -1, nullptr, 0), 4);
+  EXPECT_EQ(MultiByteToWideChar(1252, 0, "abc", -1, wide, 4), 4);
+  EXPECT_EQ(wide[3], 0);
+  EXPECT_EQ(MultiByteToWideChar(1252, 0, "abc", 3, wide, 2), 0);
+  EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+  EXPECT_EQ(WideCharToMultiByte(1252, 0, u"a€☃", 3, bytes, 8, "!", &used), 3);
+  EXPECT_EQ(std::string(bytes, 3), "a\x80!");
+  EXPECT_TRUE(used);
+  EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, u"a€", 2, nullptr, 0, nullptr, &used), 4);
+  EXPECT_FALSE(used);
+  for (const UINT page : {UINT{4711}, UINT{65002}}) {
+    EXPECT_FALSE(IsValidCodePage(page));
+    EXPECT_EQ(MultiByteToWideChar(page, 0, "a", 1, wide, 8), 0);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(WideCharToMultiByte(page, 0, u"a", 1, bytes, 8, nullptr, nullptr), 0);
+  }
+  EXPECT_EQ(MultiByteToWideChar(1252, 0, "a", 0, wide, 8), 0);
+  EXPECT_EQ(MultiByteToWideChar(1252, 0, nullptr, 1, wide, 8), 0);
+}
+
+TEST(CodePage, EveryListedPageHasAConverter) {
+  int pages = 0;
+  for (UINT page = 4; page < 70000; ++page) {
+    if (iconv_name(page) == nullptr) continue;
+    ++pages;
+    EXPECT_NE(MultiByteToWideChar(page, 0, "\0\0\0A", 4, nullptr, 0), 0) << page;
+  }
+  EXPECT_GT(pages, 90);
+}
+
+// The conversions made here agree with the C library's, for random text of well-formed characters.
+TEST(CodePage, FastConversionsAgreeWithIconv) {
+  std::mt19937 random(4);
+  const auto through_iconv = [](const char* to, const char* from, std::string text) {
+    const iconv_t converter = iconv_open(to, from);
+    std::string out(text.size() * 4 + 4, '\0');
+    char* in = text.data();
+    char* at = out.data();
+    std::size_t left = text.size();
+    std::size_t room = out.size();
+    iconv(converter, &in, &left, &at, &room);
+    iconv_close(converter);
+    out.resize(out.size() - room);
+    return out;
+  };
+  for (int round = 0; round < 300; ++round) {
+    std::u16string wide;
+    const auto length = random() % 70;
+    while (wide.size() < length) {
+      const char32_t limits[] = {0x7F, 0x7F, 0x7F, 0xFF, 0x7FF, 0xFFFF, 0x10FFFF};
+      const auto point = static_cast<char32_t>(random() % (limits[random() % 7] + 1));
+      if (point >= 0xD800 && point < 0xE000) continue;
+      WideOutput measure(nullptr, 0);
+      put_utf16(point, measure);
+      wide.resize(wide.size() + measure.count());
+      WideOutput out(wide.data() + wide.size() - measure.count(), measure.count());
+      put_utf16(point, out);
+    }
+    const std::string raw(reinterpret_cast<const char*>(wide.data()), wide.size() * 2);
+    const std::string utf8 = narrow(CP_UTF8, wide);
+    ASSERT_EQ(utf8, through_iconv("UTF-8", "UTF-16LE", raw));
+    ASSERT_EQ(widen(CP_UTF8, utf8), wide);
+  }
+  for (int byte = 0; byte < 256; ++byte) {
+    const std::string text(1, static_cast<char>(byte));
+    const std::string theirs = through_iconv("UTF-16LE", "CP1252", text);
+    if (theirs.empty()) continue;  // undefined there, a control here
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(widen(1252, text).data()), 2), theirs);
+  }
+}
+
+TEST(CodePage, AnsiPageComesFromTheEnvironment) {
+  const std::pair<const char*, UINT> settings[] = {{"65001", 65001}, {"1251", 1251},  {"932", 932},
+                                                   {"1200", 1252},   {"65000", 1252}, {"37", 1252},
+                                                   {"50220", 1252},  {"latin", 1252}, {"", 1252}};
+  for (const auto& [setting, page] : settings) {
+    setenv("TALLOWBROOK_CODE_PAGE", setting, 1);
+    ASSERT_TRUE(set_ansi_code_page(0));
+    EXPECT_EQ(GetACP(), page) << setting;
+  }
+  unsetenv("TALLOWBROOK_CODE_PAGE");
+  EXPECT_FALSE(set_ansi_code_page(1201));
+  set_ansi_code_page(65001);
+  EXPECT_EQ(widen(CP_ACP, "\xC3\xA9"), u"é");
+  EXPECT_EQ(path_from_ansi("\xC3\xFF"), "\xC3\xFF");
+  set_ansi_code_page(0);
+  EXPECT_EQ(GetACP(), 1252U);
+  EXPECT_EQ(path_from_ansi("\xE9"), "\xC3\xA9");
+  EXPECT_EQ(ansi_from_path("\xC3\xA9"), "\xE9");
+}
+
+TEST(CodePage, PathsSurviveAsWideText) {
+  for (const std::string path :
+       {"plain", "\xC3\xA9\xF0\x9F\x98\x80", "no\xE9utf8\xFF", "\xED\xA0\xBD", "cut\xE2\x82"}) {
+    EXPECT_EQ(path_from_wide(wide_from_path(path)), path);
+  }
+  EXPECT_EQ(path_from_wide(std::u16string{0xD83D}), "\xED\xA0\xBD");
+}
+
+}  // namespace
+}  // namespace tallowbrook::platform
