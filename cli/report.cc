@@ -53,9 +53,21 @@ std::string date_text(const Variant& value) {
   return buffer;
 }
 
+// A display name without the quotes and backslashes of a quoted-string (RFC 5322 section 3.2.4).
+std::string unquoted_name(const std::string& name) {
+  if (name.size() < 2 || name.front() != '"' || name.back() != '"') return name;
+  std::string result;
+  for (std::size_t i = 1; i + 1 < name.size(); ++i) {
+    if (name[i] == '\\' && i + 2 < name.size()) ++i;
+    result.push_back(name[i]);
+  }
+  return result;
+}
+
 Address read_address(const Object& object) {
   Address result{unfold(object.text(u"Name")), unfold(object.text(u"Address"))};
   if (result.name.empty()) result.name = unfold(object.text(u"NameRaw"));
+  result.name = unquoted_name(result.name);
   std::string& address = result.address;
   if (address.size() >= 2 && address.front() == '<' && address.back() == '>') {
     address = address.substr(1, address.size() - 2);

@@ -44,7 +44,8 @@ void add_show(CLI::App& program, int& status) {
   command->add_option("FILE", options->files, "Messages to read; - is standard input")->required();
   command->add_flag("--json", options->json, "One JSON object per message, each on its own line");
   command->footer(R"(Dates are shown in this machine's time zone where the message gives an offset.
-A part's size is that of its content as it travels, before decoding.
+A part's size is that of its content as it travels, before decoding; the line
+end that leads to the next boundary counts.
 
 JSON: "schema" is 1 and changes when the shape does. "from", "to", "cc", "bcc"
 and "returnReceiptTo" are lists of {"name", "address"}; "sender", "replyTo" and

@@ -71,8 +71,8 @@ TEST_F(Cli, ShowPrintsFieldsAndTheBodyTree) {
   EXPECT_EQ(status, 0);
   for (const char* line : {
            "\n  From            Ada Example <ada@example.org>\n",
-           "\n  To              Grace Sample <grace@example.com>\n"
-           "                  Barbara B. <barbara@example.net>\n",
+           "\n  To              Barbara B. <barbara@example.net>\n"
+           "                  Grace Sample <grace@example.com>\n",
            "\n  Subject         Welcome to the garden club\n",
            "\n  X-Garden-Notes  a field that is longer than one line is folded, and its next line "
            "starts with white space, as this one does\n",
@@ -96,7 +96,7 @@ TEST_F(Cli, ShowJsonIsOneObjectPerMessage) {
   const auto welcome = nlohmann::json::parse(line);
   EXPECT_EQ(welcome["schema"], 1);
   EXPECT_EQ(welcome["subject"], "Welcome to the garden club");
-  EXPECT_EQ(welcome["to"][1]["address"], "barbara@example.net");
+  EXPECT_EQ(welcome["to"][0]["name"], "Barbara B.");
   EXPECT_EQ(welcome["sender"]["name"], "Post Room");
   EXPECT_EQ(welcome["received"].size(), 3U);
   EXPECT_EQ(welcome["fields"].size(), 3U);
