@@ -32,6 +32,7 @@ class CMimeDecoder final
 
   // --- for the objects that look into the message -------------------------------------------
   [[nodiscard]] MessageStore& store() override { return store_; }
+  [[nodiscard]] const MessageRef& link() const { return link_; }
   void NotifyChanged() override;
   void drop_raw_copy() override { raw_copy_.reset(); }
   [[nodiscard]] HRESULT ParseHeaderInto(std::string_view name, std::string_view text,

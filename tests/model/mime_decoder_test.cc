@@ -1,0 +1,233 @@
+#include "model/mime_decoder.h"
+
+#include <cstdio>
+
+#include "tallowbrook/events.h"
+#include "tests/model/host.h"
+#include "tests/support/dump.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+using platform::Variant;
+using test::text;
+
+constexpr std::string_view kSmall = "Subject: one\r\nTo: a@b\r\nX-Keep: x\r\n\r\nbody\r\n";
+
+bool is_dirty(const ComPtr<IMimeDecoder>& message) {
+  return message.query<IPersistStream>()->IsDirty() == S_OK;
+}
+
+TEST(MimeDecoder, FreshMessage) {
+  const auto message = test::new_message();
+  EXPECT_EQ(test::read(message.get(), u"MajorMimeVersion").lVal, 1);
+  EXPECT_EQ(test::read(message.get(), u"MinorMimeVersion").lVal, 0);
+  EXPECT_EQ(test::read_text(message.get(), u"Subject"), "");
+  EXPECT_EQ(test::read_text(message.get(), u"SubjectRaw"), "");
+  for (const char16_t* absent : {u"MessageID", u"To", u"From", u"Sender", u"Date"}) {
+    EXPECT_EQ(test::read(message.get(), absent).vt, VT_EMPTY);
+  }
+  EXPECT_EQ(test::read(message.get(), u"InterpretEmbeddedMails").boolVal, VARIANT_TRUE);
+  EXPECT_EQ(test::read(message.get(), u"CollectRawStream").boolVal, VARIANT_FALSE);
+  EXPECT_FALSE(is_dirty(message));
+  for (const GUID& iid :
+       {IDispatch::kIid, IPersistStream::kIid, IPersistStreamInit::kIid, IContextMenu::kIid,
+        ISupportErrorInfo::kIid, IConnectionPointContainer::kIid}) {
+    ComPtr<IUnknown> face;
+    EXPECT_EQ(message->QueryInterface(iid, face.out_void()), S_OK);
+  }
+  EXPECT_EQ(message.query<ISupportErrorInfo>()->InterfaceSupportsErrorInfo(IMimeDecoder::kIid),
+            S_OK);
+}
+
+TEST(MimeDecoder, IsANodeWithoutChildren) {
+  const auto message = test::new_message();
+  const std::pair<const char16_t*, LONG> numbers[] = {
+      {u"Count", 0}, {u"HasChildren", 0}, {u"CanSeeEnd", 1}, {u"IsSameSiblingImage", 0}};
+  for (const auto& [name, number] : numbers) {
+    EXPECT_EQ(test::read(message.get(), name).lVal, number) << to_ansi(name);
+  }
+  EXPECT_EQ(platform::get(message.get(), u"Item", LONG{0}).value.vt, VT_EMPTY);
+  EXPECT_EQ(test::read(message.get(), u"Image").pdispVal, message.get());
+  EXPECT_EQ(test::read_text(message.get(), u"ID"), "email");
+  EXPECT_EQ(test::read_text(message.get(), u"Name"), "<no name>");
+  EXPECT_EQ(test::put(message.get(), u"UpdateName", text("new")), S_OK);
+  EXPECT_EQ(test::read_text(message.get(), u"Name"), "new");
+  EXPECT_EQ(test::read_text(message.get(), u"Subject"), "new");
+}
+
+TEST(MimeDecoder, PutsThatAreNoText) {
+  const auto message = test::new_message();
+  test::put(message.get(), u"Subject", text("kept"));
+  EXPECT_EQ(test::put(message.get(), u"Subject", Variant(static_cast<IDispatch*>(nullptr))), S_OK);
+  EXPECT_EQ(test::read_text(message.get(), u"Subject"), "kept");
+  EXPECT_EQ(test::put(message.get(), u"MessageID", Variant(LONG{12})), S_OK);
+  EXPECT_EQ(test::read_text(message.get(), u"MessageID"), "12");
+  EXPECT_EQ(test::put(message.get(), u"Charset", Variant(LONG{1})), E_INVALIDARG);
+  EXPECT_EQ(test::put(message.get(), u"Body", Variant(LONG{1})), E_FAIL);
+  EXPECT_EQ(test::put(message.get(), u"Subject", text("a\r\n\r\nBcc: x@y\r\n")), S_OK);
+  EXPECT_NE(test::saved(message).find("Subject: a\r\n\tBcc: x@y\r\n"), std::string::npos);
+}
+
+TEST(MimeDecoder, DirtyFlag) {
+  const auto message = test::loaded(kSmall);
+  EXPECT_FALSE(is_dirty(message));
+  test::read(message.get(), u"To");
+  message->put_InterpretEmbeddedMails(VARIANT_FALSE);
+  EXPECT_FALSE(is_dirty(message));
+  const auto dirtied = [&] {
+    test::put(message.get(), u"MajorMimeVersion", Variant(LONG{1}));
+    return is_dirty(message);
+  };
+  VARIANT_BOOL done = VARIANT_FALSE;
+  const auto stream = CISSHelper::create();
+  EXPECT_TRUE(dirtied());
+  EXPECT_EQ(message.query<IPersistStream>()->Save(stream.get(), FALSE), S_OK);
+  EXPECT_TRUE(is_dirty(message));
+  EXPECT_EQ(message.query<IPersistStream>()->Save(stream.get(), TRUE), S_OK);
+  EXPECT_FALSE(is_dirty(message));
+  EXPECT_TRUE(dirtied());
+  EXPECT_EQ(message.query<IPersistStreamInit>()->InitNew(), S_OK);
+  EXPECT_FALSE(is_dirty(message));
+  EXPECT_TRUE(dirtied());
+  EXPECT_EQ(message->LoadFromFile(platform::Bstr(u"/no/such/file").get(), &done), E_FAIL);
+  EXPECT_FALSE(is_dirty(message));
+}
+
+TEST(MimeDecoder, RawCopyIsSavedUntilSomethingChanges) {
+  const auto message = test::new_message();
+  message->put_CollectRawStream(VARIANT_TRUE);
+  const std::string odd = "Subject:   one\nX-Odd:x\n\nbody";
+  ASSERT_EQ(test::load(message, odd), S_OK);
+  EXPECT_EQ(test::saved(message), odd);
+  EXPECT_EQ(test::saved(message), odd);
+  message->put_InterpretEmbeddedMails(VARIANT_FALSE);
+  test::put(message.get(), u"Charset", text("utf-8"));
+  EXPECT_NE(test::read_text(message.get(), u"MessageHeader").find("MIME-Version: 1.0\r\n"),
+            std::string::npos);
+  EXPECT_EQ(test::saved(message), odd);
+  test::put(message.get(), u"Subject", text("two"));
+  EXPECT_NE(test::saved(message).find("Subject: two\r\n"), std::string::npos);
+
+  // A load that fails keeps its bytes, and a change drops them.
+  const std::string broken = "Subject: one\r\nContent-Type: multipart/mixed; =x\r\n";
+  EXPECT_EQ(test::load(message, broken), E_ABORT);
+  EXPECT_EQ(test::saved(message), broken);
+  test::put(message.get(), u"Subject", text("two"));
+  EXPECT_NE(test::saved(message).find("Subject: two\r\n"), std::string::npos);
+  EXPECT_FALSE(is_dirty(message));
+}
+
+TEST(MimeDecoder, FailingLoads) {
+  const auto message = test::loaded(kSmall);
+  const auto persist = message.query<IPersistStream>();
+  EXPECT_EQ(persist->Load(nullptr), E_INVALIDARG);
+  EXPECT_EQ(test::read_text(message.get(), u"Subject"), "one");
+
+  VARIANT_BOOL done = VARIANT_TRUE;
+  EXPECT_EQ(message->Load(message.get(), &done), S_OK);  // no stream
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(test::read_text(message.get(), u"Subject"), "one");
+
+  EXPECT_EQ(test::load(message, ""), E_ABORT);
+  EXPECT_NE(test::take_error_text().find(" in Line 2"), std::string::npos);
+  EXPECT_EQ(test::read_text(message.get(), u"Subject"), "");
+
+  EXPECT_EQ(
+      test::load(message, "Subject: kept\r\nTo: x@y\r\nContent-Type: multipart/mixed; =x\r\n"),
+      E_ABORT);
+  EXPECT_EQ(test::read_text(message.get(), u"Subject"), "kept");
+  EXPECT_EQ(test::read(message.get(), u"Body").vt, VT_EMPTY);
+
+  for (const char16_t* path : {u"/no/such/file", u"/", u""}) {
+    ASSERT_EQ(test::load(message, kSmall), S_OK);
+    done = VARIANT_TRUE;
+    EXPECT_EQ(message->LoadFromFile(platform::Bstr(path).get(), &done), E_FAIL);
+    EXPECT_EQ(done, VARIANT_FALSE);
+    EXPECT_EQ(test::take_error_text(), "File not found: \"" + to_ansi(path) + "\"");
+    EXPECT_EQ(test::read_text(message.get(), u"Subject"), "");
+  }
+  EXPECT_EQ(test::load(message, kSmall), S_OK);
+  EXPECT_EQ(test::read(message.get(), u"Body").vt, VT_DISPATCH);
+}
+
+TEST(MimeDecoder, FilesAndStreams) {
+  const std::string path = ::testing::TempDir() + "tallowbrook_mime_decoder_test.eml";
+  const platform::Bstr wide_path(to_wide(path));
+  const auto message = test::loaded(kSmall);
+  test::put(message.get(), u"Subject", text("two"));
+  VARIANT_BOOL done = VARIANT_FALSE;
+  EXPECT_EQ(message->SaveToFile(wide_path.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_TRUE);
+  EXPECT_FALSE(is_dirty(message));
+  const auto again = test::new_message();
+  EXPECT_EQ(again->LoadFromFile(wide_path.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_TRUE);
+  EXPECT_EQ(test::saved(again), test::saved(message));
+  std::remove(path.c_str());
+  EXPECT_EQ(message->SaveToFile(platform::Bstr(u"/no/such/folder/x").get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(message->Save(message.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(message.query<IPersistStream>()->Save(nullptr, FALSE), E_INVALIDARG);
+}
+
+TEST(MimeDecoder, ChangesReachTheBoundStreamAndTheEnclosingMessage) {
+  const auto outer = make_object<CMimeDecoder>();
+  const auto stream = CISSHelper::create_with(kSmall);
+  const auto inner = make_object<CMimeDecoder>(outer->link(), stream);
+  ASSERT_EQ(inner->Load(static_cast<IStream*>(stream.get())), S_OK);
+  EXPECT_EQ(inner->put_Subject(text("two")), S_OK);
+  EXPECT_NE(stream->bytes().find("Subject: two\r\n"), std::string::npos);
+  EXPECT_FALSE(stream->bytes().ends_with("\r\n.\r\n"));
+  EXPECT_EQ(outer->IsDirty(), S_OK);
+}
+
+// Counts the events it gets.
+class Sink final : public Object<Confined, IDispatch> {
+ public:
+  HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT GetIDsOfNames(REFIID, OLECHAR**, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  HRESULT Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS* arguments, VARIANT*, EXCEPINFO*,
+                 UINT*) override {
+    last = member;
+    accessor = arguments->rgvarg[1].pdispVal;
+    return S_OK;
+  }
+  HRESULT QueryInterface(REFIID iid, void** object) override {
+    return Object::QueryInterface(iid == _IAccessorEvents::kIid ? IDispatch::kIid : iid, object);
+  }
+  DISPID last = 0;
+  IDispatch* accessor = nullptr;
+};
+
+TEST(MimeDecoder, PutOfSubjectRaisesTheAccessorEvent) {
+  const auto message = test::new_message();
+  const auto sink = make_object<Sink>();
+  ComPtr<IConnectionPoint> point;
+  const auto container = message.query<IConnectionPointContainer>();
+  ASSERT_EQ(container->FindConnectionPoint(_IAccessorEvents::kIid, point.out()), S_OK);
+  DWORD cookie = 0;
+  ASSERT_EQ(point->Advise(sink.get(), &cookie), S_OK);
+  test::put(message.get(), u"Subject", text("s"));
+  EXPECT_EQ(sink->last, _IAccessorEvents::kChanged);
+  EXPECT_EQ(sink->accessor, message.get());
+  EXPECT_EQ(point->Unadvise(cookie), S_OK);
+  EXPECT_EQ(container->FindConnectionPoint(_IMimeDecoderEvents::kIid, point.out()), S_OK);
+}
+
+TEST(MimeDecoder, BodyPutIsATextPart) {
+  const auto message = test::loaded(kSmall);
+  EXPECT_EQ(test::put(message.get(), u"Charset", text("iso-8859-1")), S_OK);
+  EXPECT_EQ(test::put(message.get(), u"Body", text("new text")), S_OK);
+  const std::string written = test::saved(message);
+  for (const char* piece : {"Content-Type: text/plain", "charset=\"iso-8859-1\"",
+                            "Content-Transfer-Encoding: quoted-printable", "X-Keep: x\r\n"}) {
+    EXPECT_NE(written.find(piece), std::string::npos) << piece << " in\n" << written;
+  }
+}
+
+}  // namespace
+}  // namespace tallowbrook
