@@ -1,6 +1,7 @@
 #include "server/type_library.h"
 
 #include <array>
+#include <cstdint>
 
 #include "server/tables/client_socket.h"
 #include "server/tables/collections.h"
@@ -113,11 +114,11 @@ constexpr LibraryInfo kLibrary{LIBID_TALLOWBROOKLib,
                                kInterfaces,
                                kCoclasses};
 
-// The identities beside each other, since every late-bound call looks for one.
-constexpr auto kIdentities = [] {
-  std::array<IID, kInterfaceCount> identities{};
-  for (std::size_t i = 0; i < kInterfaceCount; ++i) identities[i] = kInterfaces[i]->iid;
-  return identities;
+// The first words of the identities beside each other, since every late-bound call looks for one.
+constexpr auto kFirstWords = [] {
+  std::array<std::uint32_t, kInterfaceCount> words{};
+  for (std::size_t i = 0; i < kInterfaceCount; ++i) words[i] = kInterfaces[i]->iid.Data1;
+  return words;
 }();
 
 }  // namespace
@@ -126,7 +127,7 @@ const LibraryInfo& library_info() { return kLibrary; }
 
 std::size_t interface_index(REFIID iid) {
   for (std::size_t index = 0; index < kInterfaceCount; ++index) {
-    if (kIdentities[index] == iid) return index;
+    if (kFirstWords[index] == iid.Data1 && kInterfaces[index]->iid == iid) return index;
   }
   return kInterfaceCount;
 }
