@@ -1,0 +1,136 @@
+#include "model/body_part.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/dump.h"
+#include "tests/support/fake_message.h"
+
+namespace tallowbrook {
+namespace {
+
+using test::dump;
+using test::FakeMessage;
+
+HeaderValue record_with(EntryName name, HeaderValue value) {
+  HeaderValue record = HeaderValue::list();
+  HeaderValue entry = find_or_add_entry(record, name);
+  entry.element(kEntryValue) = std::move(value);
+  return record;
+}
+
+TEST(BodyPart, MapsNamesToNumbers) {
+  const struct {
+    HeaderValue (*by_name)(std::string_view);
+    const char* name;
+    const char* printed;
+  } kRows[] = {
+      {major_from_name, "MultiPart", "0"},     {major_from_name, "message", "6"},
+      {major_from_name, "font", "\"font\""},   {minor_from_name, "HTML", "1"},
+      {minor_from_name, "octet-string", "0"},  {minor_from_name, "jpg", "1"},
+      {minor_from_name, "external-body", "2"}, {minor_from_name, "pdf", "\"pdf\""},
+      {encoding_from_name, "8BIT", "3"},       {encoding_from_name, "Quoted", "1"},
+      {encoding_from_name, "uuencode", "0"},
+  };
+  for (const auto& row : kRows) EXPECT_EQ(dump(row.by_name(row.name)), row.printed) << row.name;
+  EXPECT_EQ(minor_name(2, 1), "jpeg");
+  EXPECT_EQ(minor_name(1, 2), "");
+  EXPECT_EQ(minor_name(4, -1), "");
+  EXPECT_EQ(encoding_name(5), "");
+}
+
+TEST(BodyPart, QuotesAndUnquotes) {
+  const struct {
+    const char* text;
+    const char* quoted;
+    const char* unquoted;
+  } kRows[] = {
+      {"abc", "\"abc\"", "abc"},
+      {"\"abc\"", "\"abc\"", "abc"},
+      {"\"a\\\"b\"", "\"a\\\"b\"", "a\"b"},
+      {"a\"b\\c", "\"a\\\"b\\\\c\"", "a\"b\\c"},
+      {"\"open", "\"\\\"open\"", "\"open"},
+      {"\"a\" b\"", "\"\\\"a\\\" b\\\"\"", "\"a\" b\""},
+      {"\"a\\\"", "\"\\\"a\\\\\\\"\"", "\"a\\\""},
+      {"\"", "\"\\\"\"", "\""},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(quoted(row.text), row.quoted);
+    EXPECT_EQ(unquoted(row.text), row.unquoted);
+    EXPECT_EQ(unquoted(in_quotes(row.text)), row.text);
+  }
+}
+
+TEST(BodyPart, FindsFieldsByNameAndStopsAtMalformedEntries) {
+  HeaderValue record = HeaderValue::list();
+  EXPECT_FALSE(find_entry(record, EntryName::ContentID).is_set());
+  EXPECT_EQ(record.size(), 0u) << "a lookup changes nothing";
+  find_or_add_extension(record, "X-One").element(kEntryValue).element(1) = HeaderValue::raw("1");
+  EXPECT_EQ(dump(find_extension(record, "x-ONE")[kEntryValue][1]), "raw \"1\"");
+  EXPECT_FALSE(find_extension(record, "X-Two").is_set());
+  record.element(kPartFields).push_back(HeaderValue::list(HeaderValue::text("content-id"), {}));
+  EXPECT_FALSE(find_entry(record, EntryName::ContentID).is_set()) << "names are exact";
+  record.element(kPartFields).push_back(HeaderValue::list());
+  record.element(kPartFields)
+      .push_back(HeaderValue::list(entry_name(EntryName::ContentID), HeaderValue::text("<a>")));
+  EXPECT_FALSE(field_value(record, EntryName::ContentID).is_set()) << "behind a malformed entry";
+}
+
+TEST(BodyPart, ParsesFieldsWhenLookedAtAndKeepsTheirText) {
+  FakeMessage message;
+  const struct {
+    EntryName name;
+    const char* text;
+    const char* value;
+  } kRows[] = {
+      {EntryName::ContentType, " text/html; charset=UTF-8", "[1, 1, {charset=\"utf-8\"}]"},
+      {EntryName::ContentType, "", "[3, 0]"},
+      {EntryName::ContentType, ";;;", "raw \";;;\""},
+      {EntryName::ContentDisposition, "inline", "[\"inline\"]"},
+      {EntryName::ContentDisposition, "", "[]"},
+  };
+  for (const bool alive : {true, false}) {
+    if (!alive) message.link->owner = nullptr;
+    for (const auto& row : kRows) {
+      HeaderValue record = record_with(row.name, HeaderValue::raw(row.text));
+      resolve_field(record, row.name, message.link);
+      EXPECT_EQ(dump(field_value(record, row.name)), row.value) << row.text;
+      HeaderValue entry = find_entry(record, row.name);
+      const bool parsed = !entry[kEntryValue].is(ValueKind::Raw);
+      EXPECT_EQ(entry[kEntrySource].AsText(), parsed ? row.text : "");
+      (void)edit_value(entry);
+      EXPECT_FALSE(entry[kEntrySource].is_set());
+    }
+  }
+}
+
+TEST(BodyPart, GivesMultipartsOneUsableBoundary) {
+  EXPECT_EQ(make_boundary().rfind("\"----_=_NeXtPaRt_BoUnDaRy_", 0), 0u);
+  HeaderValue record = HeaderValue::list();
+  set_major(record, HeaderValue::integer(kMultipart));
+  const std::string first = dump(field_value(record, EntryName::ContentType));
+  set_major(record, HeaderValue::integer(kMultipart));
+  EXPECT_EQ(dump(field_value(record, EntryName::ContentType)), first) << "the boundary stays";
+  const struct {
+    const char* name;
+    const char* boundary;
+    bool usable;
+  } kRows[] = {
+      {"boundary", "\"a b\"", true}, {"Boundary", "x", true},
+      {"boundary", "", false},       {"BOUNDARY", "\"\"", false},
+      {"boundary", "a\r\nb", false}, {"boundary", "\"a \"", false},
+      {"other", "x", false},         {"boundary", "\"a\\\"b\"", false},
+  };
+  for (const auto& row : kRows) {
+    HeaderValue type = HeaderValue::list(HeaderValue::integer(kMultipart), HeaderValue::integer(0),
+                                         HeaderValue::map());
+    type.element(kTypeParameters)
+        .mutable_entries()
+        .insert(row.name, HeaderValue::text(row.boundary));
+    EXPECT_EQ(ensure_boundary(type), !row.usable) << row.boundary;
+    const HeaderValue* boundary = find_parameter(type[kTypeParameters], "boundary");
+    EXPECT_TRUE(is_usable_boundary(unquoted(boundary->AsText()))) << row.boundary;
+  }
+}
+
+}  // namespace
+}  // namespace tallowbrook

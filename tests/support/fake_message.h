@@ -1,0 +1,38 @@
+// A message as views need one: a store, a count of the changes they told of, and a link that can be
+// cut as a dying message cuts it.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "model/message_owner.h"
+#include "parser/load.h"
+#include "streams/memory_stream.h"
+#include "writer/message_writer.h"
+
+namespace tallowbrook::test {
+
+class FakeMessage final : public MessageOwner {
+ public:
+  MessageStore data;
+  int changes = 0;
+  MessageRef link = std::make_shared<MessageLink>(MessageLink{this});
+
+  ~FakeMessage() { link->owner = nullptr; }
+
+  MessageStore& store() override { return data; }
+  void NotifyChanged() override { ++changes; }
+  HRESULT ParseHeaderInto(std::string_view name, std::string_view text,
+                          HeaderValue& target) override {
+    return parse_field(name, text, target);
+  }
+
+  [[nodiscard]] std::string saved(const WriteOptions& options = {}) {
+    const auto target = CISSHelper::create();
+    (void)write_message(data, link, target.get(), options);
+    return std::string(target->bytes());
+  }
+};
+
+}  // namespace tallowbrook::test

@@ -1,0 +1,186 @@
+#include "writer/message_writer.h"
+
+#include <gtest/gtest.h>
+
+#include "model/body_part.h"
+#include "model/mime_body.h"
+#include "tests/support/dump.h"
+#include "tests/support/fake_message.h"
+#include "tests/support/host_stream.h"
+
+namespace tallowbrook {
+namespace {
+
+using test::FakeMessage;
+using test::load;
+
+const std::string kDate = "Date: Mon, 1 Jun 2020 10:00:00 +0200\r\n";
+const std::string kVersion = "MIME-Version: 1.0\r\n";
+
+HeaderValue address(const char* text, const char* name = "") {
+  return HeaderValue::address(HeaderValue::text(text), HeaderValue::text(name));
+}
+
+void put_date(MessageStore& store) {
+  store.slot(SlotId::Date)
+      .put(HeaderValue::date_time(
+          {.day = 1, .month = 6, .year = 2020, .hour = 10, .minute = 0, .second = 0}, "+0200"));
+}
+
+TEST(MessageWriter, WritesFieldsInTheirOrder) {
+  FakeMessage message;
+  MessageStore& store = message.data;
+  put_date(store);
+  HeaderValue clauses = HeaderValue::map();
+  clauses.mutable_entries().insert("by", HeaderValue::text("b"));
+  clauses.mutable_entries().insert("from", HeaderValue::text("a"));
+  store.add_received(clauses, store.slot(SlotId::Date).value);
+  store.add_raw_received(HeaderValue::raw("from x\r\n\tby y; today"));
+  HeaderValue to = HeaderValue::map();
+  for (const char* name : {"<c@x>", "<a@x>", "<b@x>"}) {
+    to.mutable_entries().insert(name, HeaderValue::text(""));
+  }
+  store.slot(SlotId::To).put(to);
+  store.slot(SlotId::From).put(address("<me@x>", "Me"));
+  store.slot(SlotId::ReturnPath).put(address("<back@x>", "not written"));
+  store.slot(SlotId::Cc).put(HeaderValue::map());
+  store.slot(SlotId::Bcc).put(HeaderValue::raw(" \r\n"));
+  store.slot(SlotId::Sender).put(address("", ""));
+  store.slot(SlotId::ResentTo).put(HeaderValue::raw("as@loaded\r\n\tand@joined"));
+  store.slot(SlotId::Subject).put(HeaderValue::text("hi\r\nBcc: hidden@x\r\n\r\nbody"));
+  store.slot(SlotId::MessageID).put(HeaderValue::text("<id@x>"));
+  store.slot(SlotId::ReturnReceiptTo).put(HeaderValue::list(address("<r@x>")));
+  const std::string header =
+      "Received: by b\r\n\tfrom a; Mon, 1 Jun 2020 10:00:00 +0200\r\n"
+      "Received: from x\r\n\tby y; today\r\n"
+      "Return-path: <back@x>\r\n" +
+      kDate +
+      "From: Me <me@x>\r\n"
+      "To:  <a@x>\r\n     , <b@x>\r\n     , <c@x>\r\n"
+      "Resent-To: as@loaded\r\n\tand@joined\r\n" +
+      kVersion +
+      "Message-ID: <id@x>\r\nSubject: hi\r\n\tBcc: hidden@x\r\n\tbody\r\n"
+      "Return-Receipt-To:  <r@x>\r\n";
+  EXPECT_EQ(message.saved(), header + ".\r\n");
+  EXPECT_EQ(message.saved({.enclosed = true}), header);
+  HeaderValue text = HeaderValue::raw("one\ntwo");
+  store.root = HeaderValue::list(HeaderValue(), text);
+  EXPECT_EQ(message.saved(), header + "\r\none\r\ntwo\r\n.\r\n");
+  EXPECT_EQ(message.saved({.enclosed = true}), header + "\r\none\r\ntwo");
+  EXPECT_EQ(message.saved({.header_only = true}), header + ".\r\n");
+}
+
+TEST(MessageWriter, MakesAndKeepsADate) {
+  FakeMessage message;
+  const std::string first = message.saved();
+  EXPECT_EQ(first.rfind("Date: ", 0), 0u);
+  EXPECT_TRUE(message.data.slot(SlotId::Date).value.is(ValueKind::DateTime));
+  EXPECT_EQ(message.saved(), first);
+}
+
+TEST(MessageWriter, WritesTheRawCopyAlone) {
+  FakeMessage message;
+  test::HostStream raw("as\nloaded", 4);
+  raw.position = 3;
+  EXPECT_EQ(message.saved({.raw_copy = &raw}), "as\nloaded");
+  put_date(message.data);
+  EXPECT_EQ(message.saved({.header_only = true, .raw_copy = &raw}), kDate + kVersion + ".\r\n");
+  EXPECT_EQ(write_message(message.data, nullptr, nullptr, {}).status, E_INVALIDARG);
+  test::HostStream target;
+  target.writes_before_failure = 0;
+  const WriteOutcome outcome = write_message(message.data, nullptr, &target, {});
+  EXPECT_EQ(outcome.status, S_OK);
+  EXPECT_FALSE(outcome.complete);
+}
+
+// What a message becomes when it is saved; the saved form loads and saves as itself.
+TEST(MessageWriter, SavesWhatLoadsAgain) {
+  const std::string start = "Date: Mon, 1 Jun 2020 10:00:00 +0200\n";
+  const std::string preamble =
+      "This message is in MIME format. Since your mail reader does not understand\r\n"
+      "this format, some or all of this message may not be legible.\r\n\r\n";
+  const struct {
+    std::string loaded;
+    std::string saved;  // behind the date and the version; "?": anything
+  } kRows[] = {
+      {start + "To: b@x, a@x\nTo: c@x\nSubject: s\n\nbody\n.\n", "Subject: s\r\n\r\nbody\r\n.\r\n"},
+      {start, ".\r\n"},
+      {start + "\n", "\r\n.\r\n"},
+      {start + "X-A:   b\n c\nContent-Type: TEXT/Plain; charset=x\n\nbody",
+       "X-A: b\r\n c\r\nContent-Type: TEXT/Plain; charset=x\r\n\r\nbody\r\n.\r\n"},
+      {start + "X-A:\n b\nSubject:\n c\nContent-Type:\n text/plain\nX-B:\n\nbody\n", "?"},
+      {start + "Content-Disposition:\nContent-Type:\nContent-ID:\nContent-Description:\n"
+               "Content-Transfer-Encoding:\n\nbody\n",
+       "?"},
+      {start + "Content-Type: multipart/mixed; boundary=b\n\npre\n--b\n\none\n--b\n"
+               "Content-Type: multipart/alternative; boundary=\"c d\"\n\n--c d\nX: y\n\ntwo\n"
+               "--c d--\n\nepilogue\n--b--\nend\n",
+       "Content-Type: multipart/mixed;\r\n\tboundary=\"b\"\r\n\r\n" + preamble +
+           "--b\r\n\r\none\r\n--b\r\nContent-Type: multipart/alternative;\r\n\t"
+           "boundary=\"c d\"\r\n\r\n" +
+           preamble + "--c d\r\nX: y\r\n\r\ntwo\r\n--c d--\r\n\r\n--b--\r\n\r\n.\r\n"},
+      {start + "Content-Type: multipart/mixed; boundary=b\n\n--b\n--b\nX: y\n--b--\n", "?"},
+      {start + "Content-Type: multipart/mixed; boundary=b\n\n--b--\n", ""},
+      {start + "Content-Type: message/external-body; access-type=ftp; permission=read;\n"
+               " expiration=\"x\"; Name=n; x-y:z; empty=\n\nbody\n",
+       "?"},
+      {start + "Content-Type: multipart/report; report-type=delivery-status;\n"
+               " boundary=\"a_b+c='()/:?\"\n\n--a_b+c='()/:?\n\nx\n..\n.\n",
+       "?"},
+  };
+  for (const auto& row : kRows) {
+    FakeMessage message;
+    if (FAILED(load(row.loaded, message.data))) {
+      EXPECT_EQ(row.saved, "") << row.loaded << test::take_error_text();
+      continue;
+    }
+    const std::string first = message.saved();
+    const std::string expected = row.saved == "?" ? "" : row.saved;
+    EXPECT_TRUE(first.size() >= expected.size() &&
+                first.substr(first.size() - expected.size()) == expected)
+        << first;
+    FakeMessage again;
+    ASSERT_EQ(load(first, again.data), S_OK) << first << test::take_error_text();
+    EXPECT_EQ(again.saved(), first) << row.loaded;
+    FakeMessage read;
+    ASSERT_EQ(load(row.loaded, read.data), S_OK);
+    const auto root = make_root_body(read.data, read.link);
+    platform::Variant major;
+    (void)root->get_MajorContentType(&major);
+    platform::ComPtr<IDispatch> view;
+    (void)root->get_FileName(platform::Bstr().out());
+    EXPECT_EQ(read.saved(), first) << "reading changes nothing";
+  }
+}
+
+TEST(MessageWriter, WritesEditsThatLoadAgain) {
+  FakeMessage message;
+  put_date(message.data);
+  const auto root = make_root_body(message.data, message.link);
+  ASSERT_EQ(root->put_MajorContentType(platform::Variant(u"multipart")), S_OK);
+  ASSERT_EQ(root->AddNew(nullptr), S_OK);
+  platform::ComPtr<IDispatch> child;
+  ASSERT_EQ(root->AddNew(child.out()), S_OK);
+  auto& part = static_cast<CMimeBody&>(*child);
+  EXPECT_EQ(part.put_Encoding(platform::Variant(u"base64")), S_OK);
+  EXPECT_EQ(part.put_FileName(platform::Bstr(u"a \"b\".bin").get()), S_OK);
+  EXPECT_EQ(part.put_Value(platform::Bstr(u"content").get()), S_OK);
+  EXPECT_EQ(part.put_ExtField(platform::Bstr(u"X-A").get(), platform::Variant(u"a\nTo: b")), S_OK);
+  const std::string first = message.saved();
+  FakeMessage again;
+  ASSERT_EQ(load(first, again.data), S_OK) << first << test::take_error_text();
+  EXPECT_EQ(again.saved(), first);
+  const auto loaded = make_root_body(again.data, again.link);
+  ASSERT_EQ(loaded->get_Item(1, child.out()), S_OK) << first;
+  auto& read = static_cast<CMimeBody&>(*child);
+  platform::Bstr name;
+  EXPECT_EQ(read.get_FileName(name.out()), S_OK);
+  EXPECT_EQ(name.view(), u"a \"b\".bin");
+  EXPECT_EQ(read.get_Name(name.out()), S_OK);
+  EXPECT_EQ(name.view(), u"a \"b\".bin");
+  EXPECT_EQ(read.get_Value(name.out()), S_OK);
+  EXPECT_EQ(name.view(), u"content");
+}
+
+}  // namespace
+}  // namespace tallowbrook
