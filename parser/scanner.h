@@ -104,6 +104,7 @@ class Scanner {
   int pending_body_token_ = -1;
   int comment_depth_ = 0;
   bool at_line_start_ = true;
+  bool before_blank_line_ = false;  // what comes next counts as at line start
   bool in_part_ = false;  // a delimiter was met: header fields belong to a part
   TypeValue type_value_ = TypeValue::kNone;
   bool boundary_noted_ = false;

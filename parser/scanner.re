@@ -37,6 +37,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "core/text.h"
 #include "parser/grammar.h"
@@ -108,6 +109,7 @@ void Scanner::start(ParseRun& run) {
   pending_body_token_ = -1;
   comment_depth_ = 0;
   at_line_start_ = true;
+  before_blank_line_ = false;
   in_part_ = false;
   type_value_ = TypeValue::kNone;
   line_ = 1;
@@ -156,8 +158,11 @@ bool Scanner::have(std::size_t offset) {
 // Closes the account of what was consumed: lines, and whether the scanner is at line start. Bytes
 // that were pushed back are not consumed.
 void Scanner::settle() {
-  if (cursor_ == token_) return;
-  at_line_start_ = cursor_[-1] == '\n';
+  if (std::exchange(before_blank_line_, false)) {
+    at_line_start_ = true;
+  } else if (cursor_ != token_) {
+    at_line_start_ = cursor_[-1] == '\n';
+  }
   line_ += count_line_ends(token_, cursor_);
   token_ = cursor_;
 }
@@ -191,10 +196,12 @@ void Scanner::keep_blank_line() {
   cursor_ = p;
 }
 
-// Gives back the line end that the matched text ends with.
+// Gives back the line end of the blank line that the matched text ends with: it ends the header
+// section, and is to be found at line start.
 void Scanner::back_to_line_end() {
   --cursor_;
   while (cursor_ > token_ && cursor_[-1] == '\r') --cursor_;
+  before_blank_line_ = true;
 }
 
 // --- header fields -------------------------------------------------------------------------------
@@ -417,6 +424,7 @@ bool Scanner::find_raw_end(std::size_t& content_end, std::size_t& seen) {
   while (content_end > 0 && token_[content_end - 1] == '\r') --content_end;
   while (blank_line && content_end > 0 && is_blank(token_[content_end - 1])) --content_end;
   cursor_ = token_ + (blank_line ? next : line_end + 1);
+  before_blank_line_ = blank_line;
   return true;
 }
 
@@ -514,7 +522,7 @@ int Scanner::scan(HeaderValue& value) {
     re2c:define:YYCURSOR = "cursor_";
     re2c:define:YYMARKER = "marker_";
     re2c:define:YYLIMIT = "limit_";
-    re2c:define:YYFILL = "!refill()";
+    re2c:define:YYFILL = "refill()";
     re2c:define:YYFILL:naked = 1;
     re2c:define:YYGETCONDITION = "rules";
     re2c:define:YYGETCONDITION:naked = 1;
