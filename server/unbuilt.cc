@@ -12,22 +12,7 @@ HRESULT not_built(void** object) {
 
 }  // namespace
 
-[[gnu::weak]] HRESULT create_mime_decoder(REFIID, void** object) { return not_built(object); }
-[[gnu::weak]] HRESULT create_mail_address(REFIID, void** object) { return not_built(object); }
-[[gnu::weak]] HRESULT create_collection(REFIID, void** object) { return not_built(object); }
 [[gnu::weak]] HRESULT create_client_socket(REFIID, void** object) { return not_built(object); }
-[[gnu::weak]] HRESULT create_mime_body(REFIID, void** object) { return not_built(object); }
-[[gnu::weak]] HRESULT create_content_disposition(REFIID, void** object) {
-  return not_built(object);
-}
-[[gnu::weak]] HRESULT create_parameter_map(REFIID, void** object) { return not_built(object); }
-[[gnu::weak]] HRESULT create_field_collection(REFIID, void** object) { return not_built(object); }
-[[gnu::weak]] HRESULT create_received_collection(REFIID, void** object) {
-  return not_built(object);
-}
-[[gnu::weak]] HRESULT create_received(REFIID, void** object) { return not_built(object); }
-[[gnu::weak]] HRESULT create_content_type(REFIID, void** object) { return not_built(object); }
-[[gnu::weak]] HRESULT create_blob(REFIID, void** object) { return not_built(object); }
 [[gnu::weak]] HRESULT create_dialup_collection(REFIID, void** object) { return not_built(object); }
 [[gnu::weak]] HRESULT create_dialup_connection(REFIID, void** object) { return not_built(object); }
 
