@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <vector>
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
@@ -30,12 +31,23 @@ int failed(const std::string& file, int error) {
   return kFileFailed;
 }
 
-// Saves into the open file and closes it; 0 or the errno of the first failure.
-int save(const Object& message, int descriptor) {
+// Copies what `source` still holds.
+void append_rest(FileStream& source, FileStream& target) {
+  std::vector<char> block(65536);
+  ULONG got = 0;
+  while (SUCCEEDED(source.Read(block.data(), static_cast<ULONG>(block.size()), &got)) && got > 0) {
+    if (FAILED(target.Write(block.data(), got, nullptr))) return;
+  }
+}
+
+// Saves into the open file and closes it; 0 or the errno of the first failure. The component reads
+// a message up to the line "." that ends it; what follows that line is copied behind it.
+int save(const Loaded& loaded, int descriptor) {
   const auto stream = ComPtr<FileStream>::adopt(new FileStream(descriptor));
-  const auto persistence = message.dispatch().query<IPersistStream>();
+  const auto persistence = loaded.message.dispatch().query<IPersistStream>();
   const HRESULT status = persistence ? persistence->Save(stream.get(), FALSE) : E_NOINTERFACE;
-  if (stream->finish() && SUCCEEDED(status)) return 0;
+  if (SUCCEEDED(status)) append_rest(*loaded.source, *stream);
+  if (stream->finish() && SUCCEEDED(status)) return loaded.source->error();
   return stream->error() != 0 ? stream->error() : EIO;
 }
 
@@ -86,14 +98,14 @@ class Beside {
   int descriptor_ = -1;
 };
 
-int write_file(const Object& message, const std::string& out) {
+int write_file(const Loaded& loaded, const std::string& out) {
   std::error_code error;
   const auto existing = std::filesystem::status(out, error);
   if (std::filesystem::exists(existing) && !std::filesystem::is_regular_file(existing)) {
     // A device or a pipe has no place beside it that could be renamed.
     const int descriptor = ::open(out.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
     if (descriptor < 0) return failed(out, errno);
-    const int failure = save(message, descriptor);
+    const int failure = save(loaded, descriptor);
     return failure == 0 ? kFine : failed(out, failure);
   }
   // A symbolic link stays one: its target is replaced.
@@ -101,20 +113,20 @@ int write_file(const Object& message, const std::string& out) {
   if (error) target = out;
   Beside beside(target);
   if (beside.descriptor() < 0 || !beside.take_rights()) return failed(out, errno);
-  if (const int failure = save(message, beside.descriptor()); failure != 0) {
+  if (const int failure = save(loaded, beside.descriptor()); failure != 0) {
     return failed(out, failure);
   }
   return beside.rename() ? kFine : failed(out, errno);
 }
 
-int write_output(const Object& message) {
+int write_output(const Loaded& loaded) {
   if (isatty(STDOUT_FILENO) == 1) {
     complain(
         "a message may hold control characters and is not written to a terminal; redirect "
         "standard output");
     return kUsage;
   }
-  const int failure = save(message, STDOUT_FILENO);
+  const int failure = save(loaded, STDOUT_FILENO);
   return failure == 0 ? kFine : failed("standard output", failure);
 }
 
@@ -125,12 +137,7 @@ int copy(const Options& options) {
     complain(loaded.complaint(options.in));
     return loaded.status();
   }
-  if (!loaded.whole) {
-    complain(display_name(options.in) +
-             ": the message ends at a line \".\"; what follows that line may not be copied");
-  }
-  return options.out == "-" ? write_output(loaded.message)
-                            : write_file(loaded.message, options.out);
+  return options.out == "-" ? write_output(loaded) : write_file(loaded, options.out);
 }
 
 }  // namespace

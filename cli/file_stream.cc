@@ -63,10 +63,7 @@ HRESULT FileStream::Read(void* pv, ULONG cb, ULONG* read) {
     const ssize_t got = ::read(descriptor_, static_cast<char*>(pv) + total, cb - total);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) status = fail(errno);
-    if (got == 0) {
-      status = S_FALSE;
-      end_seen_ = true;
-    }
+    if (got == 0) status = S_FALSE;
     if (got <= 0) break;
     total += static_cast<ULONG>(got);
   }
@@ -119,12 +116,6 @@ bool FileStream::finish() {
     descriptor_ = -1;
   }
   return error_ == 0;
-}
-
-bool FileStream::at_end() {
-  char byte = 0;
-  ULONG got = 0;
-  return end_seen_ || FAILED(Read(&byte, 1, &got)) || got == 0;
 }
 
 HRESULT ContentCounter::Write(const void* pv, ULONG cb, ULONG* written) {

@@ -59,8 +59,6 @@ class FileStream final : public StreamBase {
   // Writes what is still held back to the disk and closes the file; false when any write failed,
   // also an earlier one. Files that cannot be synced (pipes, devices) are only closed.
   [[nodiscard]] bool finish();
-  // True when the end was reached; otherwise tries to read one more byte, which is lost.
-  [[nodiscard]] bool at_end();
   // The errno of the first failure, 0 for none.
   [[nodiscard]] int error() const { return error_; }
 
@@ -69,7 +67,6 @@ class FileStream final : public StreamBase {
 
   int descriptor_;
   int error_ = 0;
-  bool end_seen_ = false;
 };
 
 // Takes what a body part writes and counts the bytes after the empty line that ends its header.

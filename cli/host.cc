@@ -194,7 +194,7 @@ Loaded Host::load(const std::string& file, bool keep_raw) const {
   if (stream->error() != 0) return unreadable(stream->error());
   if (FAILED(status)) return unparsable(status);
   result.outcome = Loaded::Outcome::kLoaded;
-  if (keep_raw) result.whole = stream->at_end();
+  result.source = stream;
   return result;
 }
 

@@ -56,10 +56,11 @@ struct Loaded {
   enum class Outcome { kLoaded, kUnparsable, kUnreadable };
 
   Outcome outcome = Outcome::kUnreadable;
-  Object message;     // set when loaded
-  std::string text;   // the parser's or the system's text otherwise, UTF-8
-  long line = 0;      // where the parser stopped; 0 when it does not say
-  bool whole = true;  // false: data follow the line "." that ends a message
+  Object message;  // set when loaded
+  // Where it came from, set when loaded: what follows the line "." that ends a message is unread.
+  platform::ComPtr<FileStream> source;
+  std::string text;  // the parser's or the system's text otherwise, UTF-8
+  long line = 0;     // where the parser stopped; 0 when it does not say
 
   [[nodiscard]] ExitStatus status() const;
   // "FILE:LINE: text" or "FILE: text", safe for a terminal.
