@@ -39,6 +39,7 @@ TEST_F(ParameterMapTest, ReadsByNameAndPosition) {
   Variant value;
   EXPECT_EQ(view->get_Item(Variant(u"name"), &value), S_OK);
   EXPECT_EQ(value.text(), u"\"a.txt\"") << "quotes stay";
+  value.clear();
   EXPECT_EQ(view->get_Item(Variant(LONG{0}), &value), S_OK);
   EXPECT_EQ(value.vt, VT_I4);
   value.clear();
