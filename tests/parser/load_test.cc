@@ -130,7 +130,8 @@ TEST(Load, SyntaxErrors) {
       {"no header field", "\r\ntext\r\n", "parse error \"\" in Line 2"},
       {"multipart without a delimiter", "Content-Type: multipart/mixed; boundary=b\r\n\r\ntext\r\n",
        "parse error, expecting `tok_Delimiter' \"\" in Line 5"},
-      {"bad parameter", "Content-Type: multipart/mixed; =x\r\n\r\n", "parse error \"\" in Line 1"},
+      {"bad parameter", "Content-Type: multipart/mixed; =x\r\n\r\n",
+       "parse error, expecting `$end' \"\" in Line 1"},
       {"value that no rule takes", "Content-Type: multipart/a/b; boundary=x\r\n\r\n",
        "parse error, expecting `';'' \"\" in Line 1"},
   };
