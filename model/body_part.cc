@@ -144,6 +144,17 @@ HeaderValue find_entry(HeaderValue& record, EntryName name) {
   return shared_field(record, find_standard(record, name));
 }
 
+HeaderValue find_body_type(HeaderValue& record) {
+  if (record[kPartBody].is(ValueKind::List)) {
+    const std::size_t index = find_field(record, [](const HeaderValue& entry) {
+      return entry[kEntryName].text_view() == entry_name_text(EntryName::ContentType) &&
+             entry[kEntryValue][kTypeMajor].is_integer(kMultipart);
+    });
+    if (index != kNowhere) return shared_field(record, index);
+  }
+  return find_entry(record, EntryName::ContentType);
+}
+
 HeaderValue find_or_add_entry(HeaderValue& record, EntryName name) {
   const std::size_t index = find_standard(record, name);
   if (index != kNowhere) return shared_field(record, index);
@@ -265,7 +276,7 @@ std::string make_boundary() {
 }
 
 bool is_usable_boundary(std::string_view boundary) {
-  if (boundary.empty() || boundary.back() == ' ') return false;
+  if (trim(boundary).empty()) return false;
   for (const char byte : boundary) {
     const auto code = static_cast<unsigned char>(byte);
     if (code < ' ' || code == 0x7F || byte == '"' || byte == '\\') return false;
@@ -273,9 +284,15 @@ bool is_usable_boundary(std::string_view boundary) {
   return true;
 }
 
-bool ensure_boundary(HeaderValue& content_type) {
+std::string boundary_text(const HeaderValue& content_type) {
   const HeaderValue* boundary = find_parameter(content_type[kTypeParameters], "boundary");
-  if (boundary != nullptr && is_usable_boundary(unquoted(boundary->AsText()))) return false;
+  if (boundary == nullptr) return {};
+  const std::string text = boundary->AsText();
+  return is_quoted(text) ? text.substr(1, text.size() - 2) : text;
+}
+
+bool ensure_boundary(HeaderValue& content_type) {
+  if (is_usable_boundary(boundary_text(content_type))) return false;
   AddressMap& parameters = content_type.element(kTypeParameters).mutable_entries();
   while (true) {  // spelt any way, so that one boundary is left
     std::string name;

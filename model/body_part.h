@@ -56,6 +56,9 @@ inline constexpr std::int32_t kNoEncoding = -1;
 
 // The entry of a standard field, shared by reference; empty when there is none.
 [[nodiscard]] HeaderValue find_entry(HeaderValue& record, EntryName name);
+// The Content-Type entry that made the part's body what it is: the first one, or for a body that is
+// a list of children the first one that is a multipart.
+[[nodiscard]] HeaderValue find_body_type(HeaderValue& record);
 // The same; an absent one is appended with an empty value.
 [[nodiscard]] HeaderValue find_or_add_entry(HeaderValue& record, EntryName name);
 // The entry of the extension field with this name, whatever its letter case.
@@ -100,6 +103,9 @@ void set_minor(HeaderValue& record, HeaderValue minor);
 bool ensure_boundary(HeaderValue& content_type);
 // Text for a boundary, in double quotes: random, never met in real text.
 [[nodiscard]] std::string make_boundary();
+// The boundary of a Content-Type value as it stands in delimiter lines; empty when it has none.
+[[nodiscard]] std::string boundary_text(const HeaderValue& content_type);
+// True for a text that a delimiter line and a quoted parameter hold as it is.
 [[nodiscard]] bool is_usable_boundary(std::string_view boundary);
 
 // The parameters of a Content-Type or Content-Disposition entry, shared by reference; the value is

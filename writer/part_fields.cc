@@ -47,6 +47,8 @@ bool is_blank(const HeaderValue& value) {
   return !value.is_set() || (value.is(ValueKind::Text) && trim(value.text_view()).empty());
 }
 
+bool is_multipart_type(const HeaderValue& type) { return type[kTypeMajor].is_integer(kMultipart); }
+
 // "major/minor" of a Content-Type; false for a number outside the tables.
 bool type_text(const HeaderValue& type, std::string& text) {
   const HeaderValue& major = type[kTypeMajor];
@@ -86,27 +88,29 @@ class FieldWriter {
  private:
   // The lasting effects on the model, and what the fields mean together.
   void prepare() {
-    if (is_multipart(record_)) {
-      HeaderValue entry = find_entry(record_, EntryName::ContentType);
-      HeaderValue& type = entry.element(kEntryValue);
-      if (ensure_boundary(type)) drop_source(entry);
+    body_type_ = find_body_type(record_);
+    if (is_multipart_type(body_type_[kEntryValue])) {
+      HeaderValue& type = body_type_.element(kEntryValue);
+      if (ensure_boundary(type)) drop_source(body_type_);
       result_.multipart = true;
-      result_.boundary = unquoted(find_parameter(type[kTypeParameters], "boundary")->AsText());
+      result_.boundary = boundary_text(type);
     }
     name_disposition();
-    const HeaderValue& encoding = field_value(record_, EntryName::ContentTransferEncoding);
-    skip_encoding_ = result_.multipart
-                         ? encoding.is_integer(kQuotedPrintable) || encoding.is_integer(kBase64)
-                         : encoding.is_set() && holds_message(content_type(), encoding);
-    if (!skip_encoding_) result_.encoding = encoding_number(record_);
+    holds_message_ =
+        !result_.multipart && encoding().is_set() && holds_message(content_type(), encoding());
+    if (!holds_message_) result_.encoding = encoding_number(record_);
+  }
+
+  [[nodiscard]] const HeaderValue& encoding() const {
+    return field_value(record_, EntryName::ContentTransferEncoding);
   }
 
   void name_disposition() {
     const HeaderValue& value = field_value(record_, EntryName::ContentDisposition);
-    if (value.size() == 0 || !is_blank(value[kDispositionValue]) ||
-        value[kDispositionParameters].entries().empty()) {
-      return;
-    }
+    if (value.size() == 0 || !is_blank(value[kDispositionValue])) return;
+    std::string parameters;
+    append_parameters(parameters, value[kDispositionParameters]);
+    if (parameters.empty()) return;
     HeaderValue entry = find_entry(record_, EntryName::ContentDisposition);
     if (entry[kEntrySource].is_set()) return;
     entry.element(kEntryValue).element(kDispositionValue) = HeaderValue::text("attachment");
@@ -131,7 +135,9 @@ class FieldWriter {
     if (entry[kEntrySource].is_set()) {
       write_line(name, entry[kEntrySource].AsText());
     } else if (name == entry_name_text(EntryName::ContentType)) {
-      return write_type(value);
+      // A leaf's further Content-Type that is a multipart would make its content one.
+      const bool misleading = !result_.multipart && is_multipart_type(value);
+      return misleading ? S_OK : write_type(value);
     } else if (name == entry_name_text(EntryName::ContentDisposition)) {
       write_disposition(value);
     } else if (name == entry_name_text(EntryName::ContentDescription) ||
@@ -149,7 +155,8 @@ class FieldWriter {
   }
 
   HRESULT write_encoding(const HeaderValue& value) {
-    if (skip_encoding_ || is_blank(value)) return S_OK;
+    const bool coded = value.is_integer(kQuotedPrintable) || value.is_integer(kBase64);
+    if (holds_message_ || (result_.multipart && coded) || is_blank(value)) return S_OK;
     const bool known = value.is(ValueKind::Integer);
     if (known && encoding_name(value.number()).empty()) return E_FAIL;
     write_line(entry_name_text(EntryName::ContentTransferEncoding),
@@ -190,7 +197,8 @@ class FieldWriter {
   HeaderValue& record_;
   const MessageRef& message_;
   PartFields& result_;
-  bool skip_encoding_ = false;
+  HeaderValue body_type_;  // the entry
+  bool holds_message_ = false;
 };
 
 }  // namespace

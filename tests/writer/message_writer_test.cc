@@ -121,6 +121,12 @@ TEST(MessageWriter, SavesWhatLoadsAgain) {
            preamble + "--c d\r\nX: y\r\n\r\ntwo\r\n--c d--\r\n\r\n--b--\r\n\r\n.\r\n"},
       {start + "Content-Type: multipart/mixed; boundary=b\n\n--b\n--b\nX: y\n--b--\n", "?"},
       {start + "Content-Type: multipart/mixed; boundary=b\n\n--b--\n", ""},
+      {start + "Content-Type: text/plain\nContent-Transfer-Encoding: 7bit\n"
+               "Content-Transfer-Encoding: base64\nContent-Type: multipart/mixed; boundary=b\n\n"
+               "--b\n\nx\n--b--\n.\n",
+       "Content-Type: text/plain\r\nContent-Transfer-Encoding: 7bit\r\n"
+       "Content-Type: multipart/mixed;\r\n\tboundary=\"b\"\r\n\r\n" +
+           preamble + "--b\r\n\r\nx\r\n--b--\r\n\r\n.\r\n"},
       {start + "Content-Type: message/external-body; access-type=ftp; permission=read;\n"
                " expiration=\"x\"; Name=n; x-y:z; empty=\n\nbody\n",
        "?"},

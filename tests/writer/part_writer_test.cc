@@ -88,7 +88,7 @@ TEST(PartWriter, WritesFields) {
       {part({{"Content-Disposition",
               HeaderValue::list({}, parameters({{"filename", text("a b.txt")}}))}}),
        "Content-Disposition: attachment;\r\n\tfilename=\"a b.txt\"\r\n"},
-      {part({{"Content-Disposition", HeaderValue::list(HeaderValue())}}), ""},
+      {part({{"Content-Disposition", HeaderValue::list({}, parameters({{"filename", {}}}))}}), ""},
       {part({{"Content-Disposition", HeaderValue::list(text("inline"))}}),
        "Content-Disposition: inline\r\n"},
       {part({{"ExtField", extension("X-A", "folded\r\n line")},
