@@ -75,7 +75,7 @@ HRESULT read_text(IStream& stream, platform::Bstr& text) {
   std::u16string units;
   std::array<OLECHAR, 2048> block;
   while (SUCCEEDED(status) && left >= sizeof(OLECHAR)) {
-    const ULONG count = std::min<ULONG>(left / sizeof(OLECHAR), block.size());
+    const auto count = static_cast<ULONG>(std::min(left / sizeof(OLECHAR), block.size()));
     const auto bytes = static_cast<ULONG>(count * sizeof(OLECHAR));
     status = read_exactly(stream, block.data(), bytes);
     if (SUCCEEDED(status)) units.append(block.data(), count);
