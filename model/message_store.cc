@@ -42,6 +42,15 @@ const FieldInfo& field_info(SlotId slot) { return kFields[static_cast<std::size_
 
 const std::array<FieldInfo, kSlotCount>& all_fields() { return kFields; }
 
+std::string trace_text(const HeaderValue& record) {
+  std::string text;
+  for (const auto& [clause, value] : record[kTraceParameters].entries()) {
+    if (!text.empty()) text += kJoin;
+    text.append(clause).append(" ").append(value.AsText());
+  }
+  return text.append("; ").append(record[kTraceDate].AsText());
+}
+
 void FieldSlot::put(HeaderValue replacement) {
   source.Reset();
   joins.clear();

@@ -77,6 +77,10 @@ inline constexpr std::size_t kTraceParameters = 0;
 inline constexpr std::size_t kTraceDate = 1;
 inline constexpr std::size_t kTraceSource = 2;
 
+// What a record's clauses and date say as header text: each clause as its name, a blank and its
+// value, CR LF TAB between two of them, then "; " and the date.
+[[nodiscard]] std::string trace_text(const HeaderValue& record);
+
 // Elements of a body part record, a `List`: the field list, the body (`Raw` content, or a `List` of
 // child records), and whether the content is held decoded (`Integer`).
 inline constexpr std::size_t kPartFields = 0;

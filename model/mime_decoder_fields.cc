@@ -27,7 +27,8 @@ HRESULT CMimeDecoder::get_field(SlotId id, ReadMode mode, Reader reader, VARIANT
   return guarded([&] {
     FieldSlot& field = store_.slot(id);
     ReparseHeader(*this, field, field_info(id).name, mode);
-    if (field.value.is_set()) reader(field.value).detach_to(value);
+    // A list that says nothing ("To: (nobody)") is there, and empty.
+    if (field.value.is_set() || field.source.is_set()) reader(field.value).detach_to(value);
     return S_OK;
   });
 }

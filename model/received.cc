@@ -36,15 +36,6 @@ HeaderValue shared_records(const MessageRef& message) {
 
 }  // namespace
 
-std::string trace_text(const HeaderValue& record) {
-  std::string text;
-  for (const auto& [clause, value] : record[kTraceParameters].entries()) {
-    if (!text.empty()) text += "\r\n\t";
-    text.append(clause).append(" ").append(value.AsText());
-  }
-  return text.append("; ").append(record[kTraceDate].AsText());
-}
-
 HRESULT ReparseReceived(HeaderValue& record) {
   const HeaderValue source = record[kTraceDate];
   const std::string text = source.raw_text();

@@ -14,10 +14,6 @@
 
 namespace tallowbrook {
 
-// The record's text as its parts say it: each clause as its name, a blank and its value, CR LF TAB
-// between two of them, then "; " and the date.
-[[nodiscard]] std::string trace_text(const HeaderValue& record);
-
 // Parses an unparsed record in place and keeps its text as the record's source. Its status when it
 // does not parse; the record stays then. A date that is not on the calendar is kept as its text.
 [[nodiscard]] HRESULT ReparseReceived(HeaderValue& record);

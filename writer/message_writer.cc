@@ -46,7 +46,7 @@ void write_address_field(MessageOutput& out, std::string_view name, const Header
 
 void write_field(MessageOutput& out, const FieldInfo& field, const HeaderValue& value,
                  const HeaderValue& source) {
-  if (!value.is_set()) return;
+  if (!value.is_set() && !source.is_set()) return;
   const bool is_path = field.slot == SlotId::ReturnPath;
   if (field.rule == FieldRule::AddressList ||
       (field.rule == FieldRule::SingleAddress && !is_path)) {

@@ -132,6 +132,19 @@ TEST(Addresses, OfAMessage) {
   }
 }
 
+TEST(Addresses, FieldsThatSayNothingStay) {
+  const auto message = test::loaded(
+      "To: (nobody)\r\nReply-To: (x)\r\nCC: undisclosed-recipients:;\r\nDate: (x)\r\n\r\n");
+  const std::string before = test::saved(message);
+  EXPECT_EQ(test::addresses(message.get(), u"To"), Lines{});
+  EXPECT_EQ(test::addresses(message.get(), u"To"), Lines{});
+  EXPECT_EQ(test::addresses(message.get(), u"CC"), Lines{"||undisclosed-recipients"});
+  EXPECT_EQ(test::read_text(message.get(), u"Date"), "(x)");
+  EXPECT_EQ(test::address_line(test::read(message.get(), u"ReplyTo").pdispVal), "||");
+  EXPECT_EQ(test::saved(message), before);
+  EXPECT_NE(before.find("To: (nobody)\r\n"), std::string::npos);
+}
+
 TEST(Addresses, PutOnAMessage) {
   const auto message = test::new_message();
   EXPECT_EQ(test::put(message.get(), u"To", text("B,A, A,A")), S_OK);

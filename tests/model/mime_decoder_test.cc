@@ -152,6 +152,44 @@ TEST(MimeDecoder, FailingLoads) {
   EXPECT_EQ(test::read(message.get(), u"Body").vt, VT_DISPATCH);
 }
 
+// Gives `text`, then fails.
+class Failing final : public Object<Confined, IStream> {
+ public:
+  explicit Failing(std::string_view text) : rest_(text) {}
+  HRESULT Read(void* pv, ULONG cb, ULONG* read) override {
+    const std::size_t count = rest_.copy(static_cast<char*>(pv), cb);
+    *read = static_cast<ULONG>(count);
+    rest_.remove_prefix(count);
+    return count > 0 ? S_OK : STG_E_MEDIUMFULL;
+  }
+  HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+  HRESULT Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
+  HRESULT SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
+  HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT Commit(DWORD) override { return E_NOTIMPL; }
+  HRESULT Revert() override { return E_NOTIMPL; }
+  HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
+  HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
+  HRESULT Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
+  HRESULT Clone(IStream**) override { return E_NOTIMPL; }
+
+ private:
+  std::string_view rest_;
+};
+
+TEST(MimeDecoder, AStreamThatFailsIsNoGoodLoad) {
+  const auto message = test::new_message();
+  const auto stream = make_object<Failing>(kSmall);
+  EXPECT_EQ(message.query<IPersistStream>()->Load(stream.get()), STG_E_MEDIUMFULL);
+  EXPECT_NE(test::take_error_text(), "");
+  EXPECT_EQ(test::read_text(message.get(), u"Subject"), "one");
+  EXPECT_EQ(test::read(message.get(), u"Body").vt, VT_EMPTY);
+  EXPECT_EQ(test::load(message, kSmall), S_OK);
+  EXPECT_EQ(test::read(message.get(), u"Body").vt, VT_DISPATCH);
+}
+
 TEST(MimeDecoder, FilesAndStreams) {
   const std::string path = ::testing::TempDir() + "tallowbrook_mime_decoder_test.eml";
   const platform::Bstr wide_path(to_wide(path));
