@@ -112,6 +112,7 @@ void read_recipients(const ComPtr<IMimeDecoder>& message) {
 
 void save(const ComPtr<IMimeDecoder>& message) {
   HostStream target;
+  target.keep_writes = false;
   if (FAILED(message.query<IPersistStream>()->Save(&target, FALSE))) {
     throw std::runtime_error("a message does not save");
   }

@@ -1,7 +1,6 @@
 #include "streams/memory_stream.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -9,6 +8,7 @@
 
 #include "core/guard.h"
 #include "core/module.h"
+#include "streams/block.h"
 
 namespace tallowbrook {
 
@@ -25,7 +25,7 @@ CISSHelper::CISSHelper(bool heap_owned) : heap_owned_(heap_owned) {
 }
 
 CISSHelper::~CISSHelper() {
-  std::free(data_);
+  free_block(data_, capacity_);
   if (heap_owned_) Module::unlock();
 }
 
@@ -91,9 +91,9 @@ void CISSHelper::grow(ULONG needed) {
 }
 
 void CISSHelper::set_capacity(ULONG capacity) {
-  void* moved = std::realloc(data_, capacity);
+  char* moved = resize_block(data_, capacity_, capacity);
   if (moved == nullptr) throw std::bad_alloc();
-  data_ = static_cast<char*>(moved);
+  data_ = moved;
   capacity_ = capacity;
 }
 
@@ -104,7 +104,7 @@ void CISSHelper::reserve(ULONG size) {
 }
 
 void CISSHelper::Clear() {
-  std::free(data_);
+  free_block(data_, capacity_);
   data_ = nullptr;
   size_ = capacity_ = read_position_ = write_position_ = growth_count_ = 0;
 }
@@ -162,7 +162,7 @@ void CISSHelper::append_from(ISequentialStream& source) {
 
 void CISSHelper::take(CISSHelper& source) noexcept {
   if (&source != this) {
-    std::free(data_);
+    free_block(data_, capacity_);
     data_ = std::exchange(source.data_, nullptr);
     size_ = source.size_;
     capacity_ = source.capacity_;
