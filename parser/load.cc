@@ -95,6 +95,28 @@ ParserPool g_pool;
 // a load within a load gets an instance of its own.
 thread_local int t_running = 0;
 
+// The request to end the thread's message loop, which a wait takes out of the queue and which is
+// for the host's own loop: posted again when the wait is over.
+class PendingQuit {
+ public:
+  PendingQuit() = default;
+  PendingQuit(const PendingQuit&) = delete;
+  PendingQuit& operator=(const PendingQuit&) = delete;
+  ~PendingQuit() {
+    if (posted_) PostQuitMessage(exit_code_);
+  }
+  bool keeps(const MSG& message) {
+    if (message.message != WM_QUIT) return false;
+    posted_ = true;
+    exit_code_ = static_cast<int>(message.wParam);
+    return true;
+  }
+
+ private:
+  bool posted_ = false;
+  int exit_code_ = 0;
+};
+
 struct Running {
   Running() { ++t_running; }
   ~Running() { --t_running; }
@@ -150,6 +172,7 @@ HRESULT parse_received(std::string_view text, HeaderValue& parameters, HeaderVal
 
 bool WaitOrPump(HANDLE handle, DWORD milliseconds, bool pump) {
   if (handle == nullptr) return false;
+  PendingQuit quit;
   for (;;) {
     const DWORD result =
         pump ? MsgWaitForMultipleObjects(1, &handle, FALSE, milliseconds, QS_ALLINPUT)
@@ -158,6 +181,7 @@ bool WaitOrPump(HANDLE handle, DWORD milliseconds, bool pump) {
     if (result == WAIT_TIMEOUT || result == WAIT_FAILED) return false;
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+      if (quit.keeps(message)) continue;
       TranslateMessage(&message);
       DispatchMessageW(&message);
     }
