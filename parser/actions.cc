@@ -290,11 +290,13 @@ HeaderValue Actions::type(Major major, HeaderValue& subtype) {
                            std::move(subtype));
 }
 
-// A multipart without a usable boundary is a text body (the scanner decided the same when the
-// value ended).
+// A multipart without a usable boundary is a text body. The scanner decided the same when the value
+// ended: `note_boundary` heard of every boundary parameter, and both take the first.
 HeaderValue Actions::multipart_type(HeaderValue subtype, HeaderValue& parameters) {
   const HeaderValue* boundary = parameters.entries().find("boundary");
-  if (boundary == nullptr || !boundary->is(ValueKind::Text)) return type(Major::Text);
+  if (boundary == nullptr || usable_boundary(boundary->text_view()).empty()) {
+    return type(Major::Text);
+  }
   return HeaderValue::list(HeaderValue::integer(static_cast<std::int32_t>(Major::Multipart)),
                            std::move(subtype), std::move(parameters));
 }
@@ -308,11 +310,13 @@ HeaderValue Actions::parameter(std::string_view name) {
 }
 
 HeaderValue Actions::named_parameter(HeaderValue name, HeaderValue& value) {
-  return parameter(to_lower(name.text_view()), value);
+  const std::string lower = to_lower(name.text_view());
+  return lower == "boundary" ? boundary(value) : parameter(lower, value);
 }
 
 HeaderValue Actions::named_parameter(HeaderValue name) {
-  return parameter(to_lower(name.text_view()));
+  HeaderValue none;
+  return named_parameter(std::move(name), none);
 }
 
 HeaderValue Actions::permission(std::int32_t value) {

@@ -1,6 +1,7 @@
 #include "parser/load.h"
 
 #include <array>
+#include <optional>
 #include <utility>
 
 #include "core/text.h"
@@ -25,21 +26,51 @@ constexpr std::size_t kInstances = 10;
 struct ParserInstance {
   Scanner scanner;
   Actions actions{scanner};
-  GrammarParser parser{scanner, actions};
+  std::optional<GrammarParser> parser;  // kept for its stack
+};
+
+// Input from which on a run may have made the parser's stack or the scanner's buffer large.
+constexpr std::size_t kLargeInput = std::size_t{1} << 20;
+
+// Loads that this thread is inside of. A mutex would hand its owner the same instance once more, so
+// a load within a load gets an instance of its own.
+thread_local int t_running = 0;
+
+struct Running {
+  explicit Running(ParserInstance& running) : instance(running) { ++t_running; }
+  ~Running() {
+    --t_running;
+    if (instance.scanner.bytes_read() > kLargeInput) instance.parser.reset();
+    instance.scanner.release_large_buffer();
+  }
+  ParserInstance& instance;
 };
 
 // Runs the instance over the run's input, to the end or to the first error.
 void run_instance(ParserInstance& instance, ParseRun& run) {
+  const Running running(instance);
   run.failed = false;
   run.read_status = S_OK;
   try {
     instance.scanner.start(run);
     instance.actions.start(run);
-    (void)instance.parser.parse();
+    if (!instance.parser) instance.parser.emplace(instance.scanner, instance.actions);
+    (void)instance.parser->parse();
   } catch (const CDecoderException& failure) {
     ReportParseError(run, failure.what(), -1);
   }
 }
+
+constexpr int kNoPriority = THREAD_PRIORITY_ERROR_RETURN;
+
+// The priority that a thread waiting for an instance has when it does not wait.
+thread_local int t_priority = kNoPriority;
+
+struct WaitingPriority {
+  explicit WaitingPriority(int priority) : outer(std::exchange(t_priority, priority)) {}
+  ~WaitingPriority() { t_priority = outer; }
+  int outer;
+};
 
 // The ten instances and their mutexes, which live as long as the library is loaded.
 class ParserPool {
@@ -73,7 +104,10 @@ class ParserPool {
 
   Entry& acquire() {
     const HANDLE thread = GetCurrentThread();
-    const int priority = GetThreadPriority(thread);
+    // A message handler may load while the load it interrupts waits with a lowered priority.
+    const int outer = t_priority;
+    const int priority = outer != kNoPriority ? outer : GetThreadPriority(thread);
+    const WaitingPriority waiting(priority);
     for (;;) {
       for (Entry& entry : entries_) {
         if (!WaitOrPump(entry.mutex, 0, true)) continue;
@@ -90,10 +124,6 @@ class ParserPool {
 };
 
 ParserPool g_pool;
-
-// Loads that this thread is inside of. A mutex would hand its owner the same instance once more, so
-// a load within a load gets an instance of its own.
-thread_local int t_running = 0;
 
 // The request to end the thread's message loop, which a wait takes out of the queue and which is
 // for the host's own loop: posted again when the wait is over.
@@ -117,26 +147,17 @@ class PendingQuit {
   int exit_code_ = 0;
 };
 
-struct Running {
-  Running() { ++t_running; }
-  ~Running() { --t_running; }
-};
-
 }  // namespace
 
 HRESULT DispatchParse(ParseRun& run, ISequentialStream* stream) {
   if (stream == nullptr) return E_INVALIDARG;
   const ComPtr<ISequentialStream> input(stream);
   run.input = stream;
-  {
-    const bool nested = t_running > 0;
-    const Running running;
-    if (nested) {
-      ParserInstance spare;
-      run_instance(spare, run);
-    } else {
-      g_pool.run(run);
-    }
+  if (t_running > 0) {
+    ParserInstance spare;
+    run_instance(spare, run);
+  } else {
+    g_pool.run(run);
   }
   run.input = nullptr;
   if (FAILED(run.read_status)) {

@@ -14,6 +14,9 @@
 
 namespace tallowbrook {
 
+// A boundary parameter's value without its quotes; empty when it cannot delimit anything.
+[[nodiscard]] std::string usable_boundary(std::string_view value);
+
 class Scanner {
  public:
   Scanner();
@@ -29,11 +32,16 @@ class Scanner {
   // value looks into the scanner's buffer and is gone with the next call.
   [[nodiscard]] int next(HeaderValue& value);
 
-  // The number of line ends consumed, plus 1.
-  [[nodiscard]] long line() const { return line_; }
+  // The number of line ends consumed, plus 1. At the end of a multipart's type the line end is
+  // still to come, but an error there is one of what follows.
+  [[nodiscard]] long line() const { return line_ + (type_value_ == TypeValue::kEnding ? 1 : 0); }
 
-  // Called by the action of a boundary parameter. The first one of a multipart type becomes the
-  // multipart's boundary when the type's value ends.
+  // After a run: gives back a buffer that a long token made large.
+  void release_large_buffer();
+  [[nodiscard]] std::size_t bytes_read() const { return bytes_read_; }
+
+  // Called by the action of a parameter named boundary. The first one of a multipart type becomes
+  // the multipart's boundary when the type's value ends.
   void note_boundary(std::string_view value);
 
  private:
@@ -50,6 +58,8 @@ class Scanner {
   int enter(int token, int condition);
   int enter_field(int token, int condition, bool deferred);
   int enter_type(int token, bool multipart);
+  void open_type_value();
+  int single_value(HeaderValue& value, int token, int condition);
   int extension_field(HeaderValue& value);
   int take_body_token();
   int header_end();
@@ -93,6 +103,7 @@ class Scanner {
   // The buffer holds [token_, limit_) and a zero byte behind it, which no message byte equals.
   char* buffer_ = nullptr;
   std::size_t capacity_ = 0;
+  std::size_t bytes_read_ = 0;    // in this run
   const char* token_ = nullptr;   // start of the text being matched
   const char* cursor_ = nullptr;  // the next byte to look at
   const char* marker_ = nullptr;  // where the longest match so far ends
@@ -105,7 +116,7 @@ class Scanner {
   int comment_depth_ = 0;
   bool at_line_start_ = true;
   bool before_blank_line_ = false;  // what comes next counts as at line start
-  bool in_part_ = false;  // a delimiter was met: header fields belong to a part
+  bool in_part_ = false;            // a delimiter was met: header fields belong to a part
   TypeValue type_value_ = TypeValue::kNone;
   bool boundary_noted_ = false;
   std::string noted_boundary_;

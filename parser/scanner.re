@@ -95,8 +95,8 @@ Scanner::~Scanner() { std::free(buffer_); }
 
 void Scanner::start(ParseRun& run) {
   run_ = &run;
-  if (buffer_ == nullptr || capacity_ > 16 * kInitialBuffer) {
-    std::free(buffer_);
+  bytes_read_ = 0;
+  if (buffer_ == nullptr) {
     buffer_ = static_cast<char*>(std::malloc(kInitialBuffer + 1));
     capacity_ = kInitialBuffer;
     if (buffer_ == nullptr) throw CDecoderException("out of dynamic memory in yy_create_buffer()");
@@ -113,6 +113,12 @@ void Scanner::start(ParseRun& run) {
   in_part_ = false;
   type_value_ = TypeValue::kNone;
   line_ = 1;
+}
+
+void Scanner::release_large_buffer() {
+  if (capacity_ <= 16 * kInitialBuffer) return;
+  std::free(std::exchange(buffer_, nullptr));
+  capacity_ = 0;
 }
 
 // Reads on behind `limit_`. What is being matched moves to the front of the buffer, or into a
@@ -141,6 +147,7 @@ bool Scanner::refill() {
   char* free_room = buffer_ + (token_ - buffer_) + kept;
   const std::size_t got = ReadScannerInput(*run_, free_room, kChunk);
   free_room[got] = '\0';
+  bytes_read_ += got;
   cursor_ = token_ + cursor;
   marker_ = token_ + marker;
   limit_ = free_room + got;
@@ -187,13 +194,15 @@ bool Scanner::under_received() const {
 // After a name or "=" that took the folding behind it: a fold that leads to a line of nothing but
 // white space is no fold but the end of the header section, so it is given back.
 void Scanner::keep_blank_line() {
-  if (!is_line_end(*cursor_)) return;
-  const char* p = cursor_;
-  while (p > token_ && is_blank(p[-1])) --p;
-  if (p == token_ || p[-1] != '\n') return;
-  --p;
-  while (p > token_ && p[-1] == '\r') --p;
-  cursor_ = p;
+  for (const char* p = token_; p < cursor_; ++p) {
+    if (*p != '\n') continue;
+    const char* next = p + 1;
+    while (next < cursor_ && is_blank(*next)) ++next;
+    if (!is_line_end(*next)) continue;
+    while (p > token_ && p[-1] == '\r') --p;
+    cursor_ = p;
+    return;
+  }
 }
 
 // Gives back the line end of the blank line that the matched text ends with: it ends the header
@@ -219,11 +228,20 @@ int Scanner::enter_field(int token, int condition, bool deferred) {
 int Scanner::enter_type(int token, bool multipart) {
   const bool deferred = !multipart && run_->defer_mime;
   if (multipart) back(std::strlen("multipart"));
-  if (token == Token::tok_ContentType && !deferred && run_->target == nullptr) {
-    type_value_ = TypeValue::kOpen;
-    boundary_noted_ = false;
-  }
+  if (token == Token::tok_ContentType && !deferred) open_type_value();
   return enter_field(token, yycMIMETYPE, deferred);
+}
+
+void Scanner::open_type_value() {
+  type_value_ = TypeValue::kOpen;
+  boundary_noted_ = false;
+}
+
+// A pseudo-header is one only where a single value is parsed; in a message it is a field like any.
+int Scanner::single_value(HeaderValue& value, int token, int condition) {
+  if (run_->target == nullptr) return extension_field(value);
+  if (token == Token::tok_InternalCTTYPE) open_type_value();
+  return enter(token, condition);
 }
 
 int Scanner::extension_field(HeaderValue& value) {
@@ -309,9 +327,15 @@ int Scanner::body_end_of_data() {
   return Token::tok_CloseDelimiter;
 }
 
+std::string usable_boundary(std::string_view value) {
+  std::string boundary = remove_quotes(value);
+  if (boundary.find_first_not_of(" \t\r\n") == std::string::npos) boundary.clear();
+  return boundary;
+}
+
 void Scanner::note_boundary(std::string_view value) {
   if (type_value_ == TypeValue::kNone || boundary_noted_) return;
-  noted_boundary_ = remove_quotes(value);
+  noted_boundary_ = usable_boundary(value);
   boundary_noted_ = true;
 }
 
@@ -331,7 +355,7 @@ int Scanner::end_type_value() {
     return ';';
   }
   if (type_value_ == TypeValue::kEnding) {
-    if (boundary_noted_ && !noted_boundary_.empty()) {
+    if (boundary_noted_ && !noted_boundary_.empty() && run_->target == nullptr) {
       push_boundary(noted_boundary_);
     } else {
       pending_body_token_ = -1;
@@ -382,14 +406,19 @@ int Scanner::raw_field(HeaderValue& value) {
   value = HeaderValue::raw();
   std::size_t seen = 0;
   std::size_t content_end = 0;
+  std::size_t walked = 0;  // bytes known to be white space from the start of the token on
   while (!find_raw_end(content_end, seen)) {
     if (seen < kPiece) continue;
     std::size_t piece = seen;
-    while (piece > 0 && (is_blank(token_[piece - 1]) || is_line_end(token_[piece - 1]))) --piece;
+    while (piece > walked && (is_blank(token_[piece - 1]) || is_line_end(token_[piece - 1]))) {
+      --piece;
+    }
+    if (piece == walked) piece = 0;
     value.AppendText({token_, piece});
     line_ += count_line_ends(token_, token_ + piece);
     token_ += piece;
     seen -= piece;
+    walked = seen;
     cursor_ = token_;
   }
   value.AppendText({token_, content_end});
@@ -494,7 +523,8 @@ int Scanner::next(HeaderValue& value) {
   value.Reset();
   const int token = scan(value);
   settle();
-  if (type_value_ == TypeValue::kOpen && token != Token::tok_ContentType) {
+  if (type_value_ == TypeValue::kOpen && token != Token::tok_ContentType &&
+      token != Token::tok_InternalCTTYPE) {
     type_value_ =
         token == Token::tok_Multipart ? TypeValue::kMultipart : TypeValue::kNone;
     if (token == Token::tok_Multipart) pending_body_token_ = Token::tok_BEGIN_MULTIPART_BODY;
@@ -568,11 +598,11 @@ int Scanner::scan(HeaderValue& value) {
     <HEADER_BOL> 'message-id' wsp* ":" space { return enter(Token::tok_MessageID, yycUNSTRUCT); }
     <HEADER_BOL> 'mime-version' wsp* ":" space { return enter(Token::tok_Version, yycVERSION); }
     <HEADER_BOL, PART_BOL> "--" [^\n]* "\n" { if (const int token = header_delimiter()) return token; continue; }
-    <HEADER_BOL> '__$$InternalKommaSep$$__' nchar* ":" wsp* { return enter(Token::tok_InternalKommaSep, yycKOMMALIST); }
-    <HEADER_BOL> '__$$InternalAddress$$__' wsp* ":" wsp* { return enter(Token::tok_InternalAddress, yycADDRESS); }
-    <HEADER_BOL> '__$$InternalCTTYPE$$__' wsp* ":" wsp* { return enter(Token::tok_InternalCTTYPE, yycMIMETYPE); }
-    <HEADER_BOL> '__$$InternalDisposition$$__' wsp* ":" wsp* { return enter(Token::tok_InternalDisposition, yycMIMETYPE); }
-    <HEADER_BOL> '__$$InternalUUEncode$$__' eol { return enter(Token::tok_InternalUUEnc, kBody); }
+    <HEADER_BOL> '__$$InternalKommaSep$$__' nchar* ":" wsp* { return single_value(value, Token::tok_InternalKommaSep, yycKOMMALIST); }
+    <HEADER_BOL> '__$$InternalAddress$$__' wsp* ":" wsp* { return single_value(value, Token::tok_InternalAddress, yycADDRESS); }
+    <HEADER_BOL> '__$$InternalCTTYPE$$__' wsp* ":" wsp* { return single_value(value, Token::tok_InternalCTTYPE, yycMIMETYPE); }
+    <HEADER_BOL> '__$$InternalDisposition$$__' wsp* ":" wsp* { return single_value(value, Token::tok_InternalDisposition, yycMIMETYPE); }
+    <HEADER_BOL> '__$$InternalUUEncode$$__' eol { if (run_->target == nullptr) continue; push(kBody); return Token::tok_InternalUUEnc; }
 
     <HEADER_BOL, PART_BOL, HEADER> 'content-type' wsp* ":" space 'multipart' { return enter_type(Token::tok_ContentType, true); }
     <HEADER_BOL, PART_BOL, HEADER> 'content-type' wsp* ":" space { return enter_type(Token::tok_ContentType, false); }
@@ -586,7 +616,7 @@ int Scanner::scan(HeaderValue& value) {
     <HEADER_BOL, PART_BOL> wsp* eol { return header_end(); }
     <HEADER_BOL, PART_BOL, HEADER> "(" { comment_depth_ = 1; push(yycCOMMENT); continue; }
     <HEADER> eol { continue; }
-    <HEADER_BOL, PART_BOL, HEADER> any { continue; }
+    <HEADER_BOL, PART_BOL, HEADER> "\r"+ | any { continue; }
 
     // ---- comments -------------------------------------------------------------------------------
 
@@ -597,7 +627,7 @@ int Scanner::scan(HeaderValue& value) {
     <COMMENT> eol wsp+ eol { abandon_comment(); continue; }
     <COMMENT> eol wsp+ { continue; }
     <COMMENT> eol { abandon_comment(); continue; }
-    <COMMENT> any { continue; }
+    <COMMENT> "\r"+ | any { continue; }
 
     // ---- body text ------------------------------------------------------------------------------
 
@@ -623,14 +653,14 @@ int Scanner::scan(HeaderValue& value) {
     <ADDRESS, ROUTE, RECEIVED> "(" { comment_depth_ = 1; push(yycCOMMENT); continue; }
     <ADDRESS, ROUTE, DATE, RECEIVED, UNSTRUCT, VERSION, MECHANISM, KOMMALIST> more { back(1); pop(); continue; }
     <ADDRESS, ROUTE, DATE, RECEIVED, UNSTRUCT, VERSION, MECHANISM, KOMMALIST> fold eol { back_to_line_end(); pop(); continue; }
-    <ADDRESS, ROUTE> any { continue; }
+    <ADDRESS, ROUTE> "\r"+ | any { continue; }
 
     <DOMLIT> [^\\\]\r\n]+ { value.AppendText(matched()); continue; }
     <DOMLIT> "\\" [^\r\n] { value.AppendText(matched()); continue; }
     <DOMLIT> "]" { value.AppendChar(']'); return end_text(Token::tok_DOMAIN_LITERAL); }
     <DOMLIT> eol wsp+ eol | eol { back_all(); return end_text(Token::tok_DOMAIN_LITERAL); }
     <DOMLIT> eol wsp+ { continue; }
-    <DOMLIT> any { continue; }
+    <DOMLIT> "\r"+ | any { continue; }
 
     <QSTRING> [^\\"\r\n]+ { value.AppendText(matched()); continue; }
     <QSTRING> "\\" [^\r\n] { value.AppendText(matched()); continue; }
@@ -638,7 +668,7 @@ int Scanner::scan(HeaderValue& value) {
     <QSTRING> "\"" { value.AppendChar('"'); return end_text(Token::tok_QUOTED_STRING); }
     <QSTRING> eol wsp+ eol | eol { back_all(); return end_text(Token::tok_QUOTED_STRING); }
     <QSTRING> eol wsp+ { continue; }
-    <QSTRING> any { continue; }
+    <QSTRING> "\r"+ | any { continue; }
 
     <EWORD> [^?\r\n]+ { value.AppendText(matched()); continue; }
     <EWORD> "?=" { value.AppendText("?="); return end_text(Token::tok_QUOTED_STRING); }
@@ -680,7 +710,7 @@ int Scanner::scan(HeaderValue& value) {
     <DATE> [a-zA-Z] { return zone(value, matched()); }
     <DATE> [,:] { return *token_; }
     <DATE> "(" { comment_depth_ = 1; push(yycCOMMENT); continue; }
-    <DATE> any { continue; }
+    <DATE> "\r"+ | any { continue; }
 
     // ---- trace fields ---------------------------------------------------------------------------
 
@@ -694,9 +724,9 @@ int Scanner::scan(HeaderValue& value) {
     <RECEIVED> ";" | 'at' { pop(); push(yycDATE); return ';'; }
     <RECEIVED> atext+ { if (const int token = atom(value); token != -1) return token; continue; }
     <RECEIVED> [:<>] { return *token_; }
-    <RECEIVED> any { continue; }
+    <RECEIVED> "\r"+ | any { continue; }
 
-    <RECVID> "<" [^>\r\n]* ">" { return word(value, Token::tok_MSGID); }
+    <RECVID> "<" ([^<>\r\n] | eol wsp+)* ">" { return word(value, Token::tok_MSGID); }
     <RECVID> [^ \t\r\n(;]+ { return word(value, Token::tok_MSGID); }
     <RECVID> any { back_all(); pop(); continue; }
 
@@ -704,13 +734,13 @@ int Scanner::scan(HeaderValue& value) {
 
     <UNSTRUCT> [^\r\n]+ { return word(value, Token::tok_TEXT); }
     <UNSTRUCT> fold { continue; }
-    <UNSTRUCT> any { return word(value, Token::tok_TEXT); }
+    <UNSTRUCT> "\r"+ | any { return word(value, Token::tok_TEXT); }
 
     <VERSION> wsp+ | fold { continue; }
     <VERSION> [0-9]+ { return digits(value); }
     <VERSION> "." { return '.'; }
     <VERSION> "(" { comment_depth_ = 1; push(yycCOMMENT); continue; }
-    <VERSION> any { continue; }
+    <VERSION> "\r"+ | any { continue; }
 
     // ---- content types, dispositions, parameters ------------------------------------------------
 
@@ -756,7 +786,7 @@ int Scanner::scan(HeaderValue& value) {
     <MIMETYPE> 'padding' is { keep_blank_line(); return Token::tok_Padding; }
     <MIMETYPE> "/" { return '/'; }
     <MIMETYPE> ";" wsp* { return ';'; }
-    <MIMETYPE> "=" fold? { keep_blank_line(); return '='; }
+    <MIMETYPE> "=" space { keep_blank_line(); return '='; }
     <MIMETYPE> ":" { return '='; }
     <MIMETYPE> 'x-' tchar* { return word(value, Token::tok_XTOKEN); }
     <MIMETYPE> tchar+ { return word(value, Token::tok_TOKEN); }
@@ -764,7 +794,7 @@ int Scanner::scan(HeaderValue& value) {
     <MIMETYPE> eword { begin_text(value, yycEWORD); continue; }
     <MIMETYPE> more { if (const int token = end_type_value()) return token; back(1); pop(); continue; }
     <MIMETYPE> fold eol { if (const int token = end_type_value()) return token; back_to_line_end(); pop(); continue; }
-    <MIMETYPE> any { return word(value, Token::tok_Invalid); }
+    <MIMETYPE> "\r"+ | any { return word(value, Token::tok_Invalid); }
 
     <MECHANISM> "(" { comment_depth_ = 1; push(yycCOMMENT); continue; }
     <MECHANISM> wsp+ | fold { continue; }
@@ -775,7 +805,7 @@ int Scanner::scan(HeaderValue& value) {
     <MECHANISM> 'binary' { return Token::tok_binary; }
     <MECHANISM> tchar+ { return word(value, Token::tok_TOKEN); }
     <MECHANISM> "\"" { begin_text(value, yycQSTRING); continue; }
-    <MECHANISM> any { continue; }
+    <MECHANISM> "\r"+ | any { continue; }
 
     <BOUNDVAL> bchar ((bchar | " ")* bchar)? { return word(value, Token::tok_BoundValue); }
     <ATYPE> 'ftp' { return Token::tok_ftp; }
@@ -804,7 +834,8 @@ int Scanner::scan(HeaderValue& value) {
     <KOMMALIST> "\"" { begin_text(value, yycQSTRING); continue; }
     <KOMMALIST> eword { begin_text(value, yycEWORD); continue; }
     <KOMMALIST> [^\t\n\r ",] { begin_text(value, yycLISTWORD); continue; }
-    <KOMMALIST> any { continue; }
+    <KOMMALIST> wsp+ | fold { continue; }
+    <KOMMALIST> "\r"+ | any { continue; }
 
     <LISTWORD> [^\t\n\r ,]+ { value.AppendText(matched()); return end_text(Token::tok_KommaSepWord); }
     <LISTWORD> any { back_all(); return end_text(Token::tok_KommaSepWord); }

@@ -67,9 +67,9 @@ HRESULT to_object(const Variant& value, VARTYPE type, Variant& target) {
   return S_OK;
 }
 
-HRESULT to_text(const Variant& value, Variant& target) {
+HRESULT to_text(const Variant& value, USHORT flags, Variant& target) {
   std::u16string text;
-  if (value.vt == VT_BOOL) {
+  if (value.vt == VT_BOOL && (flags & VARIANT_ALPHABOOL) != 0) {
     text = value.boolVal != VARIANT_FALSE ? u"True" : u"False";
   } else if (value.vt == VT_DATE) {
     text = date_to_text(value.date);
@@ -101,13 +101,13 @@ HRESULT from_text(const Variant& value, VARTYPE type, Variant& target) {
 }
 
 // `value` is neither a reference nor, unless an object is wanted, an object.
-HRESULT convert(const Variant& value, VARTYPE type, Variant& target) {
+HRESULT convert(const Variant& value, USHORT flags, VARTYPE type, Variant& target) {
   if (value.vt == type) {
     target = value;
     return S_OK;
   }
   if (is_object(type)) return to_object(value, type, target);
-  if (type == VT_BSTR) return to_text(value, target);
+  if (type == VT_BSTR) return to_text(value, flags, target);
   if (!is_numeric(type)) {
     return type <= VT_ERROR ? DISP_E_TYPEMISMATCH : DISP_E_BADVARTYPE;
   }
@@ -117,14 +117,14 @@ HRESULT convert(const Variant& value, VARTYPE type, Variant& target) {
   return FAILED(status) ? status : number_to(number, type, &target);
 }
 
-HRESULT change_type(VARIANT* target, const VARIANT* source, VARTYPE type) {
+HRESULT change_type(VARIANT* target, const VARIANT* source, USHORT flags, VARTYPE type) {
   Variant value;
   if (const HRESULT status = VariantCopyInd(&value, source); FAILED(status)) return status;
   if (!is_object(type)) {
     if (const HRESULT status = resolve_default(value); FAILED(status)) return status;
   }
   Variant converted;
-  if (const HRESULT status = convert(value, type, converted); FAILED(status)) return status;
+  if (const HRESULT status = convert(value, flags, type, converted); FAILED(status)) return status;
   if (const HRESULT status = VariantClear(target); FAILED(status)) return status;
   converted.detach_to(target);
   return S_OK;
@@ -179,10 +179,10 @@ HRESULT compare(const VARIANT* left, const VARIANT* right, bool ignore_case) {
 
 }  // namespace
 
-HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, USHORT, VARTYPE type) {
+HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, USHORT flags, VARTYPE type) {
   if (target == nullptr || source == nullptr) return E_INVALIDARG;
   try {
-    return change_type(target, source, type);
+    return change_type(target, source, flags, type);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }

@@ -157,8 +157,9 @@ HRESULT Call::coerce_one(std::size_t at, const VARIANT& source) {
   if (declared.iid != nullptr) return coerce_object(at, source);
   const VARIANT& direct = behind(source);
   const bool fits = type == VT_VARIANT ? (direct.vt & VT_BYREF) == 0 : direct.vt == type;
-  if (fits && !declared.pointer) {
-    value = direct;  // lent for the call
+  // A value is lent for the call; what a reference names may change under it and is copied.
+  if (fits && !declared.pointer && &direct == &source) {
+    value = direct;
     return S_OK;
   }
   owned_[at] = true;
@@ -271,14 +272,16 @@ void Call::move_result(VARIANT* target) {
 
 // --- failures ------------------------------------------------------------------------------------
 
+// A failure without an error object stays the status that it is.
 HRESULT report(HRESULT status, EXCEPINFO* exception) {
+  if (exception == nullptr) return status;
+  exception->scode = status;
   ComPtr<IErrorInfo> error;
-  if (exception == nullptr || GetErrorInfo(0, error.out()) != S_OK) return status;
+  if (GetErrorInfo(0, error.out()) != S_OK) return status;
   error->GetSource(&exception->bstrSource);
   error->GetDescription(&exception->bstrDescription);
   error->GetHelpFile(&exception->bstrHelpFile);
   error->GetHelpContext(&exception->dwHelpContext);
-  exception->scode = status;
   SetErrorInfo(0, error.get());
   return DISP_E_EXCEPTION;
 }
@@ -304,8 +307,9 @@ HRESULT call(const FoundFunction& found, void* self, const DISPPARAMS& given, VA
 
 // --- functions -----------------------------------------------------------------------------------
 
+constexpr WORD kPuts = DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF;
+
 bool fits(InvokeKind kind, WORD flags) {
-  constexpr WORD kPuts = DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF;
   return kind == InvokeKind::kPut ? (flags & kPuts) != 0 : (static_cast<WORD>(kind) & flags) != 0;
 }
 
@@ -324,12 +328,14 @@ FoundFunction find_function(const InterfaceInfo& table, DISPID id, WORD flags) {
   return {};
 }
 
-// Arguments for a property that takes none are meant for the default member of its object.
-bool forwards(const FoundFunction& getter, const FoundFunction& found, const DISPPARAMS& given) {
+// Arguments for a property that takes none are meant for the default member of its object: all of
+// a get's, those besides the value of a put's.
+bool forwards(const FoundFunction& getter, const FoundFunction& found, WORD flags,
+              const DISPPARAMS& given) {
   if (!getter || parameter_count(*getter.function) != 0) return false;
   if (getter.function == found.function) return given.cArgs > 0;
-  const bool put = !found || found.function->kind == InvokeKind::kPut;
-  return put && given.cArgs > (found ? parameter_count(*found.function) : 0);
+  if (!found) return (flags & kPuts) != 0 && given.cArgs > 1;
+  return found.function->kind == InvokeKind::kPut && given.cArgs > parameter_count(*found.function);
 }
 
 HRESULT forward(const FoundFunction& getter, void* self, WORD flags, DISPPARAMS* given,
@@ -392,9 +398,9 @@ WORD parameter_flags(const FoundFunction& found, std::size_t index) {
 }
 
 HRESULT ids_of_names(const InterfaceInfo& table, OLECHAR** names, UINT count, DISPID* ids) {
-  if (names == nullptr || ids == nullptr || count == 0) return E_INVALIDARG;
+  if (ids == nullptr || count == 0) return E_INVALIDARG;
   std::fill(ids, ids + count, DISPID_UNKNOWN);
-  if (names[0] == nullptr) return E_INVALIDARG;
+  if (names == nullptr || names[0] == nullptr) return E_INVALIDARG;
   const MemberInfo* const member = find_member(table, names[0]);
   if (member == nullptr) return DISP_E_UNKNOWNNAME;
   ids[0] = member->id;
@@ -425,7 +431,7 @@ HRESULT invoke_member(const InterfaceInfo& table, void* self, DISPID id, WORD fl
   const FoundFunction found = find_function(table, id, flags);
   const FoundFunction getter = find_function(table, id, DISPATCH_PROPERTYGET);
   if (!found && (!getter || flags == DISPATCH_METHOD)) return DISP_E_MEMBERNOTFOUND;
-  if (forwards(getter, found, given)) {
+  if (forwards(getter, found, flags, given)) {
     return forward(getter, self, flags, &given, result, exception, argument_error);
   }
   if (!found) return DISP_E_MEMBERNOTFOUND;

@@ -2,11 +2,13 @@
 // library; behind its own types stand IUnknown and IDispatch, which the tables do not list.
 #include "platform/automation/typeinfo.h"
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <memory>
 #include <new>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/automation/invoke.h"
@@ -39,12 +41,14 @@ void give_text(const char16_t* text, BSTR* target) {
   if (target != nullptr) *target = Bstr(text).detach();
 }
 
+// Null texts stand for a type or member that is not there.
 HRESULT give_documentation(const char16_t* name, const char16_t* help, BSTR* name_out,
                            BSTR* help_out, DWORD* context, BSTR* help_file) {
   for (BSTR* out : {name_out, help_out, help_file}) {
     if (out != nullptr) *out = nullptr;
   }
   if (context != nullptr) *context = 0;
+  if (name == nullptr) return kNoSuchType;
   return checked([&] {
     Bstr name_text(name);
     give_text(help, help_out);
@@ -88,7 +92,11 @@ class TypeInfo final : public ITypeInfo {
                  VARIANT* result, EXCEPINFO* exception, UINT* argument_error) override;
   HRESULT GetDocumentation(MEMBERID member, BSTR* name, BSTR* help, DWORD* context,
                            BSTR* help_file) override;
-  HRESULT GetDllEntry(MEMBERID, INVOKEKIND, BSTR*, BSTR*, WORD*) override { return E_NOTIMPL; }
+  HRESULT GetDllEntry(MEMBERID, INVOKEKIND, BSTR* library, BSTR* name, WORD* ordinal) override {
+    if (ordinal != nullptr) *ordinal = 0;
+    refuse(library);
+    return refuse(name);
+  }
   HRESULT GetRefTypeInfo(HREFTYPE type, ITypeInfo** info) override;
   HRESULT AddressOfMember(MEMBERID, INVOKEKIND, void** address) override { return refuse(address); }
   HRESULT CreateInstance(IUnknown* outer, REFIID iid, void** object) override;
@@ -150,6 +158,7 @@ class Library final : public Counted<ITypeLib> {
   }
   HRESULT GetTypeInfoType(UINT index, TYPEKIND* kind) override {
     if (kind == nullptr) return E_POINTER;
+    *kind = TKIND_ENUM;
     if (index >= count_) return kNoSuchType;
     *kind = types_[index]->kind();
     return S_OK;
@@ -175,9 +184,10 @@ class Library final : public Counted<ITypeLib> {
     if (index == -1) {
       return give_documentation(table_.name, table_.help, name, help, context, help_file);
     }
-    if (index < 0 || static_cast<std::size_t>(index) >= count_) return kNoSuchType;
-    const TypeInfo& type = *types_[static_cast<std::size_t>(index)];
-    return give_documentation(type.name(), type.help(), name, help, context, help_file);
+    const bool known = index >= 0 && static_cast<std::size_t>(index) < count_;
+    const TypeInfo* const type = known ? types_[static_cast<std::size_t>(index)].get() : nullptr;
+    return give_documentation(known ? type->name() : nullptr, known ? type->help() : nullptr, name,
+                              help, context, help_file);
   }
   HRESULT IsName(OLECHAR* name, ULONG, BOOL* is_name) override {
     if (name == nullptr || is_name == nullptr) return E_POINTER;
@@ -437,6 +447,7 @@ HRESULT TypeInfo::GetVarDesc(UINT index, VARDESC** description) {
 HRESULT TypeInfo::GetNames(MEMBERID member, BSTR* names, UINT room, UINT* count) {
   if (names == nullptr || count == nullptr) return E_POINTER;
   *count = 0;
+  std::fill_n(names, room, nullptr);
   const char16_t* texts[kMaxParams + 1] = {};
   UINT known = 0;
   if (enum_ != nullptr) {
@@ -454,7 +465,7 @@ HRESULT TypeInfo::GetNames(MEMBERID member, BSTR* names, UINT room, UINT* count)
   for (UINT at = 0; at < known && at < room; ++at) {
     names[at] = SysAllocString(texts[at]);
     if (names[at] == nullptr) {
-      while (at > 0) SysFreeString(names[--at]);
+      while (at > 0) SysFreeString(std::exchange(names[--at], nullptr));
       return E_OUTOFMEMORY;
     }
   }
@@ -490,15 +501,20 @@ HRESULT TypeInfo::GetImplTypeFlags(UINT index, INT* flags) {
 
 HRESULT TypeInfo::GetIDsOfNames(OLECHAR** names, UINT count, MEMBERID* ids) {
   if (interface_ != nullptr) return ids_of_names(*interface_, names, count, ids);
-  if (names == nullptr || ids == nullptr || count == 0 || names[0] == nullptr) return E_INVALIDARG;
+  if (ids == nullptr || count == 0) return E_INVALIDARG;
   std::fill(ids, ids + count, DISPID_UNKNOWN);
+  if (names == nullptr || names[0] == nullptr) return E_INVALIDARG;
   if (enum_ == nullptr || !find_name(names[0], ids)) return DISP_E_UNKNOWNNAME;
   return count == 1 ? S_OK : DISP_E_UNKNOWNNAME;
 }
 
 HRESULT TypeInfo::Invoke(void* instance, MEMBERID member, WORD flags, DISPPARAMS* arguments,
                          VARIANT* result, EXCEPINFO* exception, UINT* argument_error) {
-  if (interface_ == nullptr) return DISP_E_MEMBERNOTFOUND;
+  if (interface_ == nullptr) {
+    if (result != nullptr) VariantInit(result);
+    if (exception != nullptr) *exception = EXCEPINFO{};
+    return DISP_E_MEMBERNOTFOUND;
+  }
   return invoke_member(*interface_, instance, member, flags, arguments, result, exception,
                        argument_error);
 }
@@ -517,8 +533,6 @@ HRESULT TypeInfo::GetDocumentation(MEMBERID member, BSTR* name_out, BSTR* help_o
   } else if (member == MEMBERID_NIL) {
     found_name = name();
     found_help = help();
-  } else {
-    return kNoSuchType;
   }
   return give_documentation(found_name, found_help, name_out, help_out, context, help_file);
 }

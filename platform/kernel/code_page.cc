@@ -1,13 +1,13 @@
 #include "platform/kernel/code_page.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <new>
 
+#include "platform/kernel/byte_page.h"
 #include "platform/kernel/handles.h"
 #include "platform/kernel/iconv_page.h"
 #include "platform/kernel/unicode.h"
@@ -19,57 +19,20 @@ constexpr UINT kDefaultAnsi = 1252;
 
 constinit std::atomic<UINT> ansi_page{0};  // 0: not yet known
 
-// ---- pages of a byte for a character ------------------------------------------------
-
-using HighHalf = std::array<char16_t, 128>;  // the characters of bytes 0x80 to 0xFF
-
-constexpr HighHalf latin1_half() {
-  HighHalf half{};
-  for (std::size_t i = 0; i < half.size(); ++i) half[i] = static_cast<char16_t>(0x80 + i);
-  return half;
-}
-
-constexpr HighHalf western_half() {
-  HighHalf half = latin1_half();
-  constexpr char16_t kWestern[32] = {
-      0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-      0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-      0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
-  for (std::size_t i = 0; i < 32; ++i) half[i] = kWestern[i];
-  return half;
-}
-
-constexpr HighHalf undefined_half() {
-  HighHalf half{};
-  for (char16_t& character : half) character = kReplacement;
-  return half;
-}
-
-constexpr HighHalf kLatin1 = latin1_half();
-constexpr HighHalf kWestern = western_half();
-constexpr HighHalf kUndefined = undefined_half();
-
-const HighHalf* high_half(UINT page) {
+// The table of a page with one byte for a character; null for any other page.
+const BytePage* byte_page(UINT page) {
   switch (page) {
     case 1252:
-      return &kWestern;
-    case 28591:
-      return &kLatin1;
+    case 28591:  // what says ISO-8859-1 means windows-1252, as mail programs take it
+      return &western_page();
     case 20105:
     case 20127:
-      return &kUndefined;
+      return &ascii_page();
     default:
-      return nullptr;
+      break;
   }
-}
-
-// The byte of a character above 0x7F; 0 when the page lacks it.
-unsigned char byte_of(const HighHalf& half, char32_t point) {
-  if (point < 0x100 && half[point - 0x80] == point) return static_cast<unsigned char>(point);
-  if (point == kReplacement) return 0;
-  const auto* end = half.begin() + 32;  // beyond, bytes and characters are the same
-  const auto* found = std::find(half.begin(), end, point);
-  return found == end ? 0 : static_cast<unsigned char>(0x80 + (found - half.begin()));
+  const char* name = iconv_name(page);
+  return name == nullptr || joins_marks(page) ? nullptr : iconv_byte_page(name);
 }
 
 // ---- whole texts ------------------------------------------------------------------
@@ -93,7 +56,47 @@ UINT resolve(UINT page) {
   }
 }
 
+// One character in room that is known to suffice; true when it was replaced.
+bool decode_one(std::string_view& bytes, char16_t*& to) {
+  const auto lead = static_cast<unsigned char>(bytes[0]);
+  if (lead < 0x80) {
+    *to++ = lead;
+    bytes.remove_prefix(1);
+    return false;
+  }
+  const Character next = first_utf8(bytes);
+  WideOutput out(to, 2);
+  put_utf16(next.point, out);
+  to += out.count();
+  bytes.remove_prefix(next.length);
+  return !next.valid;
+}
+
+// A text of n bytes has at most n units, so room for as many needs no checks: blocks of ASCII go
+// through whole, any other block one character at a time.
+bool decode_utf8_in_room(std::string_view bytes, WideOutput& out) {
+  constexpr std::size_t kBlock = 16;
+  bool loss = false;
+  char16_t* const start = out.next_room();
+  char16_t* to = start;
+  while (bytes.size() >= kBlock) {
+    if (is_ascii_block(bytes.data())) {
+      for (std::size_t i = 0; i < kBlock; ++i) to[i] = static_cast<unsigned char>(bytes[i]);
+      to += kBlock;
+      bytes.remove_prefix(kBlock);
+      continue;
+    }
+    const char* const stop = bytes.data() + kBlock;
+    while (bytes.data() < stop) loss |= decode_one(bytes, to);
+  }
+  while (!bytes.empty()) loss |= decode_one(bytes, to);
+  auto units = static_cast<std::size_t>(to - start);
+  static_cast<void>(out.take_room(units));
+  return loss;
+}
+
 bool decode_utf8(std::string_view bytes, WideOutput& out) {
+  if (out.room_left() >= bytes.size()) return decode_utf8_in_room(bytes, out);
   bool loss = false;
   while (!bytes.empty()) {
     const std::size_t run = ascii_run(bytes);
@@ -109,20 +112,27 @@ bool decode_utf8(std::string_view bytes, WideOutput& out) {
   return loss;
 }
 
-bool decode_single(const HighHalf& half, std::string_view bytes, WideOutput& out) {
-  bool loss = false;
-  while (!bytes.empty()) {
-    const std::size_t run = ascii_run(bytes);
-    out.put_run(bytes.data(), run);
-    bytes.remove_prefix(run);
-    while (!bytes.empty() && static_cast<unsigned char>(bytes[0]) >= 0x80) {
-      const char16_t character = half[static_cast<unsigned char>(bytes[0]) - 0x80U];
-      loss = loss || character == kReplacement;
-      out.put(character);
-      bytes.remove_prefix(1);
+// Marks join the letter before them, so long runs of ASCII but for their last letter need no
+// converter.
+IconvOutcome decode_with_marks(const char* name, std::string_view bytes, WideOutput& out) {
+  constexpr std::size_t kLongRun = 32;
+  IconvOutcome all{true, false};
+  while (!bytes.empty() && all.converter) {
+    std::size_t run = ascii_run(bytes);
+    if (run > kLongRun || run == bytes.size()) {
+      if (run < bytes.size()) --run;
+      out.put_run(bytes.data(), run);
+      bytes.remove_prefix(run);
     }
+    std::size_t end = 0;
+    for (std::size_t ascii = 0; end < bytes.size() && ascii <= kLongRun; ++end) {
+      ascii = static_cast<unsigned char>(bytes[end]) < 0x80 ? ascii + 1 : 0;
+    }
+    const IconvOutcome outcome = iconv_to_wide(name, bytes.substr(0, end), out);
+    all = {outcome.converter, all.loss || outcome.loss};
+    bytes.remove_prefix(end);
   }
-  return loss;
+  return all;
 }
 
 // `put` puts one character out and tells whether it was replaced.
@@ -142,13 +152,36 @@ bool encode_each(std::u16string_view wide, ByteOutput& out, Put put) {
   return loss;
 }
 
+// A replacement is put out as the page has it.
+bool encode_with(const BytePage& page, std::u16string_view wide, char replacement,
+                 ByteOutput& out) {
+  const int instead = page.byte_of(static_cast<unsigned char>(replacement));
+  const char stand_in = instead < 0 ? replacement : static_cast<char>(instead);
+  const auto put = [&](const Character& next) {
+    const int byte = page.byte_of(next.point);
+    out.put(byte < 0 ? stand_in : static_cast<char>(byte));
+    return byte < 0;
+  };
+  if (page.contains_ascii()) return encode_each(wide, out, put);
+  bool loss = false;
+  while (!wide.empty()) {
+    const Character next = first_utf16(wide);
+    loss |= put(next);
+    wide.remove_prefix(next.length);
+  }
+  return loss;
+}
+
 Outcome decode(UINT page, std::string_view bytes, WideOutput& out) {
   page = resolve(page);
   if (page == CP_UTF8) return {true, decode_utf8(bytes, out)};
-  if (const HighHalf* half = high_half(page)) return {true, decode_single(*half, bytes, out)};
+  if (const BytePage* table = byte_page(page)) {
+    return {true, decode_with(table->wide(), bytes, out)};
+  }
   const char* name = iconv_name(page);
   if (name == nullptr) return {false, false};
-  const IconvOutcome outcome = iconv_to_wide(name, bytes, out);
+  const IconvOutcome outcome = joins_marks(page) ? decode_with_marks(name, bytes, out)
+                                                 : iconv_to_wide(name, bytes, out);
   return {outcome.converter, outcome.loss};
 }
 
@@ -160,13 +193,7 @@ Outcome encode(UINT page, std::u16string_view wide, char replacement, ByteOutput
               return !next.valid;
             })};
   }
-  if (const HighHalf* half = high_half(page)) {
-    return {true, encode_each(wide, out, [&](const Character& next) {
-              const unsigned char byte = byte_of(*half, next.point);
-              out.put(byte != 0 ? static_cast<char>(byte) : replacement);
-              return byte == 0;
-            })};
-  }
+  if (const BytePage* table = byte_page(page)) return {true, encode_with(*table, wide, replacement, out)};
   const char* name = iconv_name(page);
   if (name == nullptr) return {false, false};
   const IconvOutcome outcome = iconv_from_wide(name, wide, replacement, out);
@@ -314,10 +341,35 @@ UINT GetACP() {
 
 BOOL IsValidCodePage(UINT page) {
   page = platform::resolve(page);
-  return page == CP_UTF8 || platform::high_half(page) != nullptr ||
-                 platform::iconv_name(page) != nullptr
-             ? TRUE
-             : FALSE;
+  switch (page) {
+    case 1252:
+    case 20105:
+    case 20127:
+    case 28591:
+    case CP_UTF8:
+      return TRUE;
+    default:
+      return platform::iconv_name(page) != nullptr ? TRUE : FALSE;
+  }
+}
+
+BOOL GetCPInfo(UINT page, CPINFO* info) {
+  if (info == nullptr || !IsValidCodePage(page)) {
+    platform::fail(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  page = platform::resolve(page);
+  *info = {};
+  try {
+    const char* name = platform::iconv_name(page);
+    const bool single = platform::joins_marks(page) || platform::byte_page(page) != nullptr;
+    info->MaxCharSize = single ? 1 : platform::longest_character(page, name);
+  } catch (const std::bad_alloc&) {
+    platform::fail(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  info->DefaultChar[0] = '?';
+  return TRUE;
 }
 
 int MultiByteToWideChar(UINT page, DWORD flags, const char* bytes, int count, OLECHAR* wide,

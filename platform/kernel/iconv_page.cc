@@ -69,7 +69,11 @@ constexpr NamedPage kPages[] = {
     {1258, "CP1258"},
     {1361, "JOHAB"},
     {10000, "MACINTOSH"},
+    {10001, "CP932"},  // the Macintosh sets of 10001 to 10008 hold these and a few signs more
+    {10002, "CP950"},
+    {10003, "UHC"},
     {10007, "MAC-CYRILLIC"},
+    {10008, "EUC-CN"},
     {10017, "MAC-UK"},
     {10029, "MAC-CENTRALEUROPE"},
     {10079, "MAC-IS"},
@@ -119,6 +123,7 @@ constexpr NamedPage kPages[] = {
     {50221, "ISO-2022-JP"},
     {50222, "ISO-2022-JP"},
     {50225, "ISO-2022-KR"},
+    {50227, "ISO-2022-CN"},
     {51932, "EUC-JP"},
     {51936, "EUC-CN"},
     {51949, "EUC-KR"},
@@ -213,6 +218,19 @@ const char* iconv_name(UINT page) {
       std::lower_bound(std::begin(kPages), std::end(kPages), page,
                        [](const NamedPage& named, UINT wanted) { return named.page < wanted; });
   return found != std::end(kPages) && found->page == page ? found->name : nullptr;
+}
+
+std::optional<char16_t> iconv_unit(const char* name, char byte) {
+  Descriptor converter(name, true);
+  if (!converter.is_open()) return {};
+  char16_t units[4];
+  WideOutput out(units, 4);
+  std::string_view text(&byte, 1);
+  const int error = converter.run(text, out);
+  if (error == EILSEQ) return kReplacement;
+  text = {};
+  if (error != 0 || converter.run(text, out) != 0 || out.count() != 1) return {};
+  return units[0];
 }
 
 IconvOutcome iconv_to_wide(const char* name, std::string_view bytes, WideOutput& out) {

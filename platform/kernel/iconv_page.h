@@ -1,6 +1,7 @@
 // Code pages that the C library converts. Internal to the kernel room.
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 #include "platform/com/types.h"
@@ -10,6 +11,13 @@ namespace tallowbrook::platform {
 
 // The C library's name of a code page; null for one that is not known.
 [[nodiscard]] const char* iconv_name(UINT page);
+
+// The unit that a byte alone stands for, U+FFFD when it means nothing; none when the byte is part
+// of something longer, switches a state, or the C library has no such converter.
+[[nodiscard]] std::optional<char16_t> iconv_unit(const char* name, char byte);
+
+// True for the pages whose converters join a letter and the marks behind it into one character.
+[[nodiscard]] constexpr bool joins_marks(UINT page) { return page == 1255 || page == 1258; }
 
 // How a conversion went. `converter` is false when the C library has none of that name, and then
 // nothing was put out. `loss` tells that something had to be replaced.

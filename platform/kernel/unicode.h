@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace tallowbrook::platform {
@@ -24,6 +26,18 @@ class Output {
     if (count_ < capacity_) room_[count_] = unit;
     ++count_;
   }
+
+  // Room for units that the caller writes itself. `length` units count as put out; it becomes the
+  // number that there is room for.
+  [[nodiscard]] Unit* take_room(std::size_t& length) {
+    const std::size_t start = std::min(capacity_, count_);
+    count_ += length;
+    length = std::min(length, capacity_ - start);
+    return room_ + start;
+  }
+  // The room that is left; units written there are put out by `take_room`.
+  [[nodiscard]] std::size_t room_left() const { return capacity_ - std::min(capacity_, count_); }
+  [[nodiscard]] Unit* next_room() const { return room_ + std::min(capacity_, count_); }
 
   // Units of another width whose values all fit in `Unit`.
   template <class Source>
@@ -55,6 +69,13 @@ using ByteOutput = Output<char>;
 // The number of units below 0x80 at the start of the text.
 [[nodiscard]] std::size_t ascii_run(std::string_view text);
 [[nodiscard]] std::size_t ascii_run(std::u16string_view text);
+
+// True when the 16 bytes are all below 0x80.
+[[nodiscard]] inline bool is_ascii_block(const char* bytes) {
+  std::uint64_t halves[2];
+  std::memcpy(halves, bytes, sizeof halves);
+  return ((halves[0] | halves[1]) & 0x8080808080808080) == 0;
+}
 
 [[nodiscard]] constexpr bool is_high_surrogate(char32_t unit) { return (unit >> 10) == 0x36; }
 [[nodiscard]] constexpr bool is_low_surrogate(char32_t unit) { return (unit >> 10) == 0x37; }

@@ -46,6 +46,12 @@ const Case kTrees[] = {
      "Subject: \"Helloworld again\"\npart\n  body raw \"\"\n"},
     {"blank line ends the header after an empty value", "To:\r\n \r\nbody: x\r\n",
      "To: raw \"\"\npart\n  body raw \"body: x\\r\\n\"\n"},
+    {"blank line before an indented body", "Subject:\r\n \r\n  indented\r\nmore\r\n",
+     "part\n  body raw \"  indented\\r\\nmore\\r\\n\"\n"},
+    {"pseudo-headers are fields like any in a message",
+     "X: y\r\n__$$InternalAddress$$__: a\r\n__$$InternalUUEncode$$__\r\nZ: z\r\n\r\n",
+     "part\n  X: raw \"y\"\n  __$$InternalAddress$$__: raw \"a\"\n  Z: raw \"z\"\n  body raw "
+     "\"\"\n"},
     {"blank line inside unparsed text", "X: a\r\n b \r\n \t\r\nY: b\r\n",
      "part\n  X: raw \"a\\r\\n b\"\n  body raw \"Y: b\\r\\n\"\n"},
     {"a run of CRs before LF is one line end", "X: a\r\r\n\r\r\nb\r\n",
@@ -83,6 +89,12 @@ const Case kTrees[] = {
     {"multipart without a boundary, but with parameters, as the last field",
      "X: y\r\nContent-Type: multipart/mixed; a=b\r\n\r\nx\r\n",
      "part\n  X: raw \"y\"\n  Content-Type: [1, 0]\n  body raw \"x\\r\\n\"\n"},
+    {"a boundary of nothing is none",
+     "Content-Type: multipart/mixed; boundary=\" \"\r\n\r\n-- \r\n",
+     "part\n  Content-Type: [1, 0]\n  body raw \"-- \\r\\n\"\n"},
+    {"a boundary behind a colon",
+     "Content-Type: multipart/mixed; boundary:b\r\n\r\n--b\r\n\r\nx\r\n",
+     "part\n  Content-Type: [0, 0, {boundary=\"b\"}]\n  part\n    body raw \"x\\r\\n\"\n"},
     {"white space and comments around a boundary",
      "Content-Type: multipart/mixed; boundary=\r\n \"a b\" ; x=1 (c)\r\n\r\n--a b\r\n\r\n1\r\n"
      "--a b--\r\n",
@@ -175,6 +187,7 @@ TEST(ParseField, GivesTheValue) {
       {"__$$InternalCTTYPE$$__", "plain/text; CHARSET=\"ISO-8859-1\"; X-Param=1; ;n=",
        "[1, 0, {charset=\"\"iso-8859-1\"\", n=-, x-param=\"1\"}]"},
       {"__$$InternalCTTYPE$$__", "image", "[2, 1]"},
+      {"__$$InternalCTTYPE$$__", "multipart/mixed", "[1, 0]"},
       {"__$$InternalCTTYPE$$__", "foo/application; name=\r\n\tx y",
        "[\"foo\", \"unknown\", "
        "{name=\"x\"}]"},
@@ -184,6 +197,9 @@ TEST(ParseField, GivesTheValue) {
       {"__$$InternalDisposition$$__", "attachment;\r\n filename=\"a\\\"b\"; size=12",
        "[\"attachment\", {filename=\"\"a\\\"b\"\", size=\"12\"}]"},
       {"__$$InternalKommaSep$$__", "a b@c , \"d, e\" f", "[raw \"a b@c\", raw \"\"d, e\" f\"]"},
+      {"__$$InternalUUEncode$$__", "\r\nbegin 1 f\r\n",
+       "[raw \"\\r\\n\", [\"begin 1 f\\r\\n\", raw "
+       "\"\\r\\n\"]]"},
       {"__$$InternalUUEncode$$__", "x\r\nbegin 644 f\r\n#abcd\r\nend\r\ny\r\nend\r\n",
        "[raw \"x\\r\\ny\\r\\n\\r\\n\", [\"begin 644 f\\r\\n\", raw \"#abcd\\r\\n\"]]"},
   };
@@ -227,7 +243,19 @@ TEST(Load, DeepAndWide) {
   for (int i = 0; i < 100000; ++i) dots += ".a";
   EXPECT_EQ(parse_field("Sender", dots + "@" + dots, list), S_OK);
   EXPECT_EQ(list.address_text().size(), 2 * dots.size() + 1);
-  EXPECT_NE(parse_field("To", std::string(99999, '('), list), E_OUTOFMEMORY);
+  // None of these may take more than linear time.
+  const std::string blanks(3'000'000, ' ');
+  EXPECT_EQ(load("X: a" + blanks + "b\r\nY: a" + blanks + "\r\n", store), S_OK);
+  EXPECT_EQ(load("Subject: " + std::string(1'000'000, '\r') + "x\r\n", store), S_OK);
+  for (const std::string& text :
+       {std::string(99999, '('), "<" + blanks + "x", std::string(1'000'000, '<'), blanks + ","}) {
+    for (const std::string_view name : {std::string_view("To"), kPseudoCommaList, kPseudoAddress}) {
+      EXPECT_NE(parse_field(name, text, list), E_OUTOFMEMORY);
+    }
+  }
+  std::string ids = "from a";
+  for (int i = 0; i < 100'000; ++i) ids += " id <a";
+  EXPECT_EQ(parse_field("Received", ids, list), S_OK);
 }
 
 // Every public test message loads, or gives the error that an independent reading of the grammar
