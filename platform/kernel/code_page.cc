@@ -24,10 +24,10 @@ const BytePage* byte_page(UINT page) {
   switch (page) {
     case 1252:
     case 28591:  // what says ISO-8859-1 means windows-1252, as mail programs take it
-      return &western_page();
+      return &kWesternPage;
     case 20105:
     case 20127:
-      return &ascii_page();
+      return &kAsciiPage;
     default:
       break;
   }
@@ -180,8 +180,8 @@ Outcome decode(UINT page, std::string_view bytes, WideOutput& out) {
   }
   const char* name = iconv_name(page);
   if (name == nullptr) return {false, false};
-  const IconvOutcome outcome = joins_marks(page) ? decode_with_marks(name, bytes, out)
-                                                 : iconv_to_wide(name, bytes, out);
+  const IconvOutcome outcome =
+      joins_marks(page) ? decode_with_marks(name, bytes, out) : iconv_to_wide(name, bytes, out);
   return {outcome.converter, outcome.loss};
 }
 
@@ -193,7 +193,8 @@ Outcome encode(UINT page, std::u16string_view wide, char replacement, ByteOutput
               return !next.valid;
             })};
   }
-  if (const BytePage* table = byte_page(page)) return {true, encode_with(*table, wide, replacement, out)};
+  if (const BytePage* table = byte_page(page))
+    return {true, encode_with(*table, wide, replacement, out)};
   const char* name = iconv_name(page);
   if (name == nullptr) return {false, false};
   const IconvOutcome outcome = iconv_from_wide(name, wide, replacement, out);
@@ -269,6 +270,11 @@ std::string narrow(UINT page, std::u16string_view wide) {
   return collect<std::string>(wide.size(), [&](ByteOutput& out) {
     if (!encode(page, wide, '?', out).known) encode(CP_ACP, wide, '?', out);
   });
+}
+
+bool parts_before_ascii(UINT page) {
+  page = resolve(page);
+  return page == CP_UTF8 || joins_marks(page) || byte_page(page) != nullptr;
 }
 
 std::string path_from_wide(std::u16string_view wide) {
@@ -351,25 +357,6 @@ BOOL IsValidCodePage(UINT page) {
     default:
       return platform::iconv_name(page) != nullptr ? TRUE : FALSE;
   }
-}
-
-BOOL GetCPInfo(UINT page, CPINFO* info) {
-  if (info == nullptr || !IsValidCodePage(page)) {
-    platform::fail(ERROR_INVALID_PARAMETER);
-    return FALSE;
-  }
-  page = platform::resolve(page);
-  *info = {};
-  try {
-    const char* name = platform::iconv_name(page);
-    const bool single = platform::joins_marks(page) || platform::byte_page(page) != nullptr;
-    info->MaxCharSize = single ? 1 : platform::longest_character(page, name);
-  } catch (const std::bad_alloc&) {
-    platform::fail(ERROR_INVALID_PARAMETER);
-    return FALSE;
-  }
-  info->DefaultChar[0] = '?';
-  return TRUE;
 }
 
 int MultiByteToWideChar(UINT page, DWORD flags, const char* bytes, int count, OLECHAR* wide,

@@ -1,9 +1,11 @@
 // Conversions between UTF-16 and 8-bit code pages named by number.
 //
 // The ANSI code page of the process is 1252 unless the environment variable TALLOWBROOK_CODE_PAGE
-// names another one that contains ASCII (65001 is UTF-8). Pages 1252, 28591, 20127 and 65001 are
-// converted here, with ASCII in blocks; the other known pages by the C library's iconv. Page 1252
-// maps the five bytes that it leaves undefined to the C1 controls of the same number, both ways.
+// names another one that contains ASCII (65001 is UTF-8). UTF-8 and the pages with one byte for a
+// character are converted here, with ASCII in blocks; the other known pages by the C library's
+// iconv. Page 1252 maps the five bytes that it leaves undefined to the C1 controls of the same
+// number, both ways. Page 28591 (ISO-8859-1) is taken for 1252, both ways: what mail sends under
+// the first name is the second.
 //
 // Nothing here fails on bad input: bytes that mean nothing become U+FFFD (for UTF-8 one for each
 // maximal ill-formed part, as the Unicode Standard recommends), characters that the page lacks
@@ -52,6 +54,10 @@ namespace tallowbrook::platform {
 // std::bad_alloc.
 [[nodiscard]] std::u16string widen(UINT page, std::string_view bytes);
 [[nodiscard]] std::string narrow(UINT page, std::u16string_view wide);
+
+// True when a text of the page may be cut before any byte below 0x80 and converted in pieces:
+// UTF-8 and the pages with one byte for a character.
+[[nodiscard]] bool parts_before_ascii(UINT page);
 
 // Names of files as the file system has them (UTF-8) and as UTF-16, without loss both ways: a byte
 // that is no UTF-8 is the lone unit U+DC80 to U+DCFF, as scripts know it; any other lone surrogate
