@@ -1,0 +1,103 @@
+// For every n, the n-th allocation, read or write fails while a message is created, loaded, read
+// and saved: nothing crashes or leaks, the status tells, and the objects go on working.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/faults/allocation.h"
+#include "tests/model/host.h"
+#include "tests/support/host_stream.h"
+
+namespace tallowbrook::test {
+namespace {
+
+constexpr std::string_view kMessage =
+    "Received: from a by b; 1 Jun 2026 10:00:00 +0200\r\nFrom: A B <a@b>\r\n"
+    "To: x@y, bad <<z\r\nTo: v@w\r\nDate: 1 Jun 2026 10:00:00 +0200\r\nSubject: s\r\nX-One: 1\r\n"
+    "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/plain;\r\n"
+    " charset=utf-8; name=\"n\"\r\nContent-Disposition: attachment; "
+    "filename=f\r\n\r\nbody\r\n--b\r\n"
+    "\r\nend\r\n--b--\r\n";
+
+bool expected(HRESULT status) {
+  return SUCCEEDED(status) || status == E_OUTOFMEMORY || status == E_FAIL;
+}
+
+// A property get by id that allocates nothing of its own; the value is empty when it fails.
+Variant get(IDispatch* object, DISPID member, LONG index = -1) {
+  VARIANTARG argument = Variant(index);
+  DISPPARAMS arguments{&argument, nullptr, index < 0 ? 0U : 1U, 0};
+  Variant value;
+  const HRESULT status = object->Invoke(member, GUID_NULL, 0, DISPATCH_PROPERTYGET, &arguments,
+                                        &value, nullptr, nullptr);
+  EXPECT_TRUE(expected(status) || status == E_INVALIDARG) << member << " " << std::hex << status;
+  EXPECT_TRUE(SUCCEEDED(status) || value.vt == VT_EMPTY) << member;
+  return value;
+}
+
+// What a host reads of a message: From, To, Date, Subject, Received, Body, MessageHeader, Name, and
+// of the first item of each the members 1 to 37.
+void touch(IMimeDecoder& message) {
+  for (const DISPID id : {7, 14, 12, 17, 117, 25, 119, 108}) {
+    const Variant value = get(&message, id);
+    if (value.vt != VT_DISPATCH || value.pdispVal == nullptr) continue;
+    const Variant item = get(value.pdispVal, DISPID_VALUE, 0);
+    if (item.vt != VT_DISPATCH || item.pdispVal == nullptr) continue;
+    for (DISPID inner = 20; inner <= 37; ++inner) {
+      if (id == 25 && (inner < 26 || inner > 29) && inner != 22) (void)get(item.pdispVal, inner);
+    }
+    for (const DISPID inner : {1, 2, 3, 4}) {
+      if (id != 25 && !(id == 117 && inner == 4)) (void)get(item.pdispVal, inner);
+    }
+  }
+}
+
+TEST(FailEveryCall, Allocations) {
+  HostStream source{std::string(kMessage)};
+  bool failed = true;
+  std::size_t n = 0;
+  while (failed && n < 20000) {
+    ComPtr<IMimeDecoder> message;
+    HostStream target;
+    target.keep_writes = false;
+    source.position = 0;
+    {
+      const FailingAllocation failing(++n);
+      const HRESULT created = create_mime_decoder(IMimeDecoder::kIid, message.out_void());
+      ASSERT_EQ(created, message ? S_OK : E_OUTOFMEMORY);
+      if (message) {
+        const auto persist = message.query<IPersistStream>();
+        EXPECT_TRUE(expected(persist->Load(&source))) << n;
+        touch(*message);
+        EXPECT_TRUE(expected(persist->Save(&target, FALSE))) << n;
+      }
+      failed = failing.happened();
+    }
+    if (!message) continue;
+    EXPECT_EQ(load(message, kMessage), S_OK) << n;
+    EXPECT_EQ(addresses(message.get(), u"To").size(), 3U) << n;
+  }
+  EXPECT_FALSE(failed);
+  EXPECT_GT(n, 100U);
+}
+
+TEST(FailEveryCall, Reads) {
+  for (int n = 0; n < 100; ++n) {
+    HostStream source{std::string(kMessage), 16};
+    source.reads_before_failure = n;
+    const auto message = new_message();
+    const HRESULT status = message.query<IPersistStream>()->Load(&source);
+    if (source.reads_before_failure >= 0) {
+      EXPECT_EQ(status, S_OK);
+      return;
+    }
+    EXPECT_EQ(status, E_ACCESSDENIED) << n;
+    EXPECT_EQ(read(message.get(), u"Body").vt, VT_EMPTY) << n;
+    EXPECT_EQ(load(message, kMessage), S_OK) << n;
+    EXPECT_EQ(source.references, 1) << n;
+  }
+  FAIL() << "reading never ends";
+}
+
+}  // namespace
+}  // namespace tallowbrook::test
