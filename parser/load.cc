@@ -56,6 +56,9 @@ void run_instance(ParserInstance& instance, ParseRun& run) {
     instance.actions.start(run);
     if (!instance.parser) instance.parser.emplace(instance.scanner, instance.actions);
     (void)instance.parser->parse();
+    if (FAILED(run.read_status)) {
+      ReportParseError(run, "The input could not be read to its end", instance.scanner.line());
+    }
   } catch (const CDecoderException& failure) {
     ReportParseError(run, failure.what(), -1);
   }
@@ -160,11 +163,6 @@ HRESULT DispatchParse(ParseRun& run, ISequentialStream* stream) {
     g_pool.run(run);
   }
   run.input = nullptr;
-  if (FAILED(run.read_status)) {
-    run.failed = true;
-    if (run.full_load) set_error_description("The message could not be read to its end");
-    return run.read_status;
-  }
   return run.failed ? E_ABORT : S_OK;
 }
 

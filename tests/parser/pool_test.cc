@@ -166,8 +166,9 @@ TEST(Pool, FailingReadIsNoGoodLoad) {
   FailingStream stream;
   MessageStore store;
   ParseRun run{.store = &store};
-  EXPECT_EQ(DispatchParse(run, &stream), E_ACCESSDENIED);
-  EXPECT_EQ(take_error_text(), "The message could not be read to its end");
+  EXPECT_EQ(DispatchParse(run, &stream), E_ABORT);
+  EXPECT_EQ(run.read_status, E_ACCESSDENIED);
+  EXPECT_EQ(take_error_text(), "The input could not be read to its end in Line 5");
   EXPECT_EQ(dump(store), "part\n  X: raw \"y\"\n  body raw \"body\\r\\n\"\n");
   EXPECT_EQ(DispatchParse(run, nullptr), E_INVALIDARG);
 }
