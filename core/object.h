@@ -9,6 +9,7 @@
 // `Confined` counts plainly (the object is used by one thread at a time), `Shared` atomically.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <new>
 #include <type_traits>
@@ -30,10 +31,15 @@ HRESULT dispatch_ids_of_names(REFIID iid, OLECHAR** names, UINT count, DISPID* i
 HRESULT dispatch_invoke(REFIID iid, void* self, DISPID member, WORD flags, DISPPARAMS* arguments,
                         VARIANT* result, EXCEPINFO* exception, UINT* argument_error);
 
+// What a dying object counts from: code that its destructor calls may add and release references,
+// and none of them may end the object again.
+inline constexpr ULONG kDyingReferences = 0x40000000;
+
 class Confined {
  public:
   ULONG increment() { return ++count_; }
   ULONG decrement() { return --count_; }
+  void park() { count_ = kDyingReferences; }
 
  private:
   ULONG count_ = 1;
@@ -43,6 +49,7 @@ class Shared {
  public:
   ULONG increment() { return count_.fetch_add(1, std::memory_order_relaxed) + 1; }
   ULONG decrement() { return count_.fetch_sub(1, std::memory_order_acq_rel) - 1; }
+  void park() { count_.store(kDyingReferences, std::memory_order_relaxed); }
 
  private:
   std::atomic<ULONG> count_{1};
@@ -58,16 +65,18 @@ struct Dispatching : Interface {
   HRESULT GetTypeInfo(UINT index, LCID, ITypeInfo** info) override {
     return dispatch_type_info(Interface::kIid, index, info);
   }
-  HRESULT GetIDsOfNames(REFIID reserved, OLECHAR** names, UINT count, LCID,
-                        DISPID* ids) override {
+  HRESULT GetIDsOfNames(REFIID reserved, OLECHAR** names, UINT count, LCID, DISPID* ids) override {
+    if (ids != nullptr) std::fill_n(ids, count, DISPID_UNKNOWN);
     if (!(reserved == GUID_NULL)) return DISP_E_UNKNOWNINTERFACE;
     return dispatch_ids_of_names(Interface::kIid, names, count, ids);
   }
   HRESULT Invoke(DISPID member, REFIID reserved, LCID, WORD flags, DISPPARAMS* arguments,
                  VARIANT* result, EXCEPINFO* exception, UINT* argument_error) override {
+    if (result != nullptr) VariantInit(result);
+    if (exception != nullptr) *exception = EXCEPINFO{};
     if (!(reserved == GUID_NULL)) return DISP_E_UNKNOWNINTERFACE;
-    return dispatch_invoke(Interface::kIid, static_cast<Interface*>(this), member, flags,
-                           arguments, result, exception, argument_error);
+    return dispatch_invoke(Interface::kIid, static_cast<Interface*>(this), member, flags, arguments,
+                           result, exception, argument_error);
   }
 };
 
@@ -101,7 +110,10 @@ class Object : public Faces... {
   ULONG AddRef() override { return references_.increment(); }
   ULONG Release() override {
     const ULONG left = references_.decrement();
-    if (left == 0) delete this;
+    if (left == 0) {
+      references_.park();
+      delete this;
+    }
     return left;
   }
 

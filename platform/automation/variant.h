@@ -132,8 +132,12 @@ HRESULT VariantClear(VARIANT* value);
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source);
 // As VariantCopy, with by-reference indirection removed. `target` may be `source`.
 HRESULT VariantCopyInd(VARIANT* target, const VARIANT* source);
+inline constexpr USHORT VARIANT_ALPHABOOL = 2;
+
 // Converts to another type; DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW, DISP_E_BADVARTYPE leave `target`
-// as it was. `target` may be `source`. Objects convert through their default property.
+// as it was. `target` may be `source`. Objects convert through their default property. A truth
+// value becomes the text "-1" or "0", with VARIANT_ALPHABOOL "True" or "False"; other flags are
+// ignored.
 HRESULT VariantChangeType(VARIANT* target, const VARIANT* source, USHORT flags, VARTYPE type);
 HRESULT VariantChangeTypeEx(VARIANT* target, const VARIANT* source, LCID lcid, USHORT flags,
                             VARTYPE type);

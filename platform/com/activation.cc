@@ -1,8 +1,9 @@
 // The process's table of components and class objects.
 //
-// The table's mutex is never held while code of a component, or of the loader (which runs a
-// component's constructors and destructors), runs. A component that is being called cannot be
-// closed (`calls`); while one is asked whether it may go (`closing`), look-ups wait for its answer.
+// The table's mutex is never held while code of a component or host (its AddRef and Release, too),
+// or of the loader (which runs a component's constructors and destructors), runs. A component that
+// is being called cannot be closed (`calls`); while one is asked whether it may go (`closing`),
+// look-ups wait for its answer.
 #include "platform/com/activation.h"
 
 #include <dlfcn.h>
@@ -40,7 +41,7 @@ struct Component {
 struct Registration {
   DWORD cookie;
   CLSID clsid;
-  ComPtr<IUnknown> object;
+  std::shared_ptr<const ComPtr<IUnknown>> object;  // shared, to be copied uncounted
 };
 
 struct Table {
@@ -130,11 +131,15 @@ void leave_components(const std::vector<std::shared_ptr<Component>>& entered) {
 }
 
 ComPtr<IUnknown> registered_object(REFCLSID clsid) {
-  const Lock lock(table().mutex);
-  for (const Registration& one : table().registrations) {
-    if (one.clsid == clsid) return one.object;
+  std::shared_ptr<const ComPtr<IUnknown>> found;
+  {
+    const Lock lock(table().mutex);
+    const auto& all = table().registrations;
+    const auto match = std::find_if(all.begin(), all.end(),
+                                    [&](const Registration& one) { return one.clsid == clsid; });
+    if (match != all.end()) found = match->object;
   }
-  return {};
+  return found ? *found : ComPtr<IUnknown>();
 }
 
 // --- the life of a component ---------------------------------------------------------------------
@@ -321,15 +326,16 @@ HRESULT CoRegisterClassObject(REFCLSID clsid, IUnknown* object, DWORD, DWORD, DW
   if (object == nullptr || cookie == nullptr) return E_INVALIDARG;
   *cookie = 0;
   return checked([&] {
+    const auto held = std::make_shared<const ComPtr<IUnknown>>(object);
     const Lock lock(table().mutex);
-    table().registrations.push_back({table().next_cookie, clsid, ComPtr<IUnknown>(object)});
+    table().registrations.push_back({table().next_cookie, clsid, held});
     *cookie = table().next_cookie++;
     return S_OK;
   });
 }
 
 HRESULT CoRevokeClassObject(DWORD cookie) {
-  ComPtr<IUnknown> revoked;  // released after the mutex
+  std::shared_ptr<const ComPtr<IUnknown>> revoked;  // released after the mutex
   const Lock lock(table().mutex);
   auto& all = table().registrations;
   const auto found = std::find_if(all.begin(), all.end(),

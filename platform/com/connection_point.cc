@@ -1,6 +1,7 @@
 #include "platform/com/connection_point.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -121,21 +122,22 @@ class ConnectionPointContainer::Point final : public IConnectionPoint {
     ComPtr<IUnknown> wanted;
     if (FAILED(sink->QueryInterface(iid_, wanted.out_void()))) return CONNECT_E_CANNOTCONNECT;
     try {
+      const auto made = std::make_shared<Connection>(Connection{0, std::move(wanted)});
       const std::lock_guard lock(mutex_);
-      connections_.push_back({next_cookie_, wanted});
-      *cookie = next_cookie_++;
+      connections_.push_back(made);
+      *cookie = made->cookie = next_cookie_++;
     } catch (const std::bad_alloc&) {
       return E_OUTOFMEMORY;
     }
     return S_OK;
   }
   HRESULT Unadvise(DWORD cookie) override {
-    ComPtr<IUnknown> old;  // released after the mutex: its end may call back
+    std::shared_ptr<Connection> old;  // released after the mutex
     const std::lock_guard lock(mutex_);
     const auto found = std::find_if(connections_.begin(), connections_.end(),
-                                    [&](const Connection& one) { return one.cookie == cookie; });
+                                    [&](const auto& one) { return one->cookie == cookie; });
     if (found == connections_.end()) return CONNECT_E_NOCONNECTION;
-    old = std::move(found->sink);
+    old = std::move(*found);
     connections_.erase(found);
     return S_OK;
   }
@@ -152,16 +154,25 @@ class ConnectionPointContainer::Point final : public IConnectionPoint {
 
   [[nodiscard]] const IID& iid() const { return iid_; }
   [[nodiscard]] std::vector<Connection> connections() const {
-    const std::lock_guard lock(mutex_);
-    return connections_;
+    std::vector<std::shared_ptr<Connection>> held;
+    {
+      const std::lock_guard lock(mutex_);
+      held = connections_;
+    }
+    std::vector<Connection> result;
+    result.reserve(held.size());
+    for (const auto& one : held) result.push_back(*one);
+    return result;
   }
 
  private:
   IConnectionPointContainer& owner_;
   IID iid_;
   LockHook hook_;
+  // The mutex is never held while a sink's references are counted, as that may call back: what is
+  // copied under it is shared.
   mutable std::mutex mutex_;
-  std::vector<Connection> connections_;
+  std::vector<std::shared_ptr<Connection>> connections_;
   DWORD next_cookie_ = 1;
 };
 

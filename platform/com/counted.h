@@ -41,7 +41,11 @@ class Counted : public Interfaces... {
   ULONG AddRef() override { return count_.fetch_add(1, std::memory_order_relaxed) + 1; }
   ULONG Release() override {
     const ULONG left = count_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-    if (left == 0) delete this;
+    if (left == 0) {
+      // Code that the destructor calls may add and release references; none may end it again.
+      count_.store(0x40000000, std::memory_order_relaxed);
+      delete this;
+    }
     return left;
   }
 

@@ -69,6 +69,45 @@ TEST(ConnectionPoint, ConnectsSinks) {
   sink->Release();
 }
 
+// Calls back whenever its references are counted.
+class NosySink final : public Counted<ISink> {
+ public:
+  ULONG AddRef() override {
+    if (point != nullptr) {
+      EXPECT_EQ(point->Unadvise(999), CONNECT_E_NOCONNECTION);
+    }
+    return Counted::AddRef();
+  }
+  IConnectionPoint* point = nullptr;
+};
+
+TEST(ConnectionPoint, CountsSinksWithoutItsMutex) {
+  const auto source = ComPtr<Source>::adopt(new Source);
+  const auto sink = ComPtr<NosySink>::adopt(new NosySink);
+  ComPtr<IConnectionPoint> point;
+  ASSERT_EQ(source->FindConnectionPoint(ISink::kIid, point.out()), S_OK);
+  sink->point = point.get();
+  DWORD cookie = 0;
+  ASSERT_EQ(point->Advise(sink.get(), &cookie), S_OK);
+  EXPECT_EQ(source->points.sinks(ISink::kIid).size(), 1U);
+  EXPECT_EQ(point->Unadvise(cookie), S_OK);
+  EXPECT_TRUE(source->points.sinks(ISink::kIid).empty());
+  sink->point = nullptr;
+}
+
+TEST(Counted, ADyingObjectMayBeAskedForReferences) {
+  struct Dying final : Counted<ISink> {
+    explicit Dying(int& ends) : ends_(ends) {}
+    ~Dying() override {
+      if (++ends_ == 1) ComPtr<ISink>(this).reset();
+    }
+    int& ends_;
+  };
+  int ends = 0;
+  ComPtr<Dying>::adopt(new Dying(ends)).reset();
+  EXPECT_EQ(ends, 1);
+}
+
 TEST(ConnectionPoint, WhatIsHandedOutKeepsTheSourceAlive) {
   auto source = ComPtr<Source>::adopt(new Source);
   ComPtr<IEnumConnectionPoints> all;

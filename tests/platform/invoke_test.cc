@@ -25,6 +25,8 @@ struct IProbe : IDispatch {
   virtual HRESULT Split(BSTR text, BSTR* head, LONG* count) = 0;
   virtual HRESULT Fail(SHORT how) = 0;
   virtual HRESULT get_Kind(ProbeKind* kind) = 0;
+  virtual HRESULT get_Self(IProbe** self) = 0;
+  virtual HRESULT put_Item(VARIANT index, BSTR value) = 0;
 };
 
 namespace tallowbrook::platform {
@@ -44,6 +46,8 @@ struct Describe<IProbe> {
       method<&IProbe::Split>(4, u"Split", names(u"Text", out(u"Head"))),
       method<&IProbe::Fail>(5, u"Fail", names(typed(u"How", VT_I2))),
       getter<&IProbe::get_Kind>(6, u"Kind"),
+      getter<&IProbe::get_Self>(7, u"Self"),
+      setter<&IProbe::put_Item>(0, u"Item", names(u"Index")),
   };
 };
 }  // namespace tallowbrook::platform
@@ -93,6 +97,7 @@ class Probe final : public Counted<IProbe> {
     return S_OK;
   }
   HRESULT Join(BSTR a, const VARIANT& b, VARIANT_BOOL quote, BSTR* result) override {
+    if (changed_by_join != nullptr) *changed_by_join = Variant(u"another text");
     std::u16string text(view_of(a));
     text += b.vt == VT_ERROR ? u"-" : b.vt == VT_BSTR ? view_of(b.bstrVal) : u"?";
     *result = Bstr(quote != VARIANT_FALSE ? u"'" + text + u"'" : text).detach();
@@ -115,6 +120,14 @@ class Probe final : public Counted<IProbe> {
     *kind = pkSome;
     return S_OK;
   }
+  HRESULT get_Self(IProbe** self) override {
+    ++self_gets;
+    return ComPtr<IProbe>(this).copy_to(self);
+  }
+  HRESULT put_Item(VARIANT, BSTR value) override { return put_Name(value); }
+
+  Variant* changed_by_join = nullptr;
+  int self_gets = 0;
 
  private:
   std::u16string name_ = u"probe";
@@ -155,6 +168,13 @@ TEST_F(InvokeTest, BindsArguments) {
   EXPECT_EQ(result.text(), u"item x");
 }
 
+TEST_F(InvokeTest, WhatAReferenceNamesMayChangeDuringTheCall) {
+  Variant inner(u"original text");
+  probe->changed_by_join = &inner;
+  ASSERT_EQ(invoke(3, DISPATCH_METHOD, {Variant::by_reference(&inner), Variant(u"")}), S_OK);
+  EXPECT_EQ(result.text(), u"'original text'");
+}
+
 TEST_F(InvokeTest, RefusesArguments) {
   Variant null;
   null.vt = VT_NULL;
@@ -190,6 +210,16 @@ TEST_F(InvokeTest, PutsAndForwards) {
   EXPECT_EQ(get(probe.get(), u"Nothing").status, DISP_E_UNKNOWNNAME);
 }
 
+TEST_F(InvokeTest, PutsOnWhatIsReadOnly) {
+  EXPECT_EQ(put(probe.get(), u"Kind", LONG{1}).status, DISP_E_MEMBERNOTFOUND);
+  EXPECT_EQ(put(probe.get(), u"Self", u"x").status, DISP_E_MEMBERNOTFOUND);
+  EXPECT_EQ(invoke(7, 0, {Variant(u"x")}), DISP_E_MEMBERNOTFOUND);
+  EXPECT_EQ(probe->self_gets, 0);
+  EXPECT_EQ(put(probe.get(), u"Self", u"index", u"value").status, S_OK);
+  EXPECT_EQ(probe->self_gets, 1);
+  EXPECT_EQ(get(probe.get(), u"Name").value.text(), u"value");
+}
+
 TEST_F(InvokeTest, WritesReferencesBack) {
   BSTR head = SysAllocString(u"old");
   Variant reference;
@@ -206,6 +236,12 @@ TEST_F(InvokeTest, WritesReferencesBack) {
 
 TEST_F(InvokeTest, ReportsErrors) {
   EXPECT_EQ(call(probe.get(), u"Fail", LONG{0}).status, E_ABORT);
+  Variant none(LONG{0});
+  DISPPARAMS given{&none, nullptr, 1, 0};
+  EXCEPINFO exception{};
+  EXPECT_EQ(probe->Invoke(5, GUID_NULL, 0, DISPATCH_METHOD, &given, nullptr, &exception, nullptr),
+            E_ABORT);
+  EXPECT_EQ(exception.scode, E_ABORT);
   const Outcome failed = call(probe.get(), u"Fail", LONG{1});
   EXPECT_EQ(failed.status, E_INVALIDARG);
   EXPECT_EQ(failed.description, u"it failed");
@@ -242,8 +278,8 @@ TEST(TypeInfo, DescribesTheTables) {
   TYPEATTR* attributes = nullptr;
   ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
   EXPECT_EQ(attributes->typekind, TKIND_DISPATCH);
-  EXPECT_EQ(attributes->cFuncs, 9);
-  EXPECT_EQ(attributes->cbSizeVft, 16 * sizeof(void*));
+  EXPECT_EQ(attributes->cFuncs, 11);
+  EXPECT_EQ(attributes->cbSizeVft, 18 * sizeof(void*));
   info->ReleaseTypeAttr(attributes);
 
   FUNCDESC* join = nullptr;
@@ -273,6 +309,16 @@ TEST(TypeInfo, DescribesTheTables) {
   ASSERT_EQ(info->GetRefTypeInfo(base, dispatch.out()), S_OK);
   ASSERT_EQ(dispatch->GetDocumentation(MEMBERID_NIL, name.out(), nullptr, nullptr, nullptr), S_OK);
   EXPECT_EQ(name.view(), u"IDispatch");
+
+  BSTR stale = SysAllocString(u"stale");
+  BSTR texts[] = {stale, stale};
+  UINT count = 9;
+  EXPECT_EQ(info->GetNames(77, texts, 2, &count), TYPE_E_ELEMENTNOTFOUND);
+  EXPECT_EQ(texts[1], nullptr);
+  BSTR help = stale;
+  EXPECT_EQ(info->GetDocumentation(77, texts, &help, nullptr, nullptr), TYPE_E_ELEMENTNOTFOUND);
+  EXPECT_EQ(help, nullptr);
+  SysFreeString(stale);
 }
 
 }  // namespace

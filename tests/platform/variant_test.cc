@@ -114,7 +114,11 @@ TEST(Variant, ConvertsToText) {
   EXPECT_EQ(as_text(make(VT_R8, 0.1)), u"0.1");
   EXPECT_EQ(as_text(make(VT_R8, 1e300)), u"1E+300");
   EXPECT_EQ(as_text(make(VT_CY, -12.5)), u"-12.5");
-  EXPECT_EQ(as_text(Variant::boolean(true)), u"True");
+  EXPECT_EQ(as_text(Variant::boolean(true)), u"-1");
+  EXPECT_EQ(as_text(Variant::boolean(false)), u"0");
+  Variant truth = Variant::boolean(true);
+  ASSERT_EQ(VariantChangeType(&truth, &truth, VARIANT_ALPHABOOL, VT_BSTR), S_OK);
+  EXPECT_EQ(truth.text(), u"True");
   EXPECT_EQ(as_text(Variant()), u"");
   EXPECT_EQ(as_text(Variant::missing()), u"<fails>");
   EXPECT_EQ(as_text(make(VT_DATE, 36526.75)), u"2000-01-01 18:00:00");
