@@ -657,7 +657,7 @@ void HeaderValue::set_stream(ComPtr<IStream> stream) {
   RawBox& box = as<RawBox>();
   box.text.Reset();
   ComPtr<CISSHelper> own = platform::query<CISSHelper>(stream.get());
-  box.memory = own.get();
+  box.memory = own.get() == stream.get() ? own.get() : nullptr;  // a wrapper may pass queries on
   box.stream = std::move(stream);
 }
 

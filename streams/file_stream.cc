@@ -28,10 +28,12 @@ platform::ComPtr<CFileSystemStream> open(const OLECHAR* path, DWORD access, DWOR
   }
 }
 
+// Pipes and devices have no positions: they go on where they stand.
 bool move_to(HANDLE file, ULONG position) {
   LARGE_INTEGER move;
   move.QuadPart = position;
-  return SetFilePointerEx(file, move, nullptr, FILE_BEGIN) != FALSE;
+  return SetFilePointerEx(file, move, nullptr, FILE_BEGIN) != FALSE ||
+         GetLastError() == ERROR_SEEK_ON_DEVICE;
 }
 
 }  // namespace
@@ -170,7 +172,11 @@ HRESULT CFileSystemStream::Commit(DWORD) { return E_NOTIMPL; }
 HRESULT CFileSystemStream::Revert() { return E_NOTIMPL; }
 HRESULT CFileSystemStream::LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return E_NOTIMPL; }
 HRESULT CFileSystemStream::UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return E_NOTIMPL; }
-HRESULT CFileSystemStream::Stat(STATSTG*, DWORD) { return E_NOTIMPL; }
+
+HRESULT CFileSystemStream::Stat(STATSTG* stat, DWORD) {
+  if (stat != nullptr) *stat = STATSTG{};
+  return E_NOTIMPL;
+}
 
 HRESULT CFileSystemStream::Clone(IStream** clone) {
   if (clone != nullptr) *clone = nullptr;

@@ -2,7 +2,8 @@
 //
 // Transfers of a block or more go straight to the file, smaller ones through one buffer for reading
 // and one for writing. Reading and writing have a position each; `Seek` sets both. Positions are
-// 32 bits wide: a transfer that would pass 4 GiB fails.
+// 32 bits wide: a transfer that would pass 4 GiB fails. What has no positions, as a pipe, is read
+// and written in order whatever the positions say.
 //
 // A write may be reported only by a later call, since it sits in the buffer until then, and the
 // last one only when the stream is flushed: ask `write_status()` after `flush()`.

@@ -145,7 +145,9 @@ void CISSHelper::assign_from(ISequentialStream& source) {
 }
 
 void CISSHelper::append_from(ISequentialStream& source) {
-  if (const auto memory = platform::query<CISSHelper>(&source)) {
+  // A wrapper may pass the query on to a memory stream within; its own Read counts.
+  const auto memory = platform::query<CISSHelper>(&source);
+  if (memory && memory.get() == &source) {
     const std::string_view rest = memory->unread();
     const auto count = static_cast<ULONG>(rest.size());
     write(rest);
@@ -259,6 +261,10 @@ HRESULT CISSHelper::Commit(DWORD) { return E_NOTIMPL; }
 HRESULT CISSHelper::Revert() { return E_NOTIMPL; }
 HRESULT CISSHelper::LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return E_NOTIMPL; }
 HRESULT CISSHelper::UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return E_NOTIMPL; }
-HRESULT CISSHelper::Stat(STATSTG*, DWORD) { return E_NOTIMPL; }
+
+HRESULT CISSHelper::Stat(STATSTG* stat, DWORD) {
+  if (stat != nullptr) *stat = STATSTG{};
+  return E_NOTIMPL;
+}
 
 }  // namespace tallowbrook

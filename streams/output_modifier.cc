@@ -2,17 +2,6 @@
 
 namespace tallowbrook {
 
-HRESULT COutputStreamModifier::QueryInterface(REFIID iid, void** object) {
-  if (object == nullptr) return E_POINTER;
-  *object = nullptr;
-  if (iid != IUnknown::kIid && iid != ISequentialStream::kIid && iid != IStream::kIid) {
-    return E_NOINTERFACE;
-  }
-  *object = static_cast<IStream*>(this);
-  AddRef();
-  return S_OK;
-}
-
 ULONG COutputStreamModifier::Release() {
   const ULONG left = inner_.Release();
   if (left == 0 && delete_on_release_) delete this;
@@ -22,7 +11,9 @@ ULONG COutputStreamModifier::Release() {
 HRESULT COutputStreamModifier::pass_on(std::string_view block, ULONG* written) {
   if (block.empty()) return S_OK;
   ULONG count = 0;
-  const HRESULT status = inner_.Write(block.data(), static_cast<ULONG>(block.size()), &count);
+  const auto size = static_cast<ULONG>(block.size());
+  HRESULT status = inner_.Write(block.data(), size, &count);
+  if (SUCCEEDED(status) && count < size) status = STG_E_MEDIUMFULL;
   if (written != nullptr) *written += count;
   if (FAILED(status) && !failed()) status_ = status;
   return status;

@@ -4,7 +4,8 @@
 // Every other LF goes out as CR LF. Blocks without a bare LF are passed on whole.
 //
 // The filter counts no references of its own: AddRef and Release go to the inner stream, which must
-// outlive the filter. All methods but Write and Release act on the inner stream unchanged.
+// outlive the filter. All methods but Write and Release act on the inner stream unchanged; so a
+// query leads past the filter.
 #pragma once
 
 #include <string_view>
@@ -26,13 +27,15 @@ class COutputStreamModifier final : public IStream {
   [[nodiscard]] bool failed() const { return FAILED(status_); }
   [[nodiscard]] HRESULT status() const { return status_; }
 
-  // The filter answers as a stream alone: a query never hands out a way around it.
-  HRESULT QueryInterface(REFIID iid, void** object) override;
+  HRESULT QueryInterface(REFIID iid, void** object) override {
+    return inner_.QueryInterface(iid, object);
+  }
   ULONG AddRef() override { return inner_.AddRef(); }
   ULONG Release() override;
 
   // `written` counts the bytes that reached the inner stream, added CRs included. A failing inner
-  // write ends the call with its status.
+  // write ends the call with its status; one that takes fewer bytes than it got has failed, too,
+  // with STG_E_MEDIUMFULL.
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
 
   HRESULT Read(void* pv, ULONG cb, ULONG* read) override { return inner_.Read(pv, cb, read); }

@@ -9,7 +9,8 @@ void MessageOutput::pass_on(std::string_view block) {
   while (!block.empty() && !failed_) {
     const auto size =
         static_cast<ULONG>(std::min<std::size_t>(block.size(), std::numeric_limits<LONG>::max()));
-    failed_ = FAILED(target_.Write(block.data(), size, nullptr));
+    ULONG taken = 0;
+    failed_ = FAILED(target_.Write(block.data(), size, &taken)) || taken < size;
     block.remove_prefix(size);
   }
 }
@@ -37,14 +38,16 @@ void MessageOutput::raw(const HeaderValue& value) {
     return;
   }
   const platform::ComPtr<IStream> source = held.stream();
-  if (!source || FAILED(source->Seek({0}, STREAM_SEEK_SET, nullptr))) return;
+  if (!source) return;
+  HRESULT status = source->Seek({0}, STREAM_SEEK_SET, nullptr);
   std::string block(65536, '\0');
-  while (true) {
+  while (SUCCEEDED(status)) {
     ULONG got = 0;
-    const HRESULT status = source->Read(block.data(), static_cast<ULONG>(block.size()), &got);
-    if (FAILED(status) || got == 0) return;
-    text(std::string_view(block).substr(0, got));
+    status = source->Read(block.data(), static_cast<ULONG>(block.size()), &got);
+    if (SUCCEEDED(status) && got == 0) return;
+    if (SUCCEEDED(status)) text(std::string_view(block).substr(0, got));
   }
+  miss_content();
 }
 
 void MessageOutput::close_line() {
@@ -54,7 +57,7 @@ void MessageOutput::close_line() {
 bool MessageOutput::flush() {
   pass_on(buffer_);
   buffer_.clear();
-  return !failed_;
+  return !failed_ && !missed_;
 }
 
 HRESULT MessageOutput::QueryInterface(REFIID iid, void** object) {
@@ -78,6 +81,23 @@ HRESULT MessageOutput::Write(const void* pv, ULONG cb, ULONG* written) {
 
 HRESULT MessageOutput::Read(void*, ULONG, ULONG* read) {
   if (read != nullptr) *read = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT MessageOutput::Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER* position) {
+  if (position != nullptr) position->QuadPart = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT MessageOutput::CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read,
+                              ULARGE_INTEGER* written) {
+  if (read != nullptr) read->QuadPart = 0;
+  if (written != nullptr) written->QuadPart = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT MessageOutput::Stat(STATSTG* stat, DWORD) {
+  if (stat != nullptr) *stat = STATSTG{};
   return E_NOTIMPL;
 }
 

@@ -20,11 +20,14 @@ class MessageOutput final : public IStream {
   MessageOutput& operator=(const MessageOutput&) = delete;
 
   void text(std::string_view bytes);
-  // All the content of a `Raw` value, whose stream is read from its start in blocks.
+  // All the content of a `Raw` value, whose stream is read from its start in blocks; what cannot be
+  // read is missed.
   void raw(const HeaderValue& value);
   // Begins a new line unless the output stands at the beginning of one.
   void close_line();
-  // Hands on what is collected; false when a write failed, then or earlier.
+  // Notes that content could not be read: the output goes on, but it is not whole.
+  void miss_content() { missed_ = true; }
+  // Hands on what is collected; false when a write failed, then or earlier, or content is missing.
   bool flush();
 
   HRESULT QueryInterface(REFIID iid, void** object) override;
@@ -32,16 +35,14 @@ class MessageOutput final : public IStream {
   ULONG Release() override { return 1; }
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
   HRESULT Read(void*, ULONG, ULONG* read) override;
-  HRESULT Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
+  HRESULT Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER* position) override;
   HRESULT SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
-  HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override {
-    return E_NOTIMPL;
-  }
+  HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read, ULARGE_INTEGER* written) override;
   HRESULT Commit(DWORD) override { return E_NOTIMPL; }
   HRESULT Revert() override { return E_NOTIMPL; }
   HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
   HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-  HRESULT Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
+  HRESULT Stat(STATSTG* stat, DWORD) override;
   HRESULT Clone(IStream** clone) override;
 
  private:
@@ -52,6 +53,7 @@ class MessageOutput final : public IStream {
   std::string buffer_;
   bool at_line_start_ = true;
   bool failed_ = false;
+  bool missed_ = false;
 };
 
 }  // namespace tallowbrook

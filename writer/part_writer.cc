@@ -9,6 +9,7 @@
 #include "coding/coder_factory.h"
 #include "core/text.h"
 #include "model/body_part.h"
+#include "writer/content_stream.h"
 #include "writer/part_fields.h"
 
 namespace tallowbrook {
@@ -113,8 +114,14 @@ class PartWriter {
     }
     const platform::ComPtr<IStream> content = body.stream();
     const auto coder = make_coder(encoding == kNoEncoding ? kEightBit : encoding);
-    content->Seek({0}, STREAM_SEEK_SET, nullptr);
-    coder->Encode(*content, out_);
+    if (body.raw_in_memory()) {
+      content->Seek({0}, STREAM_SEEK_SET, nullptr);
+      coder->Encode(*content, out_);
+      return;
+    }
+    ContentStream watched(*content);
+    if (!watched.failed()) coder->Encode(watched, out_);
+    if (watched.failed()) out_.miss_content();
   }
 
   MessageOutput& out_;

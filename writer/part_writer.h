@@ -2,7 +2,7 @@
 // section 5.1) or its content (RFC 2045).
 //
 // The walk over the tree keeps its own stack. What a malformed record stops is written up to there;
-// the parts around it go on.
+// the parts around it go on, as they do around content that cannot be read.
 #pragma once
 
 #include "model/header_value.h"

@@ -1,11 +1,13 @@
 #include "streams/file_stream.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 #include "platform/kernel/file.h"
 
@@ -88,6 +90,30 @@ TEST_F(FileStream, TellsWhatCannotBeOpenedOrWritten) {
   EXPECT_EQ(full->flush(), E_FAIL);
   EXPECT_EQ(full->flush(), S_OK);
   EXPECT_EQ(full->write_status(), E_FAIL);
+}
+
+TEST_F(FileStream, PassesThroughWhatCannotSeek) {
+  ASSERT_EQ(::mkfifo(file_.c_str(), 0600), 0);
+  const std::string text(10000, 't');
+  std::string all;
+  std::thread reader([&] {
+    const auto in = CFileSystemStream::open_for_reading(wide().c_str());
+    ASSERT_TRUE(in);
+    std::string block(1000, '?');
+    ULONG got = 0;
+    do {
+      EXPECT_EQ(in->Read(block.data(), 1000, &got), S_OK);
+      all.append(block, 0, got);
+    } while (got > 0);
+  });
+  auto out = CFileSystemStream::open_for_writing(wide().c_str());
+  ASSERT_TRUE(out);
+  EXPECT_EQ(out->Write("first ", 6, nullptr), S_OK);
+  EXPECT_EQ(out->Write(text.data(), 10000, nullptr), S_OK);
+  EXPECT_EQ(out->write_status(), S_OK);
+  out.reset();
+  reader.join();
+  EXPECT_EQ(all, "first " + text);
 }
 
 }  // namespace

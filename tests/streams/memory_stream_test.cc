@@ -138,6 +138,35 @@ TEST(MemoryStream, CopiesFromStreamsAndFromItself) {
   EXPECT_EQ(stream.bytes(), "new");
 }
 
+// A host's stream that leaves every query to the memory stream within.
+class Wrapper final : public ISequentialStream {
+ public:
+  explicit Wrapper(CISSHelper& inner) : inner_(inner) {}
+  HRESULT QueryInterface(REFIID iid, void** object) override {
+    return inner_.QueryInterface(iid, object);
+  }
+  ULONG AddRef() override { return inner_.AddRef(); }
+  ULONG Release() override { return inner_.Release(); }
+  HRESULT Read(void* pv, ULONG cb, ULONG* read) override {
+    const HRESULT status = inner_.Read(pv, cb, read);
+    for (ULONG at = 0; at < *read; ++at) static_cast<char*>(pv)[at] ^= 0x20;
+    return status;
+  }
+  HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+
+ private:
+  CISSHelper& inner_;
+};
+
+TEST(MemoryStream, AWrapperKeepsItsOwnRead) {
+  CISSHelper inner;
+  inner.write("abc");
+  Wrapper wrapper(inner);
+  CISSHelper stream;
+  stream.append_from(wrapper);
+  EXPECT_EQ(stream.bytes(), "ABC");
+}
+
 TEST(MemoryStream, ClonesAndHeapStreamsHoldAModuleLock) {
   const auto locks = Module::locks();
   {

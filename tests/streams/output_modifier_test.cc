@@ -54,12 +54,22 @@ TEST(OutputModifier, ReportsAndRemembersAFailingWrite) {
   }
 }
 
-TEST(OutputModifier, CountsOnTheInnerStreamAndHidesIt) {
+TEST(OutputModifier, ATargetThatTakesLessHasFailed) {
+  test::HostStream target;
+  target.most_taken = 3;
+  COutputStreamModifier filter(target);
+  ULONG written = 9;
+  EXPECT_EQ(filter.Write("abcdef\n", 7, &written), STG_E_MEDIUMFULL);
+  EXPECT_EQ(written, 3u);
+  EXPECT_EQ(target.written(), "abc");
+  EXPECT_TRUE(filter.failed());
+}
+
+TEST(OutputModifier, CountsOnTheInnerStreamAndAsksIt) {
   CISSHelper target;
   COutputStreamModifier filter(target);
   const auto face = platform::query<IStream>(static_cast<IStream*>(&filter));
-  EXPECT_EQ(face.get(), &filter);
-  EXPECT_FALSE(face.query<CISSHelper>());
+  EXPECT_EQ(face.get(), &target);
   EXPECT_EQ(target.AddRef(), 3u);
   EXPECT_EQ(filter.Release(), 2u);
 }

@@ -19,11 +19,14 @@ class HostStream final : public IStream {
 
   std::string content;  // what Read gives
   ULONG most_at_once;   // bytes a Read gives at most
+  // Bytes a Write takes at most.
+  ULONG most_taken = std::numeric_limits<ULONG>::max();
   std::size_t position = 0;
   std::vector<std::string> writes;  // what each successful Write got
   bool keep_writes = true;
-  int reads_before_failure = -1;    // -1: never fails
+  int reads_before_failure = -1;  // -1: never fails
   int writes_before_failure = -1;
+  bool can_seek = true;
   int references = 1;
 
   [[nodiscard]] std::string written() const {
@@ -56,11 +59,13 @@ class HostStream final : public IStream {
   HRESULT Write(const void* pv, ULONG cb, ULONG* taken) override {
     if (taken != nullptr) *taken = 0;
     if (writes_before_failure >= 0 && writes_before_failure-- == 0) return STG_E_MEDIUMFULL;
+    cb = std::min(cb, most_taken);
     if (keep_writes) writes.emplace_back(static_cast<const char*>(pv), cb);
     if (taken != nullptr) *taken = cb;
     return S_OK;
   }
   HRESULT Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* now) override {
+    if (!can_seek) return E_NOTIMPL;
     const LONGLONG base = origin == STREAM_SEEK_SET   ? 0
                           : origin == STREAM_SEEK_CUR ? static_cast<LONGLONG>(position)
                                                       : static_cast<LONGLONG>(content.size());

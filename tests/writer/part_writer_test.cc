@@ -202,6 +202,33 @@ TEST(PartWriter, ReadsAHostsStreamFromItsStart) {
   EXPECT_EQ(save(record).bytes, "\r\ncontent of a host\r\n");
 }
 
+TEST(PartWriter, TellsWhenContentIsMissing) {
+  for (const LONG decoded : {0, 1}) {
+    for (const int good : {-1, 0, 2, 3}) {
+      test::HostStream host("content\r\n", 4);
+      host.reads_before_failure = good;
+      HeaderValue record =
+          part({{kEncoding, number(1)}}, HeaderValue::raw_stream(platform::ComPtr<IStream>(&host)));
+      record.element(kPartDecoded) = number(decoded);
+      const HeaderValue root =
+          part({{"Content-Type", type(number(0), number(0), {{"boundary", text("b")}})}},
+               HeaderValue::list(record));
+      const Saved saved = save(root);
+      EXPECT_EQ(saved.outcome.status, S_OK);
+      EXPECT_EQ(saved.outcome.complete, good < 0) << decoded << ' ' << good;
+      EXPECT_NE(saved.bytes.find("--b--"), std::string::npos);
+    }
+    test::HostStream host("content\r\n");
+    host.can_seek = false;
+    HeaderValue record = part({}, HeaderValue::raw_stream(platform::ComPtr<IStream>(&host)));
+    record.element(kPartDecoded) = number(decoded);
+    EXPECT_FALSE(save(record).outcome.complete);
+  }
+  test::HostStream small;
+  small.most_taken = 5;
+  EXPECT_FALSE(save_part(&small, part({}, HeaderValue::raw("content")), nullptr, false).complete);
+}
+
 // A host's stream that empties the message while it is being written.
 class Saboteur final : public ISequentialStream {
  public:
@@ -210,7 +237,8 @@ class Saboteur final : public ISequentialStream {
   ULONG AddRef() override { return 1; }
   ULONG Release() override { return 1; }
   HRESULT Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-  HRESULT Write(const void*, ULONG, ULONG*) override {
+  HRESULT Write(const void*, ULONG cb, ULONG* written) override {
+    if (written != nullptr) *written = cb;
     root_.element(kPartBody).clear_elements();
     root_.element(kPartFields).clear_elements();
     root_.Reset();

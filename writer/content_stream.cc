@@ -1,0 +1,47 @@
+#include "writer/content_stream.h"
+
+namespace tallowbrook {
+
+HRESULT ContentStream::QueryInterface(REFIID iid, void** object) {
+  if (object == nullptr) return E_POINTER;
+  *object = nullptr;
+  if (iid != IUnknown::kIid && iid != ISequentialStream::kIid && iid != IStream::kIid) {
+    return E_NOINTERFACE;
+  }
+  *object = static_cast<IStream*>(this);
+  return S_OK;
+}
+
+HRESULT ContentStream::Read(void* pv, ULONG cb, ULONG* read) {
+  if (read != nullptr) *read = 0;
+  return failed() ? status_ : noted(content_.Read(pv, cb, read));
+}
+
+HRESULT ContentStream::Write(const void*, ULONG, ULONG* written) {
+  if (written != nullptr) *written = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT ContentStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {
+  if (position != nullptr) position->QuadPart = 0;
+  return noted(content_.Seek(move, origin, position));
+}
+
+HRESULT ContentStream::CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read,
+                              ULARGE_INTEGER* written) {
+  if (read != nullptr) read->QuadPart = 0;
+  if (written != nullptr) written->QuadPart = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT ContentStream::Stat(STATSTG* stat, DWORD) {
+  if (stat != nullptr) *stat = STATSTG{};
+  return E_NOTIMPL;
+}
+
+HRESULT ContentStream::Clone(IStream** clone) {
+  if (clone != nullptr) *clone = nullptr;
+  return E_NOTIMPL;
+}
+
+}  // namespace tallowbrook
