@@ -12,7 +12,8 @@
 //
 // Stream format: the count of items (4 bytes), then each item's type (2 bytes) and, for an object
 // (VT_DISPATCH), its class id and data, for any other value what WriteVariant writes
-// (variant_stream.h). Objects that are null or cannot be created again are passed over by Load.
+// (variant_stream.h). Objects that are null or cannot be created again are passed over by Load; one
+// whose own Load fails is an item nonetheless.
 //
 // Releasing an item can run a host's code, which may call the collection again: the sequence is
 // always whole before an old item goes.
@@ -191,7 +192,7 @@ class IMyVariantCollectionOnSTLImpl
   static bool read_item(IStream& stream, VARTYPE type, platform::Variant& item) {
     if (type != VT_DISPATCH) return SUCCEEDED(ReadVariant(stream, item));
     platform::ComPtr<IUnknown> object;
-    if (read_object(stream, object) != S_OK) return false;
+    if (read_object(stream, object, FailedLoad::kKeeps) != S_OK) return false;
     auto dispatch = object.query<IDispatch>();
     if (!dispatch) return false;
     item.vt = VT_DISPATCH;

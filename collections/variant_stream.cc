@@ -124,6 +124,15 @@ HRESULT save_through(IStream& stream, Persist& object, bool& started) {
   return FAILED(status) ? status : object.Save(&stream, FALSE);
 }
 
+// A class id and an object of that class, not loaded yet; S_FALSE and null for a null class id.
+HRESULT create_object(IStream& stream, platform::ComPtr<IUnknown>& object) {
+  CLSID class_id{};
+  const HRESULT status = read_exactly(stream, &class_id, sizeof(class_id));
+  if (FAILED(status)) return status;
+  if (class_id == GUID_NULL) return S_FALSE;
+  return CoCreateInstance(class_id, nullptr, kAnyServer, IUnknown::kIid, object.out_void());
+}
+
 HRESULT load_through_persist(IStream& stream, IUnknown& object) {
   if (const auto persist = platform::query<IPersistStream>(&object)) return persist->Load(&stream);
   if (const auto init = platform::query<IPersistStreamInit>(&object)) return init->Load(&stream);
@@ -179,19 +188,15 @@ HRESULT write_object(IStream& stream, IUnknown* object) {
   return started ? status : write_exactly(stream, &GUID_NULL, sizeof(GUID_NULL));
 }
 
-HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object) {
+HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object, FailedLoad failed_load) {
   object.reset();
-  CLSID class_id{};
-  HRESULT status = read_exactly(stream, &class_id, sizeof(class_id));
-  if (FAILED(status)) return status;
-  if (class_id == GUID_NULL) return S_FALSE;
   const Nesting nesting;
   if (Nesting::too_deep()) return E_FAIL;
   platform::ComPtr<IUnknown> created;
-  status = CoCreateInstance(class_id, nullptr, kAnyServer, IUnknown::kIid, created.out_void());
-  if (FAILED(status)) return status;
-  status = load_through_persist(stream, *created);
-  if (FAILED(status)) return status;
+  const HRESULT status = create_object(stream, created);
+  if (status != S_OK) return status;
+  const HRESULT loaded = load_through_persist(stream, *created);
+  if (FAILED(loaded) && failed_load == FailedLoad::kDrops) return loaded;
   object = std::move(created);
   return S_OK;
 }

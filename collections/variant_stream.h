@@ -36,7 +36,13 @@ namespace tallowbrook {
 
 // An object as above, through IPersistStream, else IPersistStreamInit; `object` may be null.
 [[nodiscard]] HRESULT write_object(IStream& stream, IUnknown* object);
+// What becomes of an object that was created but whose own Load fails.
+enum class FailedLoad {
+  kDrops,  // its failure is the call's
+  kKeeps,  // the object is given as far as it was loaded
+};
 // Creates and loads an object; S_FALSE and null for a null class id.
-[[nodiscard]] HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object);
+[[nodiscard]] HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object,
+                                  FailedLoad failed_load = FailedLoad::kDrops);
 
 }  // namespace tallowbrook

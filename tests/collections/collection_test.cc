@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/creators.h"
+#include "platform/automation/late_bound.h"
 #include "platform/com/activation.h"
 #include "streams/memory_stream.h"
 #include "tallowbrook/class_ids.h"
@@ -114,6 +115,25 @@ TEST(Collection, AddressesItemsByPosition) {
   EXPECT_EQ(count_of(*list), 3);
   EXPECT_EQ(list->Clear(), S_OK);
   EXPECT_EQ(count_of(*list), 0);
+}
+
+TEST(Collection, AnswersLateCalls) {
+  const auto list = new_collection();
+  Variant id(1);
+  Variant value(2);
+  EXPECT_EQ(platform::call(list.get(), u"ItemID", 0, Variant::by_reference(&id),
+                           Variant::by_reference(&value))
+                .status,
+            E_NOTIMPL);
+  OLECHAR count[] = u"Count";
+  OLECHAR* names[] = {count};
+  DISPID member = 7;
+  EXPECT_EQ(list->GetIDsOfNames(IUnknown::kIid, names, 1, 0, &member), DISP_E_UNKNOWNINTERFACE);
+  EXPECT_EQ(member, DISPID_UNKNOWN);
+  EXPECT_EQ(
+      list->Invoke(1, IUnknown::kIid, 0, DISPATCH_PROPERTYGET, nullptr, &value, nullptr, nullptr),
+      DISP_E_UNKNOWNINTERFACE);
+  EXPECT_EQ(value.vt, VT_EMPTY);
 }
 
 TEST(Collection, TakesCopiesWithoutIndirection) {
@@ -298,16 +318,21 @@ TEST(CollectionPersistence, ObjectsAreCreatedAgainButNeverWithoutEnd) {
   const auto list = new_collection();
   list->Add(Variant(static_cast<IDispatch*>(make_object<Nested>().get())));
   list->Add(Variant(5));
-  const auto copy = loaded(saved(*list));
+  const std::string bytes = saved(*list);
+  const auto copy = loaded(bytes);
   ASSERT_EQ(count_of(*copy), 2);
   EXPECT_EQ(item(*copy, 0).vt, VT_DISPATCH);
   EXPECT_EQ(item(*copy, 1).lVal, 5);
+  // An object is an item also when its own Load fails, but not when its class id is cut.
+  const std::size_t object_start = 4 + 2;
+  EXPECT_EQ(count_of(*loaded(bytes.substr(0, object_start + sizeof(CLSID)))), 1);
+  EXPECT_EQ(count_of(*loaded(bytes.substr(0, object_start + sizeof(CLSID) - 1))), 0);
 
   std::string endless("\1\0\0\0\11\0", 6);
   for (int i = 0; i < 10000; ++i) {
     endless.append(reinterpret_cast<const char*>(&Nested::kClass), sizeof(CLSID));
   }
-  EXPECT_EQ(count_of(*loaded(endless)), 0);
+  EXPECT_EQ(count_of(*loaded(endless)), 1);
   EXPECT_LE(Nested::deepest, 64);
   CoRevokeClassObject(cookie);
 }
