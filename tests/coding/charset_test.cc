@@ -1,0 +1,318 @@
+// Charset coders: texts of every family of charsets both ways, names, the quirks of CUTF8Coder
+// against a plain reference, and bytes that mean nothing.
+#include "coding/charset.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "coding/utf8_coder.h"
+#include "coding/x_coder.h"
+#include "platform/kernel/code_page.h"
+#include "streams/memory_stream.h"
+#include "tests/support/host_stream.h"
+
+namespace tallowbrook {
+namespace {
+
+std::string raw(std::u16string_view wide) {
+  return {reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(char16_t)};
+}
+
+using Direction = void (CMIMECode::*)(IStream&, IStream&);
+
+// The result of a conversion, the same whatever stream the text comes from.
+std::string run(CMIMECode& coder, Direction direction, const std::string& text) {
+  CISSHelper memory;
+  memory.write(text);
+  memory.rewind();
+  CISSHelper result;
+  (coder.*direction)(memory, result);
+  test::HostStream input(text, text.size() < 100 ? 1 : 4095);
+  CISSHelper output;
+  (coder.*direction)(input, output);
+  EXPECT_TRUE(output.bytes() == result.bytes());
+  return std::string(result.bytes());
+}
+
+std::string decoded(CMIMECode& coder, const std::string& text) {
+  return run(coder, &CMIMECode::Decode, text);
+}
+std::string encoded(CMIMECode& coder, const std::string& text) {
+  return run(coder, &CMIMECode::Encode, text);
+}
+
+struct Case {
+  const char* name;
+  std::string bytes;
+  std::u16string text;
+};
+
+// The bytes come from another implementation of the charsets.
+const Case kTexts[] = {
+    {"utf-8",
+     "Gr\xC3\xBC\xC3\x9F"
+     "e, \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x98\x80",
+     u"Grüße, 日本 😀"},
+    {"iso-8859-1",
+     "Gr\xFC\xDF"
+     "e \x96 \x93\x80\x94",
+     u"Grüße – “€”"},
+    {"iso-8859-2", "Za\xBF\xF3\xB3\xE6 g\xEA\xB6l\xB1", u"Zażółć gęślą"},
+    {"iso-8859-3",
+     "\xC6iuj \xFE"
+     "an\xF8oj",
+     u"Ĉiuj ŝanĝoj"},
+    {"iso-8859-4", "\xC0\xE8i\xFE \xF3\xEFlis", u"Āčiū ķīlis"},
+    {"iso-8859-5", "\xBF\xE0\xD8\xD2\xD5\xE2", u"Привет"},
+    {"iso-8859-6", "\xD3\xE4\xC7\xE5", u"سلام"},
+    {"iso-8859-7", "\xCA\xE1\xEB\xE7\xEC\xDD\xF1\xE1", u"Καλημέρα"},
+    {"iso-8859-8", "\xF9\xEC\xE5\xED", u"שלום"},
+    {"iso-8859-8-i", "\xF9\xEC\xE5\xED", u"שלום"},
+    {"iso-8859-9", "\xDD\xFE\xE7i a\xF0\xFDr", u"İşçi ağır"},
+    {"iso-8859-10", "\xBB\xB4\xFF", u"ŧīĸ"},
+    {"iso-8859-11", "\xE4\xB7\xC2", u"ไทย"},
+    {"iso-8859-13", "\xC0\xFEuolas", u"Ąžuolas"},
+    {"iso-8859-14", "\xD0\xFE \xA2", u"Ŵŷ ḃ"},
+    {"iso-8859-15", "\xBDuvre 5 \xA4", u"œuvre 5 €"},
+    {"iso-8859-16", "\xAA\xFEiin\xFE\xE3", u"Șțiință"},
+    {"windows-1250", "P\xF8\xEDli\x9A \x84\x9Elu\x9D\x93", u"Příliš „žluť“"},
+    {"windows-1251",
+     "\xCF\xF0\xE8\xE2\xE5\xF2 \xB9"
+     "1",
+     u"Привет №1"},
+    {"windows-1252", "na\xEFve \x9C \x99", u"naïve œ ™"},
+    {"windows-1253", "\xCA\xE1\xEB\xE7\xEC\xDD\xF1\xE1", u"Καλημέρα"},
+    {"windows-1254", "\xDDstanbul \xFE", u"İstanbul ş"},
+    {"windows-1255", "\xF9\xEC\xE5\xED \xA4", u"שלום ₪"},
+    {"windows-1256", "\xD3\xE1\xC7\xE3 \x81", u"سلام پ"},
+    {"windows-1257", "\xC0\xFEuolas \x80", u"Ąžuolas €"},
+    {"windows-1258", "Vi\xEA\xF2t \xF0\xF4\xCCng \xFE", u"Việt đồng ₫"},
+    {"windows-874", "\xE4\xB7\xC2 \x80", u"ไทย €"},
+    {"koi8-r", "\xF0\xD2\xC9\xD7\xC5\xD4", u"Привет"},
+    {"koi8-u", "\xB7\xD6\xC1\xCB \xBD", u"Їжак Ґ"},
+    {"shift_jis", "\x93\xFA\x96{\x8C\xEA\xB6\xC5\x87@", u"日本語ｶﾅ①"},
+    {"iso-2022-jp", "\x1B$BF|K\\8l\x1B(B abc", u"日本語 abc"},
+    {"euc-jp", "\xC6\xFC\xCB\xDC\xB8\xEC\x8E\xB6\x8E\xC5", u"日本語ｶﾅ"},
+    {"gb2312", "\xD6\xD0\xCE\xC4\xD3\xCA\xBC\xFE", u"中文邮件"},
+    {"gbk",
+     "\xE9"
+     "F\xF3w",
+     u"镕體"},
+    {"gb18030",
+     "\xD6\xD0\xCE\xC4 \x94"
+     "9\xFC"
+     "6 \xA1\xEB",
+     u"中文 😀 ‰"},
+    {"big5",
+     "\xC1"
+     "c\xC5\xE9\xA4\xA4\xA4\xE5",
+     u"繁體中文"},
+    {"euc-kr", "\xC7\xD1\xB1\xB9\xBE\xEE", u"한국어"},
+    {"ks_c_5601-1987",
+     "\x8C"
+     "c\xB9\xE6 \xC7\xD1\xB1\xB9\xBE\xEE",
+     u"똠방 한국어"},
+    {"iso-2022-kr", "\x1B$)C\x0EGQ19>n\x0F", u"한국어"},
+    {"macintosh", "\x86n\x95 \xD2\x8E\xD3", u"Ünï “é”"},
+    {"ibm437", "\x9An\x8B \xB0", u"Ünï ░"},
+    {"cp866", "\x8F\xE0\xA8\xA2\xA5\xE2", u"Привет"},
+    {"utf-16", std::string("a\x00\xE9\x00=\xD8\x00\xDE", 8), u"aé😀"},
+    {"utf-7", "Gr +APw +AN8-", u"Gr ü ß"},
+};
+
+TEST(CharsetCoder, ReadsAndWritesTexts) {
+  for (const Case& c : kTexts) {
+    const auto coder = make_charset_coder(c.name, 0);
+    ASSERT_TRUE(coder) << c.name;
+    EXPECT_TRUE(coder->ProducesWideText());
+    EXPECT_EQ(decoded(*coder, c.bytes), raw(c.text)) << c.name;
+    EXPECT_EQ(encoded(*coder, raw(c.text)), c.bytes) << c.name;
+    // A long text is converted in pieces.
+    std::string bytes;
+    std::u16string text;
+    for (int times = 0; times < 8000; ++times) {
+      bytes += c.bytes;
+      text += c.text;
+    }
+    const bool states = c.bytes[0] == '\x1B' || c.bytes.find('+') != c.bytes.npos;
+    if (!states) {
+      EXPECT_TRUE(encoded(*coder, raw(text)) == bytes) << c.name;
+    }
+    EXPECT_TRUE(decoded(*coder, encoded(*coder, raw(text))) == raw(text)) << c.name;
+  }
+}
+
+TEST(CharsetCoder, KnowsNames) {
+  const std::pair<const char*, UINT> names[] = {
+      {"UTF-8", 65001},
+      {"utf8", 65001},
+      {"sjis", 932},
+      {"x-sjis", 932},
+      {"Windows-31J", 932},
+      {"shift-jis", 932},
+      {"latin1", 28591},
+      {"ISO8859-1", 28591},
+      {"iso_8859-1", 28591},
+      {"l1", 28591},
+      {"ISO-8859-15", 28605},
+      {"latin-9", 28605},
+      {"ascii", 20127},
+      {"ANSI_X3.4-1968", 20127},
+      {"gbk", 936},
+      {"cp936", 936},
+      {"gb_2312-80", 936},
+      {"gb18030", 54936},
+      {"big5-hkscs", 950},
+      {"ks_c_5601-1987", 949},
+      {"EUC-KR", 51949},
+      {"cp1251", 1251},
+      {"win-1251", 1251},
+      {"x-cp1250", 1250},
+      {"KOI8-R", 20866},
+      {"koi8-ru", 21866},
+      {"iso-2022-jp", 50220},
+      {"iso-2022-kr", 50225},
+      {"euc-jp", 51932},
+      {"macintosh", 10000},
+      {"iso-8859-8-i", 38598},
+      {"tis-620", 874},
+      {"x-mac-ce", 10029},
+      {"EUC-CN", 51936},
+      {"x-iscii-de", 57002},
+      {"x-Europa", 29001},
+      {"x-nobody", 0},
+      {"", 0},
+      {"\xC3\xA9", 0},
+      {"none of these names is longer than sixty-four characters, so this one is unknown", 0}};
+  for (const auto& [name, page] : names) EXPECT_EQ(charset_code_page(name), page) << name;
+}
+
+TEST(CharsetCoder, TableTakesTheFirstOfTwins) {
+  const std::pair<const char*, UINT> names[] = {
+      {"IBM037", 37},         {"ibm037", 37},      {"iso-2022-jp", 50220},
+      {"CSISO2022JP", 50221}, {"euc-jp", 20932},   {"EUC-JP", 20932},
+      {"utf-8", 65001},       {"utf-32be", 65006}, {"latin1", 0},
+      {"shift_jis", 0},       {"utf-16", 1200},    {"x-EBCDIC-KoreanExtended", 20833}};
+  for (const auto& [name, page] : names) EXPECT_EQ(charset_table_code_page(name), page) << name;
+}
+
+TEST(CharsetCoder, IsChosenByName) {
+  EXPECT_FALSE(make_charset_coder(nullptr, 1));
+  EXPECT_FALSE(make_charset_coder("", 1));
+  EXPECT_NE(dynamic_cast<CXCoder*>(make_charset_coder("UTF-8", 1).get()), nullptr);
+  const auto wide = make_charset_coder("UTF-FSS", 1);
+  EXPECT_NE(dynamic_cast<CUTF8Coder*>(wide.get()), nullptr);
+  EXPECT_TRUE(wide->ProducesWideText());
+  EXPECT_FALSE(make_charset_coder("utf-2", 0)->ProducesWideText());
+  // What nobody knows, and what is known but has no converter, is in the ANSI code page.
+  for (const char* name : {"x-nobody", "x-Europa", "hz-gb-2312"}) {
+    const auto coder = make_charset_coder(name, 0);
+    EXPECT_EQ(decoded(*coder, "\x80\xE9"), raw(u"€é")) << name;
+    EXPECT_EQ(encoded(*coder, raw(u"€é日")), "\x80\xE9?") << name;
+  }
+}
+
+TEST(CharsetCoder, TakesWhatIsLeftAndWholeUnits) {
+  CXCoder coder("utf-8");
+  EXPECT_EQ(encoded(coder, raw(u"é") + "x"), "\xC3\xA9");
+  EXPECT_EQ(decoded(coder, ""), "");
+  CISSHelper input;
+  input.write("x\xC3\xA9");
+  input.rewind();
+  input.consume(1);
+  CISSHelper output;
+  coder.Decode(input, output);
+  EXPECT_EQ(output.bytes(), raw(u"é"));
+}
+
+// --- CUTF8Coder ----------------------------------------------------------------------------------
+
+std::string units(std::initializer_list<std::uint32_t> values) {
+  return {reinterpret_cast<const char*>(values.begin()), values.size() * sizeof(std::uint32_t)};
+}
+
+TEST(Utf8Coder, EncodesEachUnitByItself) {
+  CUTF8Coder ansi;
+  CUTF8Coder utf16(CUTF8Coder::Mode::kUtf16);
+  CUTF8Coder utf32(CUTF8Coder::Mode::kUtf32);
+  EXPECT_EQ(encoded(ansi, "a\xE9\x80"), "a\xC3\xA9\xE2\x82\xAC");
+  EXPECT_EQ(encoded(utf16, raw(u"aé€😀") + "x"), "a\xC3\xA9\xE2\x82\xAC\xED\xA0\xBD\xED\xB8\x80");
+  EXPECT_EQ(encoded(utf32, units({0x7F, 0x80, 0x7FF, 0x800, 0xFFFF, 0x10000})),
+            "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80");
+  EXPECT_EQ(encoded(utf32, units({0x1FFFFF, 0x200000, 0x3FFFFFF, 0x4000000, 0x7FFFFFFF}) + "xyz"),
+            "\xF7\xBF\xBF\xBF\xF8\x88\x80\x80\x80\xFB\xBF\xBF\xBF\xBF"
+            "\xFC\x84\x80\x80\x80\x80\xFD\xBF\xBF\xBF\xBF\xBF");
+}
+
+TEST(Utf8Coder, DecodesByTheLeadByteAlone) {
+  CUTF8Coder ansi;
+  CUTF8Coder utf16(CUTF8Coder::Mode::kUtf16);
+  CUTF8Coder utf32(CUTF8Coder::Mode::kUtf32);
+  EXPECT_EQ(decoded(ansi, "a\xC3\xA9\xE2\x82\xAC\xE6\x97\xA5z"), std::string("a\xE9\x80\0z", 5));
+  EXPECT_EQ(decoded(utf16, "a\xC3\xA9\xE2\x82\xAC\xED\xA0\xBD\xED\xB8\x80"), raw(u"aé€😀"));
+  EXPECT_EQ(decoded(utf16, "\xF0\x9F\x98\x80"), raw(u"\xF600"));
+  EXPECT_EQ(decoded(utf32, "\xF0\x9F\x98\x80\xFD\xBF\xBF\xBF\xBF\xBF"),
+            units({0x1F600, 0x7FFFFFFF}));
+  for (const char* nothing : {"\x80", "\xC3", "\xBF\xFE\xFF", "\xE2\x82", "\xFC\x80\x80\x80\x80"}) {
+    EXPECT_EQ(decoded(utf16, nothing), "");
+  }
+  EXPECT_EQ(decoded(utf16,
+                    "\xC3"
+                    "A\xE2"
+                    "AB\x80z"),
+            raw(u"\xC1\x2042z"));
+}
+
+// --- bytes that mean nothing ---------------------------------------------------------------------
+
+TEST(CharsetCoder, SurvivesAnyBytes) {
+  std::mt19937 random(11);
+  for (const Case& c : kTexts) {
+    CXCoder coder(c.name);
+    for (int round = 0; round < 20; ++round) {
+      std::string bytes(random() % 300, '\0');
+      for (char& byte : bytes)
+        byte = static_cast<char>(random() % (round % 2 != 0 ? 256 : 0x60) +
+                                 (round % 2 != 0 ? 0 : 0xA0));
+      const std::string wide = decoded(coder, bytes + c.bytes);
+      EXPECT_EQ(wide.size() % 2, 0U);
+      EXPECT_FALSE(encoded(coder, wide + "\xD8").empty() && !wide.empty()) << c.name;
+      // What follows is read on, unless bytes switched to another set of characters.
+      const bool keeps_no_state = c.name != std::string("utf-7") && c.bytes[0] != '\x1B';
+      if (keeps_no_state && bytes.find('\x1B') == bytes.npos) {
+        const std::string tail =
+            decoded(coder, bytes + std::string(8, '\0') + "\r\n\r\nend.\r\n\r\n");
+        EXPECT_NE(c.name == std::string("utf-16") ? 0 : tail.find(raw(u"end.")), tail.npos)
+            << c.name;
+      }
+    }
+  }
+}
+
+TEST(CharsetCoder, PiecesAgreeWithTheWhole) {
+  std::mt19937 random(12);
+  const char pool[] = "ab\xC3\xA9\xF0\x9F\x98\x80\xE2\x82\xEC\xC8";
+  for (const UINT page : {65001U, 1252U, 28592U, 1255U, 1258U, 37U}) {
+    for (const unsigned ascii : {0U, 2U, 1000U}) {
+      std::string bytes(100000, '\0');
+      for (char& byte : bytes) {
+        const std::size_t at = random() % (sizeof pool - 1 + ascii);
+        byte = at < sizeof pool - 1 ? pool[at] : 'x';
+      }
+      const char* name = page == 37U ? "ibm037" : nullptr;
+      const std::string numbered = "cp" + std::to_string(page);
+      CXCoder coder(name != nullptr ? name : numbered);
+      ASSERT_EQ(coder.code_page(), page);
+      const std::u16string wide = platform::widen(page, bytes);
+      EXPECT_TRUE(decoded(coder, bytes) == raw(wide)) << page << ' ' << ascii;
+      EXPECT_TRUE(encoded(coder, raw(wide)) == platform::narrow(page, wide)) << page;
+      int needed = MultiByteToWideChar(page, 0, bytes.data(), 100000, nullptr, 0);
+      EXPECT_EQ(static_cast<std::size_t>(needed), wide.size());
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tallowbrook
