@@ -79,45 +79,69 @@ struct HeaderValue::MapBox : Box {
 
 struct HeaderValue::ListBox : Box {
   std::uint32_t size = 0;
-  std::uint32_t capacity = 0;
-  HeaderValue* items = nullptr;  // behind this header, or a block of its own
+  std::uint32_t capacity = 0;    // of the block
+  std::uint32_t front = 0;       // free room before the first element
+  HeaderValue* block = nullptr;  // behind this header, or memory of its own
   ListBox* next = nullptr;       // chain of lists that are being destroyed
 
-  [[nodiscard]] HeaderValue* inline_items() { return reinterpret_cast<HeaderValue*>(this + 1); }
-  [[nodiscard]] bool is_inline() { return items == inline_items(); }
+  [[nodiscard]] HeaderValue* items() { return block + front; }
+  [[nodiscard]] HeaderValue* inline_block() { return reinterpret_cast<HeaderValue*>(this + 1); }
+  [[nodiscard]] bool is_inline() { return block == inline_block(); }
 
   static ListBox* make(std::uint32_t capacity) {
     void* memory = std::malloc(sizeof(ListBox) + capacity * sizeof(HeaderValue));
     if (memory == nullptr) throw std::bad_alloc();
     auto* box = ::new (memory) ListBox{{.kind = ValueKind::List}};
     box->capacity = capacity;
-    box->items = box->inline_items();
+    box->block = box->inline_block();
     return box;
   }
 
   // Values are moved as the bytes they are: a value holds no address of itself.
-  void reserve(std::size_t needed) {
-    if (needed <= capacity) return;
-    const std::size_t wanted = std::max<std::size_t>({needed, std::size_t{capacity} * 2, 4});
+  static void move_values(HeaderValue* to, const HeaderValue* from, std::size_t count) {
+    if (count > 0) {
+      std::memmove(static_cast<void*>(to), static_cast<const void*>(from),
+                   count * sizeof(HeaderValue));
+    }
+  }
+
+  // Room for one more element behind the last.
+  void make_room() {
+    if (front + size < capacity) return;
+    if (front > capacity / 2) {
+      move_values(block, items(), size);
+      front = 0;
+      return;
+    }
+    const std::size_t wanted = std::max<std::size_t>(std::size_t{capacity} * 2, 4);
     if (wanted > kImmortal) throw std::bad_alloc();
-    void* old = is_inline() ? nullptr : static_cast<void*>(items);
+    void* old = is_inline() ? nullptr : static_cast<void*>(block);
     void* memory = std::realloc(old, wanted * sizeof(HeaderValue));
     if (memory == nullptr) throw std::bad_alloc();
-    if (old == nullptr && size > 0) {
-      std::memcpy(memory, static_cast<const void*>(items), size * sizeof(HeaderValue));
-    }
-    items = static_cast<HeaderValue*>(memory);
+    if (old == nullptr) move_values(static_cast<HeaderValue*>(memory), block, front + size);
+    block = static_cast<HeaderValue*>(memory);
     capacity = static_cast<std::uint32_t>(wanted);
   }
 
   void push(HeaderValue&& value) {
-    reserve(std::size_t{size} + 1);
-    ::new (static_cast<void*>(items + size)) HeaderValue(std::move(value));
+    make_room();
+    ::new (static_cast<void*>(items() + size)) HeaderValue(std::move(value));
     ++size;
   }
 
+  // Closes the gap from the nearer end, so that emptying a list from either end costs its length.
+  void close_gap(std::size_t index) {
+    if (index < size / 2) {
+      move_values(items() + 1, items(), index);
+      ++front;
+    } else {
+      move_values(items() + index, items() + index + 1, size - index - 1);
+    }
+    --size;
+  }
+
   void free() {
-    if (!is_inline()) std::free(static_cast<void*>(items));
+    if (!is_inline()) std::free(static_cast<void*>(block));
     std::free(static_cast<void*>(this));
   }
 };
@@ -196,7 +220,7 @@ void HeaderValue::destroy_list(ListBox* list) {
   while (chain != nullptr) {
     ListBox* dying = std::exchange(chain, chain->next);
     for (std::uint32_t i = 0; i < dying->size; ++i) {
-      HeaderValue& item = dying->items[i];
+      HeaderValue& item = dying->items()[i];
       if (item.kind_ == ValueKind::List && item.as<ListBox>().references == 1) {
         auto* inner = &item.as<ListBox>();
         inner->next = std::exchange(chain, inner);
@@ -221,7 +245,7 @@ B& HeaderValue::own() {
   B* copy;
   if constexpr (std::is_same_v<B, ListBox>) {
     copy = ListBox::make(shared.size);
-    for (std::uint32_t i = 0; i < shared.size; ++i) copy->push(HeaderValue(shared.items[i]));
+    for (std::uint32_t i = 0; i < shared.size; ++i) copy->push(HeaderValue(shared.items()[i]));
   } else {
     copy = new B(shared);
     copy->references = 1;
@@ -575,14 +599,14 @@ const Variant& HeaderValue::variant() const {
 std::size_t HeaderValue::size() const { return is(ValueKind::List) ? as<ListBox>().size : 0; }
 
 const HeaderValue& HeaderValue::operator[](std::size_t index) const {
-  return index < size() ? as<ListBox>().items[index] : empty_value();
+  return index < size() ? as<ListBox>().items()[index] : empty_value();
 }
 
 HeaderValue& HeaderValue::element(std::size_t index) {
   if (!is(ValueKind::List)) *this = list();
   ListBox& box = own<ListBox>();
   while (box.size <= index) box.push({});
-  return box.items[index];
+  return box.items()[index];
 }
 
 void HeaderValue::push_back(HeaderValue value) {
@@ -593,27 +617,23 @@ void HeaderValue::push_back(HeaderValue value) {
 void HeaderValue::erase_element(std::size_t index) {
   if (index >= size()) return;
   ListBox& box = own<ListBox>();
-  const HeaderValue dying = std::move(box.items[index]);
-  std::memmove(static_cast<void*>(box.items + index),
-               static_cast<const void*>(box.items + index + 1),
-               (box.size - index - 1) * sizeof(HeaderValue));
-  --box.size;
+  const HeaderValue dying = std::move(box.items()[index]);
+  box.close_gap(index);
 }
 
 void HeaderValue::clear_elements() {
   if (!is(ValueKind::List)) return;
   ListBox& box = own<ListBox>();
-  ListBox* dying = ListBox::make(0);
+  ListBox* dying = ListBox::make(box.is_inline() ? box.size : 0);
   if (box.is_inline()) {
-    dying->reserve(box.size);
-    std::memcpy(static_cast<void*>(dying->items), static_cast<const void*>(box.items),
-                box.size * sizeof(HeaderValue));
-    dying->size = std::exchange(box.size, 0);
+    ListBox::move_values(dying->block, box.items(), box.size);
   } else {
-    dying->items = std::exchange(box.items, box.inline_items());
-    dying->size = std::exchange(box.size, 0);
+    dying->block = std::exchange(box.block, box.inline_block());
+    dying->front = box.front;
     dying->capacity = std::exchange(box.capacity, 0);
   }
+  box.front = 0;
+  dying->size = std::exchange(box.size, 0);
   destroy_list(dying);
 }
 
