@@ -41,7 +41,7 @@ class BytePage {
   };
 
   [[nodiscard]] static constexpr std::size_t place(char32_t point) {
-    return (point ^ (point >> 7)) % kSlots;
+    return (point * 0x9E3779B1U) >> 23;
   }
   constexpr void add(char16_t unit, std::size_t byte) {
     std::size_t at = place(unit);

@@ -112,25 +112,25 @@ bool decode_utf8(std::string_view bytes, WideOutput& out) {
   return loss;
 }
 
-// Marks join the letter before them, so long runs of ASCII but for their last letter need no
-// converter.
-IconvOutcome decode_with_marks(const char* name, std::string_view bytes, WideOutput& out) {
-  constexpr std::size_t kLongRun = 32;
+// A mark joins the letter before it, so a letter with its marks goes through the converter, and all
+// else by the table of what the bytes mean alone.
+IconvOutcome decode_with_marks(const char* name, UINT page, std::string_view bytes,
+                               WideOutput& out) {
+  const BytePage* table = iconv_byte_page(name);
+  if (table == nullptr) return iconv_to_wide(name, bytes, out);
   IconvOutcome all{true, false};
   while (!bytes.empty() && all.converter) {
-    std::size_t run = ascii_run(bytes);
-    if (run > kLongRun || run == bytes.size()) {
-      if (run < bytes.size()) --run;
-      out.put_run(bytes.data(), run);
-      bytes.remove_prefix(run);
-    }
-    std::size_t end = 0;
-    for (std::size_t ascii = 0; end < bytes.size() && ascii <= kLongRun; ++end) {
-      ascii = static_cast<unsigned char>(bytes[end]) < 0x80 ? ascii + 1 : 0;
-    }
-    const IconvOutcome outcome = iconv_to_wide(name, bytes.substr(0, end), out);
+    const auto mark = [page](char byte) { return is_mark(page, byte); };
+    const auto first = std::find_if(bytes.begin(), bytes.end(), mark);
+    auto plain = static_cast<std::size_t>(first - bytes.begin());
+    if (plain > 0 && first != bytes.end()) --plain;
+    all.loss |= decode_with(table->wide(), bytes.substr(0, plain), out);
+    bytes.remove_prefix(plain);
+    const auto behind = std::find_if_not(std::min(first, bytes.end()), bytes.end(), mark);
+    const auto joined = static_cast<std::size_t>(behind - bytes.begin());
+    const IconvOutcome outcome = iconv_to_wide(name, bytes.substr(0, joined), out);
     all = {outcome.converter, all.loss || outcome.loss};
-    bytes.remove_prefix(end);
+    bytes.remove_prefix(joined);
   }
   return all;
 }
@@ -180,8 +180,8 @@ Outcome decode(UINT page, std::string_view bytes, WideOutput& out) {
   }
   const char* name = iconv_name(page);
   if (name == nullptr) return {false, false};
-  const IconvOutcome outcome =
-      joins_marks(page) ? decode_with_marks(name, bytes, out) : iconv_to_wide(name, bytes, out);
+  const IconvOutcome outcome = joins_marks(page) ? decode_with_marks(name, page, bytes, out)
+                                                 : iconv_to_wide(name, bytes, out);
   return {outcome.converter, outcome.loss};
 }
 

@@ -19,6 +19,13 @@ namespace tallowbrook::platform {
 // True for the pages whose converters join a letter and the marks behind it into one character.
 [[nodiscard]] constexpr bool joins_marks(UINT page) { return page == 1255 || page == 1258; }
 
+// The bytes of those marks: the Hebrew points, the Vietnamese tones.
+[[nodiscard]] constexpr bool is_mark(UINT page, char byte) {
+  const auto value = static_cast<unsigned char>(byte);
+  if (page == 1255) return value >= 0xC0 && value <= 0xD3 && value != 0xCA;  // CA is none
+  return value == 0xCC || value == 0xD2 || value == 0xDE || value == 0xEC || value == 0xF2;
+}
+
 // How a conversion went. `converter` is false when the C library has none of that name, and then
 // nothing was put out. `loss` tells that something had to be replaced.
 struct IconvOutcome {

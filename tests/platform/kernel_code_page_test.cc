@@ -8,6 +8,7 @@
 
 #include "platform/kernel/handles.h"
 #include "platform/kernel/iconv_page.h"
+#include "platform/kernel/unicode.h"
 
 namespace tallowbrook::platform {
 namespace {
@@ -168,6 +169,32 @@ TEST(CodePage, FastConversionsAgreeWithIconv) {
     const std::string theirs = through_iconv("UTF-16LE", "CP1252", text);
     if (theirs.empty()) continue;  // undefined there, a control here
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(widen(1252, text).data()), 2), theirs);
+  }
+}
+
+// Tables and the letters with marks agree with the C library's converters.
+TEST(CodePage, TablesAgreeWithIconv) {
+  std::mt19937 random(5);
+  for (const UINT page : {37U, 437U, 874U, 1251U, 1255U, 1258U, 20866U, 28605U, 10000U}) {
+    for (int round = 0; round < 200; ++round) {
+      std::string bytes(random() % 60, '\0');
+      for (char& byte : bytes)
+        byte = static_cast<char>(random() % (round % 2 == 0 ? 256 : 128) + 64);
+      // The library holds a letter back for its marks, behind a byte that means nothing.
+      for (char& byte : bytes) {
+        if (widen(page, {&byte, 1}) == std::u16string{kReplacement}) byte = 'x';
+      }
+      std::u16string theirs(200, 0);
+      WideOutput wide(theirs.data(), theirs.size());
+      iconv_to_wide(iconv_name(page), bytes, wide);
+      theirs.resize(wide.count());
+      ASSERT_EQ(widen(page, bytes), theirs) << page;
+      std::string back(400, 0);
+      ByteOutput narrowed(back.data(), back.size());
+      iconv_from_wide(iconv_name(page), theirs, '?', narrowed);
+      back.resize(narrowed.count());
+      ASSERT_EQ(narrow(page, theirs), back) << page;
+    }
   }
 }
 
