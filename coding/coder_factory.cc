@@ -2,6 +2,7 @@
 
 #include "coding/base64.h"
 #include "coding/default_coder.h"
+#include "coding/quoted_printable.h"
 #include "coding/raw_coder.h"
 #include "tallowbrook/enumerations.h"
 
@@ -13,6 +14,8 @@ std::unique_ptr<CMIMECode> make_coder(std::int32_t encoding) {
     case EncoderTypes::EightBit:
     case EncoderTypes::Binary:
       return std::make_unique<CDefaultCoder>();
+    case EncoderTypes::QuotedPrintable:
+      return std::make_unique<CQuotedPrintable>();
     case EncoderTypes::Base64:
       return std::make_unique<CBase64>();
     default:

@@ -11,29 +11,17 @@
 #include "coding/default_coder.h"
 #include "coding/raw_coder.h"
 #include "streams/memory_stream.h"
+#include "tests/support/conversion.h"
 #include "tests/support/host_stream.h"
 
 namespace tallowbrook {
 namespace {
 
-using Direction = void (CMIMECode::*)(IStream&, IStream&);
-constexpr Direction kEncode = &CMIMECode::Encode;
-constexpr Direction kDecode = &CMIMECode::Decode;
+using test::kDecode;
+using test::kEncode;
 
-// The result of a conversion, the same whatever stream the text comes from.
-std::string run(CMIMECode& coder, Direction direction, const std::string& text) {
-  CISSHelper memory;
-  memory.write(text);
-  memory.rewind();
-  CISSHelper result;
-  (coder.*direction)(memory, result);
-  for (const ULONG step : {1u, 2u, 7u, 4096u, 1u << 20}) {
-    test::HostStream input(text, step);
-    CISSHelper output;
-    (coder.*direction)(input, output);
-    EXPECT_TRUE(output.bytes() == result.bytes()) << "in steps of " << step;
-  }
-  return std::string(result.bytes());
+std::string run(CMIMECode& coder, test::Direction direction, const std::string& text) {
+  return test::converted(coder, direction, text);
 }
 
 struct Case {
