@@ -22,7 +22,7 @@ namespace tallowbrook {
 // The text as the lines of one header field, for writing (RFC 5322 section 2.2.3): it can neither
 // begin another field nor end the header. A line end (CRs before an LF, an LF, a CR alone) that
 // white space follows stays as it is; one that it does not follow becomes CR LF TAB; lines of
-// blanks alone and line ends at the end go. Well-formed folded text comes back unchanged.
+// blanks alone, line ends at the end and NULs go. Well-formed folded text comes back unchanged.
 [[nodiscard]] std::string folded(std::string_view text);
 
 // The value converted to a string, by-reference arguments followed; nothing when it does not

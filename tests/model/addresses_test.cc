@@ -89,8 +89,8 @@ TEST(Addresses, ListOfAnythingElseIsItsText) {
 
 TEST(HeaderText, NoTextLeavesItsField) {
   const struct {
-    const char* given;
-    const char* written;
+    std::string given;
+    std::string written;
   } rows[] = {
       {"plain", "plain"},
       {"a\r\nBcc: x", "a\r\n\tBcc: x"},
@@ -103,6 +103,9 @@ TEST(HeaderText, NoTextLeavesItsField) {
       {"\r\na", "a"},
       {"\n.\r\n", "."},
       {"\r\r\r", ""},
+      {{"p\0q", 3}, "pq"},
+      {{"a\n\0\nX: 1", 8}, "a\r\n\tX: 1"},
+      {{"a\r\0\n b", 6}, "a\r\n b"},
   };
   for (const auto& row : rows) EXPECT_EQ(folded(row.given), row.written) << row.given;
 }
