@@ -27,7 +27,10 @@ ULONGLONG remaining_length(IStream& stream) {
 }
 
 BlockReader::BlockReader(ISequentialStream& stream)
-    : stream_(stream), memory_(platform::query<CISSHelper>(&stream)) {}
+    : stream_(stream), memory_(platform::query<CISSHelper>(&stream)) {
+  // A stream that only hands on the queries of a memory stream has a Read of its own.
+  if (memory_.get() != &stream) memory_.reset();
+}
 
 std::string_view BlockReader::next(std::size_t limit) {
   if (memory_) {

@@ -182,7 +182,7 @@ class Failing final : public Object<Confined, IStream> {
 TEST(MimeDecoder, AStreamThatFailsIsNoGoodLoad) {
   const auto message = test::new_message();
   const auto stream = make_object<Failing>(kSmall);
-  EXPECT_EQ(message.query<IPersistStream>()->Load(stream.get()), STG_E_MEDIUMFULL);
+  EXPECT_EQ(message.query<IPersistStream>()->Load(stream.get()), E_ABORT);
   EXPECT_NE(test::take_error_text(), "");
   EXPECT_EQ(test::read_text(message.get(), u"Subject"), "one");
   EXPECT_EQ(test::read(message.get(), u"Body").vt, VT_EMPTY);
@@ -214,11 +214,18 @@ TEST(MimeDecoder, FilesAndStreams) {
 TEST(MimeDecoder, ChangesReachTheBoundStreamAndTheEnclosingMessage) {
   const auto outer = make_object<CMimeDecoder>();
   const auto stream = CISSHelper::create_with(kSmall);
-  const auto inner = make_object<CMimeDecoder>(outer->link(), stream);
+  HeaderValue record = HeaderValue::list(HeaderValue());
+  set_major(record, HeaderValue::integer(kMessage));
+  set_decoded_content(record, stream);
+  record.pin();
+  EmbeddedPlace place(record);
+  const auto inner = make_object<CMimeDecoder>(outer->link(), place);
+  place.show(*inner);
   ASSERT_EQ(inner->Load(static_cast<IStream*>(stream.get())), S_OK);
   EXPECT_EQ(inner->put_Subject(text("two")), S_OK);
   EXPECT_NE(stream->bytes().find("Subject: two\r\n"), std::string::npos);
   EXPECT_FALSE(stream->bytes().ends_with("\r\n.\r\n"));
+  EXPECT_FALSE(is_decoded(record));
   EXPECT_EQ(outer->IsDirty(), S_OK);
 }
 
