@@ -3,9 +3,11 @@
 #include <cstdio>
 #include <utility>
 
+#include "coding/uuencode.h"
 #include "core/text.h"
 #include "parser/report.h"
 #include "parser/scanner.h"
+#include "streams/memory_stream.h"
 
 namespace tallowbrook {
 namespace {
@@ -32,6 +34,24 @@ HeaderValue text_of(std::string_view before, const HeaderValue& middle, std::str
 
 // A subtype that only names its major type: plain, jpeg, octet-stream, basic, mpeg, rfc822.
 std::int32_t default_subtype(Major major) { return major == Major::Image ? 1 : 0; }
+
+// A line of a file that begins with "end" by chance: it is as long as its count says.
+bool is_encoded_line(std::string_view line) {
+  while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.remove_suffix(1);
+  if (line.empty() || line[0] <= ' ') return false;
+  const auto count = static_cast<std::size_t>(line[0] - ' ');
+  return line.size() == 1 + (count + 2) / 3 * 4;
+}
+
+// True when the lines of a block give at least one byte.
+bool holds_bytes(const HeaderValue& lines) {
+  CISSHelper input;
+  input.write(lines.raw_view());
+  input.rewind();
+  CISSHelper bytes;
+  CUUCoder().Decode(input, bytes);
+  return bytes.size() > 0;
+}
 
 }  // namespace
 
@@ -253,6 +273,11 @@ HeaderValue Actions::next_begin_line(HeaderValue body, HeaderValue& line) {
   return body;
 }
 
+void Actions::uu_done(HeaderValue& blocks) {
+  blocks = uu_close(std::move(blocks));
+  single(blocks);
+}
+
 HeaderValue Actions::uu_start() {
   in_uuencode_ = false;
   return HeaderValue::list(HeaderValue::raw_content());
@@ -268,14 +293,32 @@ HeaderValue Actions::uu_text(HeaderValue blocks, HeaderValue line) {
 }
 
 HeaderValue Actions::uu_begin(HeaderValue blocks, HeaderValue line) {
+  blocks = uu_close(std::move(blocks));
   in_uuencode_ = true;
   HeaderValue begin_line = HeaderValue::text(line.text_view());
   blocks.push_back(HeaderValue::list(std::move(begin_line), HeaderValue::raw_content()));
   return blocks;
 }
 
-HeaderValue Actions::uu_end(HeaderValue blocks, HeaderValue&) {
-  in_uuencode_ = false;
+HeaderValue Actions::uu_end(HeaderValue blocks, HeaderValue& line) {
+  if (!in_uuencode_ || is_encoded_line(line.text_view())) {
+    return uu_text(std::move(blocks), std::move(line));
+  }
+  if (holds_bytes(blocks[blocks.size() - 1][1])) {
+    in_uuencode_ = false;
+    return blocks;
+  }
+  return uu_text(uu_close(std::move(blocks)), std::move(line));
+}
+
+// A block that is still open has no end line, so it is none: its lines are text.
+HeaderValue Actions::uu_close(HeaderValue blocks) {
+  if (!std::exchange(in_uuencode_, false)) return blocks;
+  const HeaderValue block = blocks[blocks.size() - 1];
+  blocks.erase_element(blocks.size() - 1);
+  HeaderValue& text = blocks.element(0);
+  text.Append(block[0]);
+  text.Append(HeaderValue::text(block[1].raw_view()));
   return blocks;
 }
 

@@ -88,6 +88,7 @@ class Actions {
   HeaderValue first_line(HeaderValue line);
   HeaderValue first_begin_line(HeaderValue line);
   HeaderValue next_begin_line(HeaderValue body, HeaderValue& line);
+  void uu_done(HeaderValue& blocks);
   HeaderValue uu_start();
   HeaderValue uu_text(HeaderValue blocks, HeaderValue line);
   HeaderValue uu_begin(HeaderValue blocks, HeaderValue line);
@@ -109,6 +110,8 @@ class Actions {
   void syntax_error(const std::string& text, long line);
 
  private:
+  HeaderValue uu_close(HeaderValue blocks);
+
   Scanner& scanner_;
   ParseRun* run_ = nullptr;
   bool in_uuencode_ = false;

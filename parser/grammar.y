@@ -255,7 +255,7 @@ destination:
   | tok_InternalAddress addresses            /*  52 */ { act.single($2); }
   | tok_InternalCTTYPE mime_type             /*  53 */ { act.single($2); }
   | tok_InternalDisposition content_dispval  /*  54 */ { act.single($2); }
-  | tok_InternalUUEnc uuencode               /*  55 */ { act.single($2); }
+  | tok_InternalUUEnc uuencode               /*  55 */ { act.uu_done($2); }
   | tok_To                                   /*  56 */
   | tok_ResentTo                             /*  57 */
   | tok_cc                                   /*  58 */
