@@ -135,7 +135,8 @@ bool is_white(char16_t unit) { return unit == ' ' || unit == '\t' || unit == '\r
 // One pass over a text. Quotes and words that it uncovers are left for the next.
 class Pass {
  public:
-  Pass(const PartlyFinal& source, WordDecoder& words) : source_(source), words_(words) {}
+  Pass(const PartlyFinal& source, WordDecoder& words, bool keep_quotes)
+      : source_(source), words_(words), keep_quotes_(keep_quotes) {}
 
   // True when quotes went: what they held may hold quotes and words itself.
   bool run() {
@@ -185,7 +186,7 @@ class Pass {
   }
 
   std::size_t outside(std::u16string_view text, std::size_t at) {
-    if (text[at] == '"') {
+    if (text[at] == '"' && !keep_quotes_) {
       unquoted_ = true;
       state_ = State::kQuoted;
       return at + 1;
@@ -263,6 +264,7 @@ class Pass {
 
   const PartlyFinal& source_;
   WordDecoder& words_;
+  bool keep_quotes_;
   State state_ = State::kOutside;
   std::size_t word_ = 0;           // where the word begins that is being read
   std::size_t after_word_ = npos;  // where the last word's text ends in the result
@@ -288,6 +290,19 @@ std::string utf8_word(std::u16string_view text) {
   return "=?UTF-8?B?" + base64 + "?=";
 }
 
+std::u16string decode(std::string_view text, bool keep_quotes) {
+  PartlyFinal current{to_wide(text), {}};
+  if (!has_quotes_or_words(text)) return std::move(current.text);
+  WordDecoder words;
+  bool again = true;
+  for (int passes = 0; again && passes < kMostPasses; ++passes) {
+    Pass pass(current, words, keep_quotes);
+    again = pass.run();
+    current = std::move(pass.result);
+  }
+  return std::move(current.text);
+}
+
 }  // namespace
 
 int EncodeHeaderText(std::u16string_view text, const char* charset, std::string& encoded) {
@@ -309,17 +324,12 @@ int DecodeEncodedWord(std::string_view text, DecodedWord& result) {
   return WordDecoder().decode(text, result) ? 1 : 0;
 }
 
-std::u16string decode_words(std::string_view text) {
-  PartlyFinal current{to_wide(text), {}};
-  if (!has_quotes_or_words(text)) return std::move(current.text);
-  WordDecoder words;
-  bool again = true;
-  for (int passes = 0; again && passes < kMostPasses; ++passes) {
-    Pass pass(current, words);
-    again = pass.run();
-    current = std::move(pass.result);
-  }
-  return std::move(current.text);
+std::u16string decode_words(std::string_view text) { return decode(text, false); }
+
+std::u16string decode_words_keeping_quotes(std::string_view text) { return decode(text, true); }
+
+std::string remove_quotes_and_words(std::string_view text) {
+  return text.find(kWordStart) == text.npos ? remove_quotes(text) : to_ansi(decode_words(text));
 }
 
 void DecodeHeaderText(std::string_view text, std::string& decoded, std::u16string* wide) {

@@ -24,6 +24,11 @@ int EncodeHeaderText(std::u16string_view text, const char* charset, std::string&
 // Reads a header text in the ANSI code page.
 void DecodeHeaderText(std::string_view text, std::string& decoded, std::u16string* wide = nullptr);
 [[nodiscard]] std::u16string decode_words(std::string_view text);
+// The same, but quotes and backslashes are text.
+[[nodiscard]] std::u16string decode_words_keeping_quotes(std::string_view text);
+// The same in the ANSI code page, for values that are no text for readers, such as boundaries:
+// quotes and words go. Costs no more than `remove_quotes` where there is no word.
+[[nodiscard]] std::string remove_quotes_and_words(std::string_view text);
 
 // What one encoded word stands for, with the text around it. Words of one charset in the Q encoding
 // that follow each other without a gap decode as one.

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "coding/encoded_words.h"
 #include "core/text.h"
 #include "parser/load.h"
 #include "platform/kernel/random.h"
@@ -288,6 +289,7 @@ std::string boundary_text(const HeaderValue& content_type) {
   const HeaderValue* boundary = find_parameter(content_type[kTypeParameters], "boundary");
   if (boundary == nullptr) return {};
   const std::string text = boundary->AsText();
+  if (text.find("=?") != text.npos) return remove_quotes_and_words(text);
   return is_quoted(text) ? text.substr(1, text.size() - 2) : text;
 }
 

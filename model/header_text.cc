@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "coding/encoded_words.h"
 #include "core/text.h"
 
 namespace tallowbrook {
@@ -23,10 +24,12 @@ bool is_blank(std::string_view line) {
 
 }  // namespace
 
-std::u16string decode_header_text(std::string_view text) { return to_wide(text); }
+std::u16string decode_header_text(std::string_view text) { return decode_words(text); }
 
-std::string encode_header_text(std::u16string_view text, std::string_view /*charset*/) {
-  return to_ansi(text);
+std::string encode_header_text(std::u16string_view text, std::string_view charset) {
+  std::string encoded;
+  EncodeHeaderText(text, std::string(charset).c_str(), encoded);
+  return encoded;
 }
 
 std::string folded(std::string_view text) {

@@ -9,14 +9,12 @@
 
 namespace tallowbrook {
 
-// What a reader sees of a header text: encoded words (RFC 2047) decoded, other bytes taken from the
-// system ANSI code page.
-// Encoded words stay as they are until the coder for them exists.
+// What a reader sees of a header text: encoded words (RFC 2047) decoded, quoted strings without
+// their quotes, other bytes taken from the system ANSI code page.
 [[nodiscard]] std::u16string decode_header_text(std::string_view text);
 
-// A host's text as it is stored in a field: characters outside ASCII become encoded words in
-// `charset` (empty: the system's).
-// Stored in the ANSI code page until the coder for encoded words exists.
+// A host's text as it is stored in a field: as encoded words, in `charset` where that is UTF-8
+// (EncodeHeaderText tells when in another). It reads back as it was, whatever it holds.
 [[nodiscard]] std::string encode_header_text(std::u16string_view text, std::string_view charset);
 
 // The text as the lines of one header field, for writing (RFC 5322 section 2.2.3): it can neither

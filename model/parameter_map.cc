@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "coding/encoded_words.h"
 #include "core/creators.h"
 #include "core/guard.h"
 #include "core/text.h"
@@ -42,7 +43,7 @@ HRESULT CParameterMap::get_Item(VARIANT index, VARIANT* value) {
         wanted.kind == ViewIndex::Name
             ? map_.mutable_entries().at_or_add(wanted.name)
             : map_.entries().at(static_cast<std::size_t>(wanted.position))->second;
-    (found.is(ValueKind::Text) ? Variant(decode_header_text(found.text_view())) : to_variant(found))
+    (found.is(ValueKind::Text) ? Variant(decode_words_keeping_quotes(found.text_view())) : to_variant(found))
         .detach_to(value);
     return S_OK;
   });

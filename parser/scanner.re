@@ -39,6 +39,7 @@
 #include <limits>
 #include <utility>
 
+#include "coding/encoded_words.h"
 #include "core/text.h"
 #include "parser/grammar.h"
 #include "parser/input_reader.h"
@@ -328,7 +329,7 @@ int Scanner::body_end_of_data() {
 }
 
 std::string usable_boundary(std::string_view value) {
-  std::string boundary = remove_quotes(value);
+  std::string boundary = remove_quotes_and_words(value);
   if (boundary.find_first_not_of(" \t\r\n") == std::string::npos) boundary.clear();
   return boundary;
 }

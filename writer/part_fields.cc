@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "coding/encoded_words.h"
 #include "core/text.h"
 #include "model/header_text.h"
 
@@ -20,6 +21,11 @@ void append_parameter(std::string& text, std::string_view name, std::string_view
   text.append(";\r\n\t").append(name).append("=").append(quoted(value));
 }
 
+// Values that programs compare, not people read: encoded words that a host's put made of them go.
+bool is_plain(std::string_view name) {
+  return equals_ignoring_case(name, "boundary") || equals_ignoring_case(name, "charset");
+}
+
 // Appends one parameter as a reader of the message expects it: names for the parser's numbers.
 void append_value(std::string& text, std::string_view name, const HeaderValue& value) {
   const auto number = static_cast<std::size_t>(value.number());
@@ -29,7 +35,9 @@ void append_value(std::string& text, std::string_view name, const HeaderValue& v
              number < std::size(kPermissions)) {
     append_parameter(text, name, kPermissions[number]);
   } else {
-    append_parameter(text, name, value.AsText());
+    const std::string written = value.AsText();
+    const bool worded = is_plain(name) && written.find("=?") != written.npos;
+    append_parameter(text, name, worded ? remove_quotes_and_words(written) : written);
   }
 }
 

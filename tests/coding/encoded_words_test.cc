@@ -86,6 +86,13 @@ TEST(EncodedWords, Decode) {
   }
 }
 
+TEST(EncodedWords, QuotesCanBeKept) {
+  EXPECT_EQ(decode_words_keeping_quotes(R"("a\" "=?utf-8?Q?=C3=A9=22?="")"),
+            u"\"a\\\" \"\u00E9\"\"\"");
+  EXPECT_EQ(remove_quotes_and_words("\"=?us-ascii?Q?a_b?=\""), "a b");
+  EXPECT_EQ(remove_quotes_and_words(R"("a\"b")"), "a\"b");
+}
+
 TEST(EncodedWords, OneWordWithTheTextAroundIt) {
   DecodedWord word;
   EXPECT_EQ(DecodeEncodedWord("\xE9 =?utf-8?Q?=C3=A9?= b", word), 1);

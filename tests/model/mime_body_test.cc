@@ -181,7 +181,7 @@ TEST_F(MimeBodyTest, PutsStoreByTheTypeOfTheValue) {
   EXPECT_EQ(part->put_Charset(Variant(u"utf-8")), S_OK);
   EXPECT_EQ(part->put_Name(Bstr(u"a b").get()), S_OK);
   EXPECT_EQ(test::dump(field_value(record, kType)[kTypeParameters]),
-            "{charset=\"\"utf-8\"\", name=\"\"a b\"\"}");
+            "{charset=\"\"utf-8\"\", name=\"\"=?iso-8859-1?Q?a_b?=\"\"}");
   EXPECT_EQ(part->put_ExtField(Bstr(u"X:Y").get(), Variant(u"v")), E_INVALIDARG);
   EXPECT_EQ(part->put_ExtField(nullptr, Variant(u"v")), E_INVALIDARG);
   EXPECT_EQ(part->put_ExtField(Bstr(u"X-Y").get(), Variant(u"v")), S_OK);

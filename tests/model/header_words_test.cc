@@ -1,0 +1,97 @@
+// Encoded words where a host meets them: subject, display names, part names, parameters, boundary.
+#include <gtest/gtest.h>
+
+#include "tests/model/host.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+using platform::Variant;
+
+std::u16string wide_of(IDispatch* object, std::u16string_view name) {
+  const Variant value = test::read(object, name);
+  EXPECT_EQ(value.vt, VT_BSTR) << to_ansi(name);
+  return std::u16string(value.text());
+}
+
+ComPtr<IDispatch> object_of(const Variant& value) {
+  EXPECT_EQ(value.vt, VT_DISPATCH);
+  return ComPtr<IDispatch>(value.pdispVal);
+}
+
+const std::u16string kTexts[] = {
+    u"plain",
+    u"Gr\u00FC\u00DFe, \"J\u00F6rg\" =?utf-8?Q?x?= \\ \"",
+    u"\u65E5\u672C\U0001F600",
+    u"line\r\nTo: b@c\r\n\r\nbody",
+    std::u16string(300, u'\u00E9') + u" end ",
+};
+
+TEST(HeaderWords, PutsReadBackNowAndAfterALoad) {
+  for (const char16_t* charset : {u"", u"utf-8"}) {
+    for (const std::u16string& text : kTexts) {
+      const auto message = test::new_message();
+      EXPECT_EQ(test::put(message.get(), u"Charset", Variant(charset)), S_OK);
+      EXPECT_EQ(test::put(message.get(), u"Subject", Variant(text)), S_OK);
+      const auto body = object_of(test::read(message.get(), u"Body"));
+      EXPECT_EQ(test::put(body.get(), u"FileName", Variant(text)), S_OK);
+      EXPECT_EQ(wide_of(message.get(), u"Subject"), text);
+      EXPECT_EQ(wide_of(body.get(), u"Name"), text);
+      EXPECT_EQ(wide_of(body.get(), u"FileName"), text);
+      test::put(body.get(), u"Value", Variant(u"x"));
+      const auto again = test::loaded(test::saved(message));
+      EXPECT_EQ(wide_of(again.get(), u"Subject"), text);
+      const auto part = object_of(test::read(again.get(), u"Body"));
+      EXPECT_EQ(wide_of(part.get(), u"Name"), text) << test::saved(message);
+      EXPECT_EQ(wide_of(part.get(), u"FileName"), text);
+    }
+  }
+}
+
+TEST(HeaderWords, DisplayNames) {
+  ComPtr<IDispatch> address;
+  EXPECT_EQ(create_mail_address(IDispatch::kIid, address.out_void()), S_OK);
+  for (const std::u16string& text : kTexts) {
+    EXPECT_EQ(test::put(address.get(), u"Name", Variant(text)), S_OK);
+    EXPECT_EQ(wide_of(address.get(), u"Name"), text);
+  }
+  const auto message = test::loaded(
+      "To: =?iso-8859-1?Q?J=F6?= =?utf-8?B?cmc=?= <a@b>, \"Doe, =?utf-8?Q?J=C3=B6?=\" "
+      "<c@d>\r\n\r\n");
+  const auto list = object_of(test::read(message.get(), u"To"));
+  const std::u16string names[] = {u"J\u00F6rg", u"Doe, J\u00F6"};
+  for (LONG i = 0; i < 2; ++i) {
+    const auto one = object_of(platform::get(list.get(), u"Item", i).value);
+    EXPECT_EQ(wide_of(one.get(), u"Name"), names[i]);
+  }
+}
+
+TEST(HeaderWords, ParametersKeepTheirQuotesAndTheBoundaryIsPlain) {
+  const auto message = test::loaded(
+      "Content-Type: multipart/mixed; boundary=\"=?us-ascii?Q?a_b?=\"\r\n\r\n"
+      "--a b\r\nContent-Type: text/plain; name=\"=?utf-8?Q?=C3=A9?=.txt\"\r\n\r\none\r\n--a "
+      "b--\r\n");
+  const auto body = object_of(test::read(message.get(), u"Body"));
+  EXPECT_EQ(test::read(body.get(), u"Count").lVal, 1);
+  const auto part = object_of(platform::get(body.get(), u"Item", LONG{0}).value);
+  EXPECT_EQ(wide_of(part.get(), u"Name"), u"\u00E9.txt");
+  const auto type = object_of(test::read(part.get(), u"ContentType"));
+  const auto parameters = object_of(test::read(type.get(), u"Parameters"));
+  EXPECT_EQ(platform::get(parameters.get(), u"Item", Variant(u"name")).value.text(),
+            u"\"\u00E9.txt\"");
+
+  // A boundary put as text for readers is written as what it stands for.
+  const auto root_type = object_of(test::read(body.get(), u"ContentType"));
+  const auto root_parameters = object_of(test::read(root_type.get(), u"Parameters"));
+  EXPECT_EQ(
+      platform::call(root_parameters.get(), u"Modify", Variant(u"boundary"), Variant(u"new b"))
+          .status,
+      S_OK);
+  const std::string saved = test::saved(message);
+  EXPECT_NE(saved.find("boundary=\"new b\""), std::string::npos) << saved;
+  EXPECT_NE(saved.find("\r\n--new b--"), std::string::npos) << saved;
+}
+
+}  // namespace
+}  // namespace tallowbrook
