@@ -33,14 +33,14 @@ std::string encode_header_text(std::u16string_view text, std::string_view charse
 }
 
 std::string folded(std::string_view text) {
-  std::size_t stop = text.find_first_of(kLineEnds);
-  if (stop == std::string_view::npos) return std::string(text);
-  std::string result;
   if (text.find('\0') != std::string_view::npos) {  // a reader may pass over it
     std::string kept(text);
     std::erase(kept, '\0');
     return folded(kept);
   }
+  std::size_t stop = text.find_first_of(kLineEnds);
+  if (stop == std::string_view::npos) return std::string(text);
+  std::string result;
   result.reserve(text.size() + 16);
   result.append(text.substr(0, stop));
   while (stop != std::string_view::npos) {
