@@ -154,9 +154,10 @@ HRESULT CMimeDecoder::Save(IStream* stream, BOOL clear_dirty) {
   if (stream == nullptr) return E_INVALIDARG;
   return guarded([&] {
     const auto held = self();
-    const HRESULT status = write(*stream, false).status;
-    if (SUCCEEDED(status) && clear_dirty != FALSE) set_dirty(false);
-    return status;
+    const WriteOutcome outcome = write(*stream, false);
+    const bool written = SUCCEEDED(outcome.status) && outcome.complete;
+    if (written && clear_dirty != FALSE) set_dirty(false);
+    return outcome.status;
   });
 }
 

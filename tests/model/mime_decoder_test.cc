@@ -5,6 +5,7 @@
 #include "tallowbrook/events.h"
 #include "tests/model/host.h"
 #include "tests/support/dump.h"
+#include "tests/support/host_stream.h"
 
 namespace tallowbrook {
 namespace {
@@ -85,6 +86,10 @@ TEST(MimeDecoder, DirtyFlag) {
   EXPECT_TRUE(dirtied());
   EXPECT_EQ(message.query<IPersistStream>()->Save(stream.get(), FALSE), S_OK);
   EXPECT_TRUE(is_dirty(message));
+  test::HostStream failing;
+  failing.writes_before_failure = 0;
+  EXPECT_EQ(message.query<IPersistStream>()->Save(&failing, TRUE), S_OK);
+  EXPECT_TRUE(is_dirty(message)) << "nothing was written";
   EXPECT_EQ(message.query<IPersistStream>()->Save(stream.get(), TRUE), S_OK);
   EXPECT_FALSE(is_dirty(message));
   EXPECT_TRUE(dirtied());
