@@ -83,6 +83,8 @@ void MessageStore::join_raw(FieldSlot& slot, HeaderValue raw) {
     slot.put(std::move(raw));
     return;
   }
+  // A handler that ran during the load may have read the field: it goes back to its text.
+  if (slot.source.is_set()) slot.value = std::exchange(slot.source, {});
   if (!slot.value.is(ValueKind::Raw)) return;
   slot.joins.push_back(static_cast<std::uint32_t>(slot.value.raw_view().size()));
   slot.value.AppendText(kJoin);

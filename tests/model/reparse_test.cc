@@ -126,5 +126,20 @@ TEST(Reparse, HandlersThatRunMeanwhileHarmNothing) {
   EXPECT_FALSE(cc.source.is_set());
 }
 
+TEST(Reparse, OccurrencesMeetAFieldThatWasReadDuringItsLoad) {
+  Owner owner;
+  FieldSlot& to = owner.store_.slot(SlotId::To);
+  for (const char* text : {"a@x,", "b@x", "c@x"}) {
+    owner.store_.store_field(SlotId::To, HeaderValue::raw(text));
+    read(owner, to, "To", ReadMode::List);
+  }
+  EXPECT_EQ(read(owner, to, "To", ReadMode::List), (Lines{"map", "a@x|", "b@x|", "c@x|"}));
+  EXPECT_EQ(to.source.AsText(), "a@x,\r\n\tb@x\r\n\tc@x");
+  // What a host put stays.
+  to.put(HeaderValue::text("put"));
+  owner.store_.store_field(SlotId::To, HeaderValue::raw("d@x"));
+  EXPECT_EQ(to.value.AsText(), "put");
+}
+
 }  // namespace
 }  // namespace tallowbrook
