@@ -37,7 +37,7 @@ HRESULT CFieldCollection::get_Item(LONG index, BSTR* name) {
   if (name == nullptr) return E_POINTER;
   *name = nullptr;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     if (index < 0 || static_cast<std::size_t>(index) >= fields_.size()) return E_INVALIDARG;
     *name = to_bstr(shown_name(fields_[static_cast<std::size_t>(index)])).detach();
     return S_OK;
@@ -48,7 +48,7 @@ HRESULT CFieldCollection::get_Count(LONG* count) {
   if (count == nullptr) return E_POINTER;
   *count = 0;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     *count = static_cast<LONG>(fields_.size());
     return S_OK;
   });
@@ -69,7 +69,7 @@ std::size_t CFieldCollection::remove_named(std::string_view name) {
 
 HRESULT CFieldCollection::Remove(VARIANT index) {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     const ViewIndex wanted = view_index(index);
     if (wanted.kind == ViewIndex::Name) {
       if (remove_named(wanted.name) == 0) return E_FAIL;
@@ -85,7 +85,7 @@ HRESULT CFieldCollection::Remove(VARIANT index) {
 
 HRESULT CFieldCollection::Clear() {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     fields_.clear_elements();
     notify_changed(message_);
     return S_OK;

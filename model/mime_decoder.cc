@@ -132,6 +132,7 @@ HRESULT CMimeDecoder::Load(IDispatch* stream_object, VARIANT_BOOL* done) {
   if (done == nullptr) return E_POINTER;
   *done = VARIANT_FALSE;
   return guarded([&] {
+    const auto held = self();
     const auto stream = platform::query<IStream>(stream_object);
     if (stream) *done = as_boolean(SUCCEEDED(load(*stream)));
     return S_OK;
@@ -165,6 +166,7 @@ HRESULT CMimeDecoder::SaveToFile(BSTR path, VARIANT_BOOL* done) {
   if (done == nullptr) return E_POINTER;
   *done = VARIANT_FALSE;
   return guarded([&] {
+    const auto held = self();
     const auto file = CFileSystemStream::open_for_writing(path);
     if (!file) return S_OK;
     const WriteOutcome outcome = write(*file, false);
@@ -179,6 +181,7 @@ HRESULT CMimeDecoder::Save(IDispatch* stream_object, VARIANT_BOOL* done) {
   if (done == nullptr) return E_POINTER;
   *done = VARIANT_FALSE;
   return guarded([&] {
+    const auto held = self();
     const auto stream = platform::query<IStream>(stream_object);
     if (!stream) return S_OK;
     const WriteOutcome outcome = write(*stream, false);
@@ -218,7 +221,7 @@ HRESULT CMimeDecoder::ParseHeaderInto(std::string_view name, std::string_view te
   HeaderValue value;
   HRESULT status = S_OK;
   {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *held);
     status = parse_field(name, text, value);
   }
   if (SUCCEEDED(status)) target = std::move(value);

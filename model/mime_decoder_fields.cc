@@ -1,5 +1,6 @@
 // The mail properties. A getter of a field that a load left unparsed has it parsed first; a put
-// forgets what was loaded.
+// forgets what was loaded. Waiting for the parser, and an object that a host puts, may run code
+// that releases the message: those members hold it.
 #include <string>
 #include <utility>
 
@@ -25,6 +26,7 @@ HRESULT CMimeDecoder::get_field(SlotId id, ReadMode mode, Reader reader, VARIANT
   if (value == nullptr) return E_POINTER;
   VariantInit(value);
   return guarded([&] {
+    const auto held = self();
     FieldSlot& field = store_.slot(id);
     ReparseHeader(*this, field, field_info(id).name, mode);
     // A list that says nothing ("To: (nobody)") is there, and empty.
@@ -41,6 +43,7 @@ HRESULT CMimeDecoder::put_field(SlotId id, HeaderValue value) {
 
 HRESULT CMimeDecoder::put_date_field(SlotId id, const VARIANT& date) {
   return guarded([&] {
+    const auto held = self();
     HeaderValue value = store_.slot(id).value;
     put_date(value, date);
     return put_field(id, std::move(value));
@@ -50,6 +53,7 @@ HRESULT CMimeDecoder::put_date_field(SlotId id, const VARIANT& date) {
 // A value that is no text leaves the field as it was.
 HRESULT CMimeDecoder::put_plain_text(SlotId id, const VARIANT& value) {
   return guarded([&] {
+    const auto held = self();
     const auto text = text_of(value);
     return text ? put_field(id, HeaderValue::text(*text)) : S_OK;
   });
@@ -60,7 +64,10 @@ HRESULT CMimeDecoder::get_address(SlotId id, VARIANT* value) {
 }
 
 HRESULT CMimeDecoder::put_address(SlotId id, const VARIANT& value) {
-  return guarded([&] { return put_field(id, put_single_address(value)); });
+  return guarded([&] {
+    const auto held = self();
+    return put_field(id, put_single_address(value));
+  });
 }
 
 HRESULT CMimeDecoder::get_addresses(SlotId id, VARIANT* value) {
@@ -68,7 +75,10 @@ HRESULT CMimeDecoder::get_addresses(SlotId id, VARIANT* value) {
 }
 
 HRESULT CMimeDecoder::put_addresses(SlotId id, const VARIANT& value) {
-  return guarded([&] { return put_field(id, put_address_list(value)); });
+  return guarded([&] {
+    const auto held = self();
+    return put_field(id, put_address_list(value));
+  });
 }
 
 // --- addresses -----------------------------------------------------------------------------------

@@ -34,7 +34,7 @@ HRESULT CParameterMap::get_Item(VARIANT index, VARIANT* value) {
   if (value == nullptr) return E_POINTER;
   VariantInit(value);
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     const ViewIndex wanted = view_index(index);
     if (wanted.kind == ViewIndex::None) return S_OK;
     if (wanted.kind == ViewIndex::Position && !wanted.below(map_.entries().size())) return E_FAIL;
@@ -53,7 +53,7 @@ HRESULT CParameterMap::get_Count(LONG* count) {
   if (count == nullptr) return E_POINTER;
   *count = 0;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     *count = static_cast<LONG>(map_.entries().size());
     return S_OK;
   });
@@ -61,7 +61,7 @@ HRESULT CParameterMap::get_Count(LONG* count) {
 
 HRESULT CParameterMap::Remove(VARIANT index) {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     const ViewIndex wanted = view_index(index);
     if (wanted.kind == ViewIndex::Name) {
       if (!map_.mutable_entries().erase(wanted.name)) return S_OK;
@@ -77,7 +77,7 @@ HRESULT CParameterMap::Remove(VARIANT index) {
 
 HRESULT CParameterMap::Clear() {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     map_.mutable_entries().clear();
     changed();
     return S_OK;
@@ -86,7 +86,7 @@ HRESULT CParameterMap::Clear() {
 
 HRESULT CParameterMap::Modify(VARIANT index, VARIANT item, VARIANT_BOOL quote) {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     const ViewIndex wanted = view_index(index);
     if (wanted.kind != ViewIndex::Name) return S_OK;
     HeaderValue value;
@@ -108,7 +108,7 @@ HRESULT CParameterMap::get_ParameterName(LONG index, BSTR* name) {
   if (name == nullptr) return E_POINTER;
   *name = nullptr;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     if (index < 0 || static_cast<std::size_t>(index) >= map_.entries().size()) return E_INVALIDARG;
     *name = to_bstr(map_.entries().at(static_cast<std::size_t>(index))->first).detach();
     return S_OK;
@@ -119,7 +119,7 @@ HRESULT CParameterMap::Exists(VARIANT index, VARIANT_BOOL* exists) {
   if (exists == nullptr) return E_POINTER;
   *exists = VARIANT_FALSE;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     const ViewIndex wanted = view_index(index);
     if (wanted.kind == ViewIndex::Name && map_.entries().find(wanted.name) != nullptr) {
       *exists = VARIANT_TRUE;

@@ -66,7 +66,7 @@ HRESULT CReceivedCollection::get_Item(LONG index, IDispatch** item) {
   if (item == nullptr) return E_POINTER;
   *item = nullptr;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     if (!has(index)) return E_INVALIDARG;
     HeaderValue& record = records_.element(static_cast<std::size_t>(index));
     record.pin();
@@ -79,15 +79,15 @@ HRESULT CReceivedCollection::get_Count(LONG* count) {
   if (count == nullptr) return E_POINTER;
   *count = 0;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
-    *count = static_cast<LONG>(records_.size());
+    const ViewMutex::Hold hold(mutex_, *this);
+    *count = static_cast<LONG>(records().size());
     return S_OK;
   });
 }
 
 HRESULT CReceivedCollection::Remove(LONG index) {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     if (!has(index)) return E_INVALIDARG;
     records_.erase_element(static_cast<std::size_t>(index));
     notify_changed(message_);
@@ -97,8 +97,8 @@ HRESULT CReceivedCollection::Remove(LONG index) {
 
 HRESULT CReceivedCollection::Clear() {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
-    records_.clear_elements();
+    const ViewMutex::Hold hold(mutex_, *this);
+    records().clear_elements();
     notify_changed(message_);
     return S_OK;
   });
@@ -124,7 +124,7 @@ HRESULT CReceived::get_Value(BSTR* text) {
   if (text == nullptr) return E_POINTER;
   *text = nullptr;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     *text = to_bstr(is_unparsed(record_) ? record_[kTraceDate].raw_text() : trace_text(record_))
                 .detach();
     return S_OK;
@@ -133,7 +133,7 @@ HRESULT CReceived::get_Value(BSTR* text) {
 
 HRESULT CReceived::put_Value(BSTR text) {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     record_.element(kTraceParameters).Reset();
     record_.element(kTraceDate) = HeaderValue::raw(to_ansi(platform::view_of(text)));
     record_changed();
@@ -145,7 +145,7 @@ HRESULT CReceived::get_Date(VARIANT* date) {
   if (date == nullptr) return E_POINTER;
   VariantInit(date);
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     if (is_unparsed(record_)) {
       const HRESULT status = ReparseReceived(record_);
       if (FAILED(status)) return status;
@@ -157,7 +157,7 @@ HRESULT CReceived::get_Date(VARIANT* date) {
 
 HRESULT CReceived::put_Date(VARIANT date) {
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     if (is_unparsed(record_)) {
       const HRESULT status = ReparseReceived(record_);
       if (FAILED(status)) return status;
@@ -172,7 +172,7 @@ HRESULT CReceived::get_Parameters(IDispatch** parameters) {
   if (parameters == nullptr) return E_POINTER;
   *parameters = nullptr;
   return guarded([&] {
-    const ViewMutex::Hold hold(mutex_);
+    const ViewMutex::Hold hold(mutex_, *this);
     if (is_unparsed(record_)) {
       const HRESULT status = ReparseReceived(record_);
       if (FAILED(status)) return status;
