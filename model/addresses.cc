@@ -142,7 +142,12 @@ ComPtr<IEnumVARIANT> enumerator_of(IDispatch* object) {
 bool is_nothing(const Variant& value) { return value.vt == VT_EMPTY || value.vt == VT_NULL; }
 
 void append_line(std::string& layout, std::string_view separator, const HeaderValue& address) {
-  layout.append(separator).append(folded(RenderAddress(address))).append("\r\n");
+  const std::string text = folded(RenderAddress(address));
+  if (!trim(text).empty()) layout.append(separator).append(text).append("\r\n");
+}
+
+void append_item(std::string& layout, const HeaderValue& address) {
+  append_line(layout, layout.empty() ? kFirstSeparator : kLaterSeparator, address);
 }
 
 }  // namespace
@@ -186,9 +191,13 @@ HeaderValue put_address_list(const VARIANT& given) {
   return list;
 }
 
-bool is_enumerable(const VARIANT& given) {
-  const ComPtr<IDispatch> object = object_of(direct(given));
-  return static_cast<bool>(enumerator_of(object.get()));
+HeaderValue put_enumerated_or_single(const VARIANT& given) {
+  const Variant value = direct(given);
+  const auto items = enumerator_of(object_of(value).get());
+  if (!items) return put_single_address(value);
+  HeaderValue list = HeaderValue::map();
+  add_items(list.mutable_entries(), *items);
+  return list;
 }
 
 std::string RenderAddress(const HeaderValue& value) {
@@ -200,36 +209,16 @@ std::string RenderAddress(const HeaderValue& value) {
 
 std::string address_layout(const HeaderValue& value) {
   std::string layout;
-  std::string_view separator = kFirstSeparator;
   if (value.is(ValueKind::AddressMap)) {
     for (const auto& [address, name] : value.entries()) {
-      append_line(layout, separator, HeaderValue::address(HeaderValue::text(address), name));
-      separator = kLaterSeparator;
+      append_item(layout, HeaderValue::address(HeaderValue::text(address), name));
     }
   } else if (value.is(ValueKind::List)) {
-    for (std::size_t i = 0; i < value.size(); ++i) {
-      append_line(layout, separator, value[i]);
-      separator = kLaterSeparator;
-    }
+    for (std::size_t i = 0; i < value.size(); ++i) append_item(layout, value[i]);
   } else {
     append_line(layout, {}, value);
   }
   return layout;
-}
-
-bool has_addresses(const HeaderValue& value) {
-  switch (value.kind()) {
-    case ValueKind::Empty:
-      return false;
-    case ValueKind::Address:
-      return !value.address_text().empty() || !value.AsText().empty();
-    case ValueKind::AddressMap:
-      return !value.entries().empty();
-    case ValueKind::List:
-      return value.size() > 0;
-    default:
-      return true;
-  }
 }
 
 }  // namespace tallowbrook

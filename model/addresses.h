@@ -29,18 +29,17 @@ namespace tallowbrook {
 // gives `Empty`; anything else an empty map.
 [[nodiscard]] HeaderValue put_address_list(const VARIANT& value);
 
-// True for an object whose _NewEnum yields an enumerator.
-[[nodiscard]] bool is_enumerable(const VARIANT& value);
+// An object that can be enumerated as put_address_list takes it, anything else as
+// put_single_address does: a string is one address as it stands.
+[[nodiscard]] HeaderValue put_enumerated_or_single(const VARIANT& value);
 
 // One value as header text: an `Address` as its name, a blank and its address text; anything else
 // as its text. Nothing is quoted, encoded or put in brackets.
 [[nodiscard]] std::string RenderAddress(const HeaderValue& value);
 
 // What follows "Name: " in a written address field, up to and including the last CR LF: lists with
-// one address on each line. A host's line ends are folded.
+// one address on each line. A host's line ends are folded. Addresses that say nothing are left out;
+// without any other the layout is empty, and the field is to be left out.
 [[nodiscard]] std::string address_layout(const HeaderValue& value);
-
-// False for a value that would be written as a field without addresses; such a field is left out.
-[[nodiscard]] bool has_addresses(const HeaderValue& value);
 
 }  // namespace tallowbrook

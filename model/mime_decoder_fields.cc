@@ -100,11 +100,10 @@ HRESULT CMimeDecoder::put_ResentSender(VARIANT value) {
   return put_address(SlotId::ResentSender, value);
 }
 HRESULT CMimeDecoder::get_From(VARIANT* value) { return get_addresses(SlotId::From, value); }
-// Only an object that can be enumerated is a list: a string is one address as it stands.
 HRESULT CMimeDecoder::put_From(VARIANT value) {
   return guarded([&] {
-    return is_enumerable(value) ? put_addresses(SlotId::From, value)
-                                : put_address(SlotId::From, value);
+    const auto held = self();
+    return put_field(SlotId::From, put_enumerated_or_single(value));
   });
 }
 HRESULT CMimeDecoder::get_ResentReplyTo(VARIANT* value) {

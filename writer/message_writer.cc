@@ -37,10 +37,10 @@ void write_address_field(MessageOutput& out, std::string_view name, const Header
   if (source.is_set() || value.is(ValueKind::Raw)) {
     const std::string text = stored_text(value, source);
     if (!trim(text).empty()) write_line(out, name, text);
-  } else if (has_addresses(value)) {
+  } else if (const std::string layout = address_layout(value); !layout.empty()) {
     out.text(name);
     out.text(": ");
-    out.text(address_layout(value));
+    out.text(layout);
   }
 }
 
