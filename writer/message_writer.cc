@@ -47,12 +47,11 @@ void write_address_field(MessageOutput& out, std::string_view name, const Header
 void write_field(MessageOutput& out, const FieldInfo& field, const HeaderValue& value,
                  const HeaderValue& source) {
   if (!value.is_set() && !source.is_set()) return;
-  const bool is_path = field.slot == SlotId::ReturnPath;
-  if (field.rule == FieldRule::AddressList ||
-      (field.rule == FieldRule::SingleAddress && !is_path)) {
+  if (field.slot == SlotId::ReturnPath && value.is(ValueKind::Address)) {
+    const HeaderValue path = HeaderValue::address(HeaderValue::text(value.address_text()), {});
+    write_address_field(out, field.name, path, source);  // without the display name
+  } else if (field.rule == FieldRule::AddressList || field.rule == FieldRule::SingleAddress) {
     write_address_field(out, field.name, value, source);
-  } else if (is_path && !source.is_set() && value.is(ValueKind::Address)) {
-    write_line(out, field.name, value.address_text());
   } else {
     write_line(out, field.name, stored_text(value, source));
   }

@@ -152,6 +152,12 @@ TEST(Addresses, FieldsThatSayNothingStay) {
   EXPECT_NE(before.find("To: (nobody)\r\n"), std::string::npos);
 }
 
+TEST(Addresses, ANullPathPutBackStays) {
+  const auto message = test::loaded("Return-path: <>\r\n\r\n");
+  test::put(message.get(), u"ReturnPath", test::read(message.get(), u"ReturnPath"));
+  EXPECT_NE(test::saved(message).find("Return-path: <>\r\n"), std::string::npos);
+}
+
 TEST(Addresses, PutOnAMessage) {
   const auto message = test::new_message();
   EXPECT_EQ(test::put(message.get(), u"To", text("B,A, A,A")), S_OK);

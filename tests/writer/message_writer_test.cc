@@ -70,6 +70,15 @@ TEST(MessageWriter, WritesFieldsInTheirOrder) {
   EXPECT_EQ(message.saved({.header_only = true}), header + ".\r\n");
 }
 
+TEST(MessageWriter, LeavesOutAnEmptyPath) {
+  for (const HeaderValue& path : {address("", "name"), address(" "), HeaderValue::raw("\r\n ")}) {
+    FakeMessage message;
+    put_date(message.data);
+    message.data.slot(SlotId::ReturnPath).put(path);
+    EXPECT_EQ(message.saved(), kDate + kVersion + ".\r\n");
+  }
+}
+
 TEST(MessageWriter, MakesAndKeepsADate) {
   FakeMessage message;
   const std::string first = message.saved();
