@@ -39,4 +39,11 @@ inline void notify_changed(const MessageRef& message) {
   if (message != nullptr && message->owner != nullptr) message->owner->NotifyChanged();
 }
 
+// True while the pinned list `records` is the message's list of trace headers: a load makes
+// another.
+inline bool has_trace(const MessageRef& message, const HeaderValue& records) {
+  return message != nullptr && message->owner != nullptr &&
+         message->owner->store().received.same_content(records);
+}
+
 }  // namespace tallowbrook

@@ -45,6 +45,7 @@ const std::array<FieldInfo, kSlotCount>& all_fields() { return kFields; }
 std::string trace_text(const HeaderValue& record) {
   std::string text;
   for (const auto& [clause, value] : record[kTraceParameters].entries()) {
+    if (!value.is_set()) continue;  // looked up, never given
     if (!text.empty()) text += kJoin;
     text.append(clause).append(" ").append(value.AsText());
   }

@@ -78,7 +78,8 @@ inline constexpr std::size_t kTraceDate = 1;
 inline constexpr std::size_t kTraceSource = 2;
 
 // What a record's clauses and date say as header text: each clause as its name, a blank and its
-// value, CR LF TAB between two of them, then "; " and the date.
+// value, CR LF TAB between two of them, then "; " and the date. An `Empty` clause is none: looking
+// one up adds it. A clause whose value is missing holds a `Foreign` empty variant.
 [[nodiscard]] std::string trace_text(const HeaderValue& record);
 
 // Elements of a body part record, a `List`: the field list, the body (`Raw` content, or a `List` of

@@ -20,14 +20,18 @@ static_assert(kEntrySource == kTraceSource, "drop_source serves entries and trac
 
 CParameterMap::CParameterMap() : CParameterMap(HeaderValue::map(), {}, nullptr) {}
 
-CParameterMap::CParameterMap(HeaderValue map, HeaderValue holder, MessageRef message)
-    : map_(std::move(map)), holder_(std::move(holder)), message_(std::move(message)) {
+CParameterMap::CParameterMap(HeaderValue map, HeaderValue holder, MessageRef message,
+                             HeaderValue records)
+    : map_(std::move(map)),
+      holder_(std::move(holder)),
+      records_(std::move(records)),
+      message_(std::move(message)) {
   map_.pin();
 }
 
 void CParameterMap::changed() {
   drop_source(holder_);
-  notify_changed(message_);
+  if (!records_.is_set() || has_trace(message_, records_)) notify_changed(message_);
 }
 
 HRESULT CParameterMap::get_Item(VARIANT index, VARIANT* value) {

@@ -15,8 +15,9 @@ class CParameterMap final : public Object<Shared, Dispatching<IParameterMap>> {
   // A map of its own.
   CParameterMap();
   // `map` is an `AddressMap`; `holder` the pinned field entry or trace header that it belongs to,
-  // whose source text every change drops. Both are shared.
-  CParameterMap(HeaderValue map, HeaderValue holder, MessageRef message);
+  // whose source text every change drops. Both are shared. For a trace header, `records` is the
+  // pinned list that it stands in: the message hears of changes while that list is its own.
+  CParameterMap(HeaderValue map, HeaderValue holder, MessageRef message, HeaderValue records = {});
 
   HRESULT get_Item(VARIANT index, VARIANT* value) override;
   HRESULT get_Count(LONG* count) override;
@@ -29,8 +30,9 @@ class CParameterMap final : public Object<Shared, Dispatching<IParameterMap>> {
  private:
   void changed();
 
-  HeaderValue map_;     // pinned
-  HeaderValue holder_;  // pinned, or empty
+  HeaderValue map_;      // pinned
+  HeaderValue holder_;   // pinned, or empty
+  HeaderValue records_;  // empty unless the holder is a trace header
   MessageRef message_;
   ViewMutex mutex_;
 };

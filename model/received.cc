@@ -6,6 +6,7 @@
 #include "core/guard.h"
 #include "core/text.h"
 #include "model/dates.h"
+#include "model/header_text.h"
 #include "model/parameter_map.h"
 #include "model/variant_conversion.h"
 #include "parser/load.h"
@@ -25,13 +26,12 @@ std::string_view date_part(std::string_view text) {
                                              : trim(text.substr(semicolon + 1));
 }
 
-// A list of the message to share: an absent one comes into being.
-HeaderValue shared_records(const MessageRef& message) {
-  if (message == nullptr || message->owner == nullptr) return HeaderValue::list();
-  HeaderValue& records = message->owner->store().received;
-  if (!records.is(ValueKind::List)) records = HeaderValue::list();
-  records.pin();
-  return records;
+// Clauses that stand in a text without a value are there, unlike those that a host looks up.
+void keep_bare_clauses(HeaderValue& parameters) {
+  AddressMap& clauses = parameters.mutable_entries();
+  for (const auto& [clause, value] : parameters.entries()) {
+    if (!value.is_set()) *clauses.find(clause) = HeaderValue::foreign(Variant());
+  }
 }
 
 }  // namespace
@@ -41,12 +41,14 @@ HRESULT ReparseReceived(HeaderValue& record) {
   const std::string text = source.raw_text();
   HeaderValue parameters;
   HeaderValue date;
-  const HRESULT status = parse_received(text, parameters, date);
+  // A text that a host put may hold lines that would be fields of their own.
+  const HRESULT status = parse_received(folded(text), parameters, date);
   // A handler that ran while the parser was waited for may have read or put the record.
   if (FAILED(status) || !record[kTraceDate].same_content(source)) return status;
   if (date.is(ValueKind::DateTime) && !is_valid(date.date())) {
     date = HeaderValue::text(date_part(text));
   }
+  keep_bare_clauses(parameters);
   record.element(kTraceParameters) = std::move(parameters);
   record.element(kTraceDate) = std::move(date);
   record.element(kTraceSource) = source;
@@ -55,11 +57,22 @@ HRESULT ReparseReceived(HeaderValue& record) {
 
 // --- the collection ------------------------------------------------------------------------------
 
-CReceivedCollection::CReceivedCollection(MessageRef message)
-    : records_(shared_records(message)), message_(std::move(message)) {}
+CReceivedCollection::CReceivedCollection(MessageRef message) : message_(std::move(message)) {
+  (void)records();
+}
 
-bool CReceivedCollection::has(LONG index) const {
-  return index >= 0 && static_cast<std::size_t>(index) < records_.size();
+HeaderValue& CReceivedCollection::records() {
+  if (message_ != nullptr && message_->owner != nullptr) {
+    HeaderValue& current = message_->owner->store().received;
+    if (!current.is(ValueKind::List)) current = HeaderValue::list();
+    current.pin();
+    records_ = current;
+  }
+  return records_;
+}
+
+bool CReceivedCollection::has(LONG index) {
+  return index >= 0 && static_cast<std::size_t>(index) < records().size();
 }
 
 HRESULT CReceivedCollection::get_Item(LONG index, IDispatch** item) {
@@ -70,7 +83,7 @@ HRESULT CReceivedCollection::get_Item(LONG index, IDispatch** item) {
     if (!has(index)) return E_INVALIDARG;
     HeaderValue& record = records_.element(static_cast<std::size_t>(index));
     record.pin();
-    *item = make_object<CReceived>(record, message_).detach();
+    *item = make_object<CReceived>(record, records_, message_).detach();
     return S_OK;
   });
 }
@@ -106,10 +119,10 @@ HRESULT CReceivedCollection::Clear() {
 
 // --- one record ----------------------------------------------------------------------------------
 
-CReceived::CReceived() : CReceived(HeaderValue::list(), nullptr) {}
+CReceived::CReceived() : CReceived(HeaderValue::list(), {}, nullptr) {}
 
-CReceived::CReceived(HeaderValue record, MessageRef message)
-    : record_(std::move(record)), message_(std::move(message)) {
+CReceived::CReceived(HeaderValue record, HeaderValue records, MessageRef message)
+    : record_(std::move(record)), records_(std::move(records)), message_(std::move(message)) {
   record_.pin();
 }
 
@@ -117,7 +130,7 @@ CReceived::CReceived(HeaderValue record, MessageRef message)
 // message itself is not told.
 void CReceived::record_changed() {
   if (record_[kTraceSource].is_set()) record_.element(kTraceSource).Reset();
-  if (message_ != nullptr && message_->owner != nullptr) message_->owner->drop_raw_copy();
+  if (has_trace(message_, records_)) message_->owner->drop_raw_copy();
 }
 
 HRESULT CReceived::get_Value(BSTR* text) {
@@ -180,7 +193,7 @@ HRESULT CReceived::get_Parameters(IDispatch** parameters) {
     if (!record_[kTraceParameters].is(ValueKind::AddressMap)) return E_FAIL;
     HeaderValue& clauses = record_.element(kTraceParameters);
     clauses.pin();
-    *parameters = make_object<CParameterMap>(clauses, record_, message_).detach();
+    *parameters = make_object<CParameterMap>(clauses, record_, message_, records_).detach();
     return S_OK;
   });
 }

@@ -21,7 +21,8 @@ namespace tallowbrook {
 class CReceivedCollection final : public Object<Shared, Dispatching<IReceivedCollection>> {
  public:
   CReceivedCollection() = default;
-  // On the list of a message that `message` leads to.
+  // On the list that the message has at each call, whatever was loaded meanwhile; on the last one
+  // seen when the message is gone.
   explicit CReceivedCollection(MessageRef message);
 
   HRESULT get_Item(LONG index, IDispatch** item) override;
@@ -30,9 +31,10 @@ class CReceivedCollection final : public Object<Shared, Dispatching<IReceivedCol
   HRESULT Clear() override;
 
  private:
-  [[nodiscard]] bool has(LONG index) const;
+  [[nodiscard]] HeaderValue& records();
+  [[nodiscard]] bool has(LONG index);
 
-  HeaderValue records_;  // `List`, shared with the message
+  HeaderValue records_ = HeaderValue::list();  // pinned
   MessageRef message_;
   ViewMutex mutex_;
 };
@@ -40,8 +42,9 @@ class CReceivedCollection final : public Object<Shared, Dispatching<IReceivedCol
 class CReceived final : public Object<Shared, Dispatching<IReceived>> {
  public:
   CReceived();
-  // On one record, which the list shares.
-  CReceived(HeaderValue record, MessageRef message);
+  // On one record, which the pinned list `records` shares. The message hears of changes while that
+  // list is its own.
+  CReceived(HeaderValue record, HeaderValue records, MessageRef message);
 
   HRESULT get_Value(BSTR* text) override;
   HRESULT put_Value(BSTR text) override;
@@ -53,6 +56,7 @@ class CReceived final : public Object<Shared, Dispatching<IReceived>> {
   void record_changed();
 
   HeaderValue record_;  // pinned
+  HeaderValue records_;
   MessageRef message_;
   ViewMutex mutex_;
 };

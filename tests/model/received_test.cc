@@ -96,13 +96,53 @@ TEST(Received, CollectionRemovesAndOutlivesItsMessage) {
     EXPECT_EQ(platform::call(list.pdispVal, u"Clear").status, S_OK);
     EXPECT_EQ(hops(message), 0);
     EXPECT_EQ(test::saved(message).find("Received:"), std::string::npos);
-    // A new load is no business of objects on the old one.
     ASSERT_EQ(test::load(message, kTwoHops), S_OK);
+    EXPECT_EQ(test::read(list.pdispVal, u"Count").lVal, 4);
+    ASSERT_EQ(message.query<IPersistStreamInit>()->InitNew(), S_OK);
     EXPECT_EQ(test::read(list.pdispVal, u"Count").lVal, 0);
+    ASSERT_EQ(test::load(message, kTwoHops), S_OK);
+    EXPECT_EQ(platform::call(list.pdispVal, u"Remove", LONG{0}).status, S_OK);
   }
-  EXPECT_EQ(test::read(list.pdispVal, u"Count").lVal, 0);
+  EXPECT_EQ(test::read(list.pdispVal, u"Count").lVal, 3);
   EXPECT_EQ(test::put(kept.pdispVal, u"Value", text("by z")), S_OK);
   EXPECT_EQ(test::read_text(kept.pdispVal, u"Value"), "by z");
+}
+
+TEST(Received, OldRecordsAreNoBusinessOfANewLoad) {
+  const auto message = test::new_message();
+  message->put_CollectRawStream(VARIANT_TRUE);
+  ASSERT_EQ(test::load(message, kTwoHops), S_OK);
+  const Variant old = hop(message, 0);
+  const Variant clauses = test::read(old.pdispVal, u"Parameters");
+  ASSERT_EQ(test::load(message, kTwoHops), S_OK);
+  EXPECT_EQ(platform::call(clauses.pdispVal, u"Clear").status, S_OK);
+  EXPECT_EQ(test::put(old.pdispVal, u"Value", text("by z")), S_OK);
+  EXPECT_EQ(message.query<IPersistStream>()->IsDirty(), S_FALSE);
+  EXPECT_EQ(test::saved(message), kTwoHops);
+}
+
+TEST(Received, AClauseThatIsLookedUpIsNotWritten) {
+  const auto message = test::loaded("Received: from by b; Tue, 1 Jun 2004 10:00:00 +0200\r\n\r\n");
+  const Variant record = hop(message, 0);
+  const Variant clauses = test::read(record.pdispVal, u"Parameters");
+  EXPECT_EQ(platform::get(clauses.pdispVal, u"Item", text("with")).value.vt, VT_EMPTY);
+  EXPECT_EQ(platform::get(clauses.pdispVal, u"Item", text("from")).value.vt, VT_EMPTY);
+  EXPECT_EQ(platform::call(clauses.pdispVal, u"Modify", text("by"), text("c")).status, S_OK);
+  const std::string_view written = "by =?iso-8859-1?Q?c?=\r\n\tfrom ; Tue, 1 Jun 2004 10:00:00 +0200";
+  EXPECT_EQ(test::read_text(record.pdispVal, u"Value"), written);
+  EXPECT_EQ(before_date(test::saved(message)), std::string("Received: ").append(written));
+}
+
+// A put text is one trace header, whatever its lines say.
+TEST(Received, APutTextCannotActAsAnotherField) {
+  const auto message = test::loaded(kTwoHops);
+  const Variant record = hop(message, 0);
+  const char* kText = "from x\r\nReceived: from evil; Tue, 1 Jun 2004 10:00:00 GMT";
+  EXPECT_EQ(test::put(record.pdispVal, u"Value", text(kText)), S_OK);
+  EXPECT_EQ(platform::get(record.pdispVal, u"Date").status, E_ABORT);
+  EXPECT_EQ(test::put(record.pdispVal, u"Value", text("from x\r\nby y\r\n\r\n")), S_OK);
+  const Variant clauses = test::read(record.pdispVal, u"Parameters");
+  EXPECT_EQ(test::read(clauses.pdispVal, u"Count").lVal, 2);
 }
 
 }  // namespace
