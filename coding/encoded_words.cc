@@ -66,28 +66,13 @@ std::string decode_payload(std::string_view text, const WordShape& shape) {
   return bytes;
 }
 
-// The words of one text are mostly of one charset: its coder is made once.
-class WordDecoder {
+// The bytes of one charset to text. A text's words are mostly of one charset: its coder is made
+// once.
+class CharsetDecoder {
  public:
-  bool decode(std::string_view text, DecodedWord& result) {
+  // Puts the result into the member of `result` that fits it.
+  void decode(std::string bytes, std::string_view charset, DecodedWord& result) {
     result = {};
-    const auto shape = shape_of(text);
-    if (!shape) return false;
-    const std::string_view prefix = text.substr(0, shape->start);
-    const std::string_view suffix = text.substr(shape->end + kWordEnd.size());
-    const std::size_t name = shape->start + kWordStart.size();
-    convert(decode_payload(text, *shape), text.substr(name, shape->marker - name), result);
-    if (result.is_wide) {
-      if (!prefix.empty()) result.wide.insert(0, to_wide(prefix));
-      if (!suffix.empty()) result.wide += to_wide(suffix);
-    } else {
-      result.bytes.insert(0, prefix).append(suffix);
-    }
-    return true;
-  }
-
- private:
-  void convert(std::string bytes, std::string_view charset, DecodedWord& result) {
     if (!known_ || charset != charset_) {
       charset_ = charset;
       coder_ = make_charset_coder(charset_.c_str(), 1);
@@ -104,20 +89,24 @@ class WordDecoder {
     coder_->Decode(input, output);
     const std::string_view decoded = output.bytes();
     result.is_wide = coder_->ProducesWideText();
-    if (result.is_wide) {
-      result.wide.resize(decoded.size() / sizeof(char16_t));
-      if (!decoded.empty()) {
-        std::memcpy(result.wide.data(), decoded.data(), result.wide.size() * sizeof(char16_t));
-      }
-    } else {
+    if (!result.is_wide) {
       result.bytes = decoded;
+    } else if (!decoded.empty()) {
+      result.wide.resize(decoded.size() / sizeof(char16_t));
+      std::memcpy(result.wide.data(), decoded.data(), result.wide.size() * sizeof(char16_t));
     }
   }
 
+ private:
   bool known_ = false;
   std::string charset_;
   std::unique_ptr<CMIMECode> coder_;
 };
+
+std::string_view charset_of(std::string_view text, const WordShape& shape) {
+  const std::size_t name = shape.start + kWordStart.size();
+  return text.substr(name, shape.marker - name);
+}
 
 // --- whole texts ---------------------------------------------------------------------------------
 
@@ -135,8 +124,8 @@ bool is_white(char16_t unit) { return unit == ' ' || unit == '\t' || unit == '\r
 // One pass over a text. Quotes and words that it uncovers are left for the next.
 class Pass {
  public:
-  Pass(const PartlyFinal& source, WordDecoder& words, bool keep_quotes)
-      : source_(source), words_(words), keep_quotes_(keep_quotes) {}
+  Pass(const PartlyFinal& source, CharsetDecoder& charsets, bool keep_quotes)
+      : source_(source), charsets_(charsets), keep_quotes_(keep_quotes) {}
 
   // True when quotes went: what they held may hold quotes and words itself.
   bool run() {
@@ -145,12 +134,13 @@ class Pass {
     for (const PartlyFinal::Span& span : source_.final) {
       stretch(at, span.begin);
       end_stretch(span.begin);
+      end_group();
       keep_final(view(span.begin, span.end));
-      after_word_ = npos;
       at = span.end;
     }
     stretch(at, source_.text.size());
     end_stretch(source_.text.size());
+    end_group();
     return unquoted_;
   }
 
@@ -235,18 +225,39 @@ class Pass {
   std::size_t payload(std::u16string_view text, std::size_t at) {
     const std::size_t end = text.find(u"?=", at);
     if (end == npos) return text.size();
-    if (after_word_ != npos) {
-      const std::u16string_view between = std::u16string_view(result.text).substr(after_word_);
-      const bool adjacent = std::all_of(between.begin(), between.end(), is_white);
-      if (adjacent) result.text.resize(after_word_);
-    }
     const std::size_t behind = end + kWordEnd.size();
-    DecodedWord word;
-    words_.decode(to_ansi(text.substr(word_, behind - word_)), word);
-    keep_final(word.is_wide ? word.wide : to_wide(word.bytes));
-    after_word_ = result.text.size();
+    word(to_ansi(text.substr(word_, behind - word_)));
     state_ = State::kOutside;
     return behind;
+  }
+
+  void word(std::string_view text) {
+    const auto shape = shape_of(text);
+    if (!shape) return;
+    const std::string_view charset = charset_of(text, *shape);
+    if (group_.open) {
+      const std::u16string_view gap = std::u16string_view(result.text).substr(group_.at);
+      const bool adjacent = std::all_of(gap.begin(), gap.end(), is_white);
+      if (adjacent) result.text.resize(group_.at);
+      if (adjacent && equals_ignoring_case(charset, group_.charset)) {
+        group_.bytes += decode_payload(text, *shape);
+        return;
+      }
+      end_group();
+    }
+    group_ = {true, result.text.size(), std::string(charset), decode_payload(text, *shape)};
+  }
+
+  // Puts the text of the words read last where they stood.
+  void end_group() {
+    if (!group_.open) return;
+    group_.open = false;
+    const std::u16string behind = result.text.substr(group_.at);
+    result.text.resize(group_.at);
+    DecodedWord decoded;
+    charsets_.decode(std::move(group_.bytes), group_.charset, decoded);
+    keep_final(decoded.is_wide ? decoded.wide : to_wide(decoded.bytes));
+    result.text += behind;
   }
 
   void keep_final(std::u16string_view text) {
@@ -263,11 +274,19 @@ class Pass {
   }
 
   const PartlyFinal& source_;
-  WordDecoder& words_;
+  CharsetDecoder& charsets_;
   bool keep_quotes_;
   State state_ = State::kOutside;
-  std::size_t word_ = 0;           // where the word begins that is being read
-  std::size_t after_word_ = npos;  // where the last word's text ends in the result
+  std::size_t word_ = 0;  // where the word begins that is being read
+
+  // Adjacent words of one charset: their bytes, and where their text belongs in the result.
+  struct Group {
+    bool open = false;
+    std::size_t at = 0;
+    std::string charset;
+    std::string bytes;
+  };
+  Group group_;
   bool unquoted_ = false;
 };
 
@@ -293,10 +312,10 @@ std::string utf8_word(std::u16string_view text) {
 std::u16string decode(std::string_view text, bool keep_quotes) {
   PartlyFinal current{to_wide(text), {}};
   if (!has_quotes_or_words(text)) return std::move(current.text);
-  WordDecoder words;
+  CharsetDecoder charsets;
   bool again = true;
   for (int passes = 0; again && passes < kMostPasses; ++passes) {
-    Pass pass(current, words, keep_quotes);
+    Pass pass(current, charsets, keep_quotes);
     again = pass.run();
     current = std::move(pass.result);
   }
@@ -321,7 +340,18 @@ int EncodeHeaderText(std::u16string_view text, const char* charset, std::string&
 }
 
 int DecodeEncodedWord(std::string_view text, DecodedWord& result) {
-  return WordDecoder().decode(text, result) ? 1 : 0;
+  result = {};
+  const auto shape = shape_of(text);
+  if (!shape) return 0;
+  const std::string_view prefix = text.substr(0, shape->start);
+  const std::string_view suffix = text.substr(shape->end + kWordEnd.size());
+  CharsetDecoder().decode(decode_payload(text, *shape), charset_of(text, *shape), result);
+  if (result.is_wide) {
+    result.wide.insert(0, to_wide(prefix)).append(to_wide(suffix));
+  } else {
+    result.bytes.insert(0, prefix).append(suffix);
+  }
+  return 1;
 }
 
 std::u16string decode_words(std::string_view text) { return decode(text, false); }

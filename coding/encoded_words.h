@@ -2,7 +2,9 @@
 //
 // Reading: quoted strings lose their quotes and escapes, encoded words become what they stand for,
 // inside quoted strings as well. What a word stands for is final: quotes and "=?" in it are text.
-// White space between two adjacent words goes. A word begins at the last "=?" before its "?q?" or
+// White space between two adjacent words goes, and where both are of one charset their bytes are
+// read together, so that a character that a careless sender cut in two is whole. A word begins at
+// the last "=?" before its "?q?" or
 // "?b?" and ends at the next "?="; one that does not end is copied as it is.
 //
 // Both directions take linear time, quotes inside quotes apart, of which each level costs one pass

@@ -56,6 +56,7 @@ TEST(EncodedWords, Decode) {
       // Between two words white space goes, padding or not, and nothing else does.
       {"=?utf-8?B?w6k=?==?utf-8?B?w6k=?=", u"\u00E9\u00E9"},
       {"=?utf-8?Q?a?=\r\n\t =?koi8-r?Q?=D6?= x =?utf-8?Q?b?=", u"a\u0436 x b"},
+      {"=?utf-8?Q?=C3?=\n =?UTF-8?B?qQ==?= =?utf-8?Q?=C3?= x", u"\u00E9\uFFFD x"},
       {"\"=?utf-8?Q?a?= =?utf-8?Q?b?=\" =?utf-8?Q?c?= <d@e>", u"ab c <d@e>"},
       // Quoted strings, one in the other as well.
       {R"("Doe, John" <j@d>)", u"Doe, John <j@d>"},
