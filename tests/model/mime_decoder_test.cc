@@ -234,7 +234,7 @@ TEST(MimeDecoder, ChangesReachTheBoundStreamAndTheEnclosingMessage) {
   EXPECT_EQ(outer->IsDirty(), S_OK);
 }
 
-// Counts the events it gets.
+// Keeps the event it got last, and counts its calls.
 class Sink final : public Object<Confined, IDispatch> {
  public:
   HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
@@ -243,7 +243,9 @@ class Sink final : public Object<Confined, IDispatch> {
   HRESULT Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS* arguments, VARIANT*, EXCEPINFO*,
                  UINT*) override {
     last = member;
-    accessor = arguments->rgvarg[1].pdispVal;
+    ++calls;
+    if (arguments->cArgs == 2) accessor = arguments->rgvarg[1].pdispVal;
+    if (released != nullptr) released->reset();
     return S_OK;
   }
   HRESULT QueryInterface(REFIID iid, void** object) override {
@@ -251,7 +253,18 @@ class Sink final : public Object<Confined, IDispatch> {
   }
   DISPID last = 0;
   IDispatch* accessor = nullptr;
+  ComPtr<IMimeDecoder>* released = nullptr;  // lets go of it at a call
 };
+
+TEST(MimeDecoder, LivesThroughAPutThatReleasesIt) {
+  auto message = test::new_message();
+  const auto value = make_object<Sink>();
+  value->released = &message;
+  IMimeDecoder& last = *message;
+  EXPECT_EQ(last.put_From(Variant(static_cast<IDispatch*>(value.get()))), S_OK);
+  EXPECT_FALSE(message);
+  EXPECT_EQ(value->calls, 1) << "asked for its enumerator once";
+}
 
 TEST(MimeDecoder, PutOfSubjectRaisesTheAccessorEvent) {
   const auto message = test::new_message();
