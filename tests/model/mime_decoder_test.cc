@@ -252,6 +252,7 @@ class Sink final : public Object<Confined, IDispatch> {
     return Object::QueryInterface(iid == _IAccessorEvents::kIid ? IDispatch::kIid : iid, object);
   }
   DISPID last = 0;
+  int calls = 0;
   IDispatch* accessor = nullptr;
   ComPtr<IMimeDecoder>* released = nullptr;  // lets go of it at a call
 };
