@@ -7,6 +7,7 @@
 #include "core/creators.h"
 #include "core/guard.h"
 #include "core/text.h"
+#include "model/uuencode_parts.h"
 #include "parser/load.h"
 #include "streams/file_stream.h"
 #include "tallowbrook/class_ids.h"
@@ -85,6 +86,10 @@ void CMimeDecoder::forget_everything() {
   store_.load_error_flag = false;
   raw_copy_.reset();
   set_dirty(false);
+}
+
+void CMimeDecoder::extract_uuencoded_blocks() {
+  extract_uuencoded_parts(store_.root, store_.charset, link_);
 }
 
 HRESULT CMimeDecoder::load(IStream& stream) {

@@ -135,8 +135,8 @@ class CMimeDecoder final
 
   void forget_everything();
   [[nodiscard]] HRESULT load(IStream& stream);
-  // Turns uuencoded blocks of a text body into attachments; nothing until their decoder exists.
-  void extract_uuencoded_blocks() {}
+  // Turns uuencoded blocks of a text body into attachments.
+  void extract_uuencoded_blocks();
   [[nodiscard]] WriteOutcome write(IStream& target, bool header_only);
   void write_through();
 

@@ -47,7 +47,8 @@ HRESULT CParameterMap::get_Item(VARIANT index, VARIANT* value) {
         wanted.kind == ViewIndex::Name
             ? map_.mutable_entries().at_or_add(wanted.name)
             : map_.entries().at(static_cast<std::size_t>(wanted.position))->second;
-    (found.is(ValueKind::Text) ? Variant(decode_words_keeping_quotes(found.text_view())) : to_variant(found))
+    (found.is(ValueKind::Text) ? Variant(decode_words_keeping_quotes(found.text_view()))
+                               : to_variant(found))
         .detach_to(value);
     return S_OK;
   });

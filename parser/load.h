@@ -31,7 +31,8 @@ struct ParseRun {
 };
 
 // Runs the parser over `stream`. E_INVALIDARG for a null stream, E_ABORT when the input has a
-// syntax error or could not be read to its end, S_OK otherwise. After an error of a full load the thread's error object says
+// syntax error or could not be read to its end, S_OK otherwise. After an error of a full load the
+// thread's error object says
 // "<text> in Line <n>" and the raw copy holds the whole input. What was reduced before the error
 // stays in the store.
 [[nodiscard]] HRESULT DispatchParse(ParseRun& run, ISequentialStream* stream);

@@ -128,7 +128,8 @@ TEST(Received, AClauseThatIsLookedUpIsNotWritten) {
   EXPECT_EQ(platform::get(clauses.pdispVal, u"Item", text("with")).value.vt, VT_EMPTY);
   EXPECT_EQ(platform::get(clauses.pdispVal, u"Item", text("from")).value.vt, VT_EMPTY);
   EXPECT_EQ(platform::call(clauses.pdispVal, u"Modify", text("by"), text("c")).status, S_OK);
-  const std::string_view written = "by =?iso-8859-1?Q?c?=\r\n\tfrom ; Tue, 1 Jun 2004 10:00:00 +0200";
+  const std::string_view written =
+      "by =?iso-8859-1?Q?c?=\r\n\tfrom ; Tue, 1 Jun 2004 10:00:00 +0200";
   EXPECT_EQ(test::read_text(record.pdispVal, u"Value"), written);
   EXPECT_EQ(before_date(test::saved(message)), std::string("Received: ").append(written));
 }
