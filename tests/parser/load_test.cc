@@ -197,11 +197,9 @@ TEST(ParseField, GivesTheValue) {
       {"__$$InternalDisposition$$__", "attachment;\r\n filename=\"a\\\"b\"; size=12",
        "[\"attachment\", {filename=\"\"a\\\"b\"\", size=\"12\"}]"},
       {"__$$InternalKommaSep$$__", "a b@c , \"d, e\" f", "[raw \"a b@c\", raw \"\"d, e\" f\"]"},
-      {"__$$InternalUUEncode$$__", "\r\nbegin 1 f\r\n",
-       "[raw \"\\r\\n\", [\"begin 1 f\\r\\n\", raw "
-       "\"\\r\\n\"]]"},
+      {"__$$InternalUUEncode$$__", "\r\nbegin 1 f\r\n", "[raw \"\\r\\nbegin 1 f\\r\\n\\r\\n\"]"},
       {"__$$InternalUUEncode$$__", "x\r\nbegin 644 f\r\n#abcd\r\nend\r\ny\r\nend\r\n",
-       "[raw \"x\\r\\ny\\r\\n\\r\\n\", [\"begin 644 f\\r\\n\", raw \"#abcd\\r\\n\"]]"},
+       "[raw \"x\\r\\ny\\r\\nend\\r\\n\\r\\n\", [\"begin 644 f\\r\\n\", raw \"#abcd\\r\\n\"]]"},
   };
   for (const FieldCase& c : cases) {
     HeaderValue value = HeaderValue::text("untouched");
