@@ -238,12 +238,29 @@ bool is_digest(const HeaderValue& record) {
   return type[kTypeMajor].is_integer(kMultipart) && type[kTypeMinor].is_integer(kDigest);
 }
 
-bool holds_message(const HeaderValue& content_type, const HeaderValue& encoding) {
-  const HeaderValue& minor = content_type[kTypeMinor];
-  if (!content_type[kTypeMajor].is_integer(kMessage)) return false;
-  if (minor.is_set() && !minor.is_integer(kRfc822)) return false;
+namespace {
+
+// An encoding that leaves a message as it stands.
+bool is_identity(const HeaderValue& encoding) {
   return !encoding.is_set() || encoding.is_integer(kSevenBit) || encoding.is_integer(kEightBit) ||
          (encoding.is(ValueKind::Text) && encoding.text_view().empty());
+}
+
+}  // namespace
+
+bool holds_message(const HeaderValue& content_type, const HeaderValue& encoding) {
+  constexpr std::int32_t kNoMinor = -1;
+  const HeaderValue& minor = content_type[kTypeMinor];
+  if (!content_type[kTypeMajor].is_integer(kMessage)) return false;
+  if (minor.is_set() && !minor.is_integer(kRfc822) && !minor.is_integer(kNoMinor)) return false;
+  return is_identity(encoding);
+}
+
+bool holds_message(const HeaderValue& record, bool in_digest) {
+  const HeaderValue& type = field_value(record, EntryName::ContentType);
+  const HeaderValue& encoding = field_value(record, EntryName::ContentTransferEncoding);
+  if (in_digest && !type.is_set()) return is_identity(encoding);
+  return holds_message(type, encoding);
 }
 
 std::int32_t encoding_number(const HeaderValue& record) {

@@ -92,6 +92,8 @@ void resolve_field(HeaderValue& record, EntryName name, const MessageRef& messag
 [[nodiscard]] bool is_digest(const HeaderValue& record);
 // Content of this type and encoding is a message as it stands: message/rfc822 without a coding.
 [[nodiscard]] bool holds_message(const HeaderValue& content_type, const HeaderValue& encoding);
+// The same of a record whose Content-Type was resolved; a child of a digest needs none.
+[[nodiscard]] bool holds_message(const HeaderValue& record, bool in_digest);
 // The number of the part's transfer encoding; kNoEncoding when it names none.
 [[nodiscard]] std::int32_t encoding_number(const HeaderValue& record);
 

@@ -150,6 +150,7 @@ struct HeaderValue::RawBox : Box {
   HeaderValue text;              // the content while no stream was asked for
   ComPtr<IStream> stream;        // the content from then on
   CISSHelper* memory = nullptr;  // `stream` when it is one of ours
+  void* companion = nullptr;     // not held
   bool begin_line = false;
 
   void open() {
@@ -372,7 +373,7 @@ HeaderValue HeaderValue::time_of_day(std::int32_t hour, std::int32_t minute, std
 }
 
 HeaderValue HeaderValue::raw(std::string_view bytes) {
-  auto box = std::make_unique<RawBox>(RawBox{{.kind = ValueKind::Raw}, {}, {}, nullptr, false});
+  auto box = std::make_unique<RawBox>(RawBox{{.kind = ValueKind::Raw}, {}, {}});
   if (!bytes.empty()) box->text = text(bytes);
   return {ValueKind::Raw, box.release()};
 }
@@ -685,6 +686,14 @@ bool HeaderValue::has_begin_line() const { return is(ValueKind::Raw) && as<RawBo
 
 void HeaderValue::set_begin_line() {
   if (is(ValueKind::Raw)) as<RawBox>().begin_line = true;
+}
+
+void* HeaderValue::companion() const {
+  return is(ValueKind::Raw) ? as<RawBox>().companion : nullptr;
+}
+
+void HeaderValue::set_companion(void* companion) {
+  if (is(ValueKind::Raw)) as<RawBox>().companion = companion;
 }
 
 // --- the map -------------------------------------------------------------------------------------

@@ -188,6 +188,10 @@ class HeaderValue {
   // Set when a uuencode begin line is among the lines of a body.
   [[nodiscard]] bool has_begin_line() const;
   void set_begin_line();
+  // An object that shows this content as something else; whoever sets it takes it away before the
+  // object dies. Null when there is none.
+  [[nodiscard]] void* companion() const;
+  void set_companion(void* companion);
 
   // --- Foreign ------------------------------------------------------------------------------
   [[nodiscard]] const platform::Variant& variant() const;

@@ -11,6 +11,7 @@
 #include "model/dates.h"
 #include "model/field_collection.h"
 #include "model/header_text.h"
+#include "model/mime_decoder.h"
 #include "model/variant_conversion.h"
 #include "tallowbrook/class_ids.h"
 #include "writer/part_writer.h"
@@ -84,7 +85,10 @@ CMimeBody::CMimeBody(HeaderValue& slot, ComPtr<CMimeBody> parent, MessageRef mes
       parent_(std::move(parent)),
       message_(std::move(message)),
       flags_(flags),
-      bound_(true) {}
+      bound_(true),
+      looks_inside_(!flags.no_embedded_message && message_ != nullptr &&
+                    message_->owner != nullptr &&
+                    message_->owner->store().interpret_embedded_mails) {}
 
 // A chain of handles that nobody else holds is taken apart link by link, not by recursion.
 CMimeBody::~CMimeBody() {
@@ -120,6 +124,14 @@ HRESULT CMimeBody::get_Item(LONG index, IDispatch** part) {
   if (part == nullptr) return E_POINTER;
   *part = nullptr;
   return guarded([&] {
+    if (CMimeDecoder* const message = embedded()) {
+      Variant body;
+      const HRESULT status = message->get_Body(&body);
+      if (FAILED(status) || body.vt != VT_DISPATCH) return FAILED(status) ? status : E_INVALIDARG;
+      *part = std::exchange(body.pdispVal, nullptr);
+      body.vt = VT_EMPTY;
+      return S_OK;
+    }
     if (!multipart() || !is_below(index, record_[kPartBody].size())) return E_INVALIDARG;
     HeaderValue& child = record_.element(kPartBody).element(static_cast<std::size_t>(index));
     *part = make_mime_body(child, ComPtr<CMimeBody>(this), message_).detach();
@@ -131,7 +143,11 @@ HRESULT CMimeBody::get_Count(LONG* count) {
   if (count == nullptr) return E_POINTER;
   *count = 0;
   return guarded([&] {
-    if (multipart()) *count = static_cast<LONG>(record_[kPartBody].size());
+    if (multipart()) {
+      *count = static_cast<LONG>(record_[kPartBody].size());
+    } else if (embedded() != nullptr) {
+      *count = 1;
+    }
     return S_OK;
   });
 }
@@ -426,17 +442,17 @@ HRESULT CMimeBody::put_FileName(BSTR name) {
 
 // --- embedded message ----------------------------------------------------------------------------
 
-// Embedded messages are not looked into yet: a part that holds one says so.
+CMimeDecoder* CMimeBody::embedded() {
+  if (!looks_inside_) return nullptr;
+  const bool in_digest = parent_ && is_digest(parent_->record_);
+  embedded_ = embedded_message(record_, in_digest, message_);
+  return embedded_.get();
+}
+
 HRESULT CMimeBody::get_EmbeddedMessage(IDispatch** message) {
   if (message == nullptr) return E_POINTER;
   *message = nullptr;
-  return guarded([&] {
-    const bool wanted = !flags_.no_embedded_message && message_ != nullptr &&
-                        message_->owner != nullptr &&
-                        message_->owner->store().interpret_embedded_mails;
-    const HeaderValue& encoding = field_value(record_, EntryName::ContentTransferEncoding);
-    return wanted && holds_message(content_type(), encoding) ? E_NOTIMPL : S_OK;
-  });
+  return guarded([&] { return ComPtr<IDispatch>(embedded()).copy_to(message); });
 }
 
 // --- persistence ---------------------------------------------------------------------------------

@@ -16,6 +16,8 @@
 
 namespace tallowbrook {
 
+class CMimeDecoder;
+
 // How the writer binds parts; handles for a host have neither.
 struct BodyFlags {
   bool no_embedded_message = false;  // never looks into a message/rfc822 part
@@ -76,6 +78,8 @@ class CMimeBody final
   ~CMimeBody() override;
 
   void changed();
+  // The message that the part holds, which this handle keeps from then on; null when it holds none.
+  [[nodiscard]] CMimeDecoder* embedded();
   // The Content-Type value, parsed; empty when the part has none.
   [[nodiscard]] const HeaderValue& content_type();
   [[nodiscard]] bool multipart();
@@ -94,6 +98,8 @@ class CMimeBody final
   MessageRef message_;
   BodyFlags flags_;
   bool bound_ = false;
+  bool looks_inside_ = false;  // into a message/rfc822 part
+  platform::ComPtr<CMimeDecoder> embedded_;
 };
 
 // A new handle on the record in `slot`; see CMimeBody.

@@ -35,20 +35,47 @@ void report_missing_file(BSTR path) {
 
 VARIANT_BOOL as_boolean(bool value) { return value ? VARIANT_TRUE : VARIANT_FALSE; }
 
+// Releases a message's link to the one around it. Embedded messages may each be the last to hold
+// the next: such a chain ends link by link, not by recursion.
+void release_link(MessageRef link) {
+  thread_local MessageRef* waiting = nullptr;
+  if (waiting != nullptr && *waiting == nullptr) {
+    *waiting = std::move(link);
+    return;
+  }
+  MessageRef next;
+  MessageRef* const outer = std::exchange(waiting, &next);
+  while (link != nullptr) {
+    link.reset();
+    link = std::move(next);
+    next.reset();
+  }
+  waiting = outer;
+}
+
 }  // namespace
 
 // --- life ----------------------------------------------------------------------------------------
 
-CMimeDecoder::CMimeDecoder() : CMimeDecoder(nullptr, nullptr) {}
+CMimeDecoder::CMimeDecoder() : CMimeDecoder(nullptr, EmbeddedPlace()) {}
 
-CMimeDecoder::CMimeDecoder(MessageRef enclosing, ComPtr<IStream> stream)
+CMimeDecoder::CMimeDecoder(MessageRef enclosing, EmbeddedPlace place)
     : link_(std::make_shared<MessageLink>(MessageLink{this})),
       enclosing_(std::move(enclosing)),
-      bound_stream_(std::move(stream)),
+      place_(std::move(place)),
       points_(*this, {_IMimeDecoderEvents::kIid, _IAccessorEvents::kIid},
               {&Module::lock, &Module::unlock}) {}
 
-CMimeDecoder::~CMimeDecoder() { link_->owner = nullptr; }
+CMimeDecoder::~CMimeDecoder() {
+  place_.forget(*this);
+  link_->owner = nullptr;
+  release_link(std::move(enclosing_));
+}
+
+MessageRef CMimeDecoder::link() {
+  if (!place_.exists()) return link_;
+  return {std::make_shared<ComPtr<CMimeDecoder>>(this), link_.get()};
+}
 
 HRESULT CMimeDecoder::GetClassID(CLSID* clsid) {
   if (clsid == nullptr) return E_POINTER;
@@ -198,12 +225,17 @@ HRESULT CMimeDecoder::Save(IDispatch* stream_object, VARIANT_BOOL* done) {
 
 // --- changes and single fields -------------------------------------------------------------------
 
-void CMimeDecoder::write_through() {
-  if (!bound_stream_) return;
-  const ComPtr<IStream> stream = bound_stream_;
-  stream->SetSize({0});
-  stream->Seek({0}, STREAM_SEEK_SET, nullptr);
-  Save(stream.get(), FALSE);
+// The message is written whole before the part changes: what cannot be written leaves the part as
+// it was.
+bool CMimeDecoder::write_through() {
+  if (!place_.exists()) return true;
+  if (!place_.holds(*this)) return false;
+  CISSHelper bytes;
+  const WriteOutcome outcome = write(bytes, false);
+  // A host's stream, read for the writing, may have run code that changed the part.
+  if (!place_.holds(*this)) return false;
+  if (SUCCEEDED(outcome.status) && outcome.complete) place_.rewrite(bytes);
+  return true;
 }
 
 void CMimeDecoder::NotifyChanged() {
@@ -212,10 +244,11 @@ void CMimeDecoder::NotifyChanged() {
     message->drop_raw_copy();
     if (message->store_.load_error_flag) return;
     message->set_dirty(true);
-    message->write_through();
+    if (!message->write_through()) return;
     const MessageRef enclosing = message->enclosing_;
-    // A message is only ever enclosed by another message object.
-    auto* next = enclosing == nullptr ? nullptr : static_cast<CMimeDecoder*>(enclosing->owner);
+    MessageOwner* const owner = enclosing == nullptr ? nullptr : enclosing->owner;
+    auto* const next = dynamic_cast<CMimeDecoder*>(owner);
+    if (owner != nullptr && next == nullptr) owner->NotifyChanged();
     message = ComPtr<CMimeDecoder>(next);
   }
 }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "core/object.h"
+#include "model/embedded_message.h"
 #include "model/message_owner.h"
 #include "model/plugin_hook.h"
 #include "model/reparse.h"
@@ -26,13 +27,13 @@ class CMimeDecoder final
       public MessageOwner {
  public:
   CMimeDecoder();
-  // A message that lies in a part of another one: `stream` is that part's content, which every
-  // change is written through to.
-  CMimeDecoder(MessageRef enclosing, platform::ComPtr<IStream> stream);
+  // A message that lies in a part of another one, which every change is written through to.
+  CMimeDecoder(MessageRef enclosing, EmbeddedPlace place);
 
   // --- for the objects that look into the message -------------------------------------------
   [[nodiscard]] MessageStore& store() override { return store_; }
-  [[nodiscard]] const MessageRef& link() const { return link_; }
+  // The link for those who look into the message; that of an embedded message keeps it alive.
+  [[nodiscard]] MessageRef link();
   void NotifyChanged() override;
   void drop_raw_copy() override { raw_copy_.reset(); }
   [[nodiscard]] HRESULT ParseHeaderInto(std::string_view name, std::string_view text,
@@ -138,7 +139,8 @@ class CMimeDecoder final
   // Turns uuencoded blocks of a text body into attachments.
   void extract_uuencoded_blocks();
   [[nodiscard]] WriteOutcome write(IStream& target, bool header_only);
-  void write_through();
+  // False when a change goes no further: the part that this message lay in has other content now.
+  bool write_through();
 
   [[nodiscard]] HRESULT get_field(SlotId id, ReadMode mode, Reader reader, VARIANT* value);
   [[nodiscard]] HRESULT put_field(SlotId id, HeaderValue value);
@@ -153,7 +155,7 @@ class CMimeDecoder final
   MessageStore store_;
   MessageRef link_;
   MessageRef enclosing_;
-  platform::ComPtr<IStream> bound_stream_;
+  EmbeddedPlace place_;  // in the enclosing message
   platform::ComPtr<CISSHelper> raw_copy_;  // while it says what the model says
   ViewMutex mutex_;                        // held while one header field is parsed
   PluginHook plugin_;

@@ -289,7 +289,7 @@ HRESULT CMimeDecoder::get_Received(IDispatch** trace_headers) {
   if (trace_headers == nullptr) return E_POINTER;
   *trace_headers = nullptr;
   return guarded([&] {
-    *trace_headers = make_object<CReceivedCollection>(link_).detach();
+    *trace_headers = make_object<CReceivedCollection>(link()).detach();
     return S_OK;
   });
 }
@@ -299,7 +299,7 @@ HRESULT CMimeDecoder::get_Body(VARIANT* body) {
   VariantInit(body);
   if (store_.load_error_flag) return S_OK;
   return guarded([&] {
-    const auto part = make_root_body(store_, link_);
+    const auto part = make_root_body(store_, link());
     Variant(static_cast<IDispatch*>(part.get())).detach_to(body);
     return S_OK;
   });

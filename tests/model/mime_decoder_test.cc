@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "model/body_part.h"
 #include "tallowbrook/events.h"
 #include "tests/model/host.h"
 #include "tests/support/dump.h"
@@ -219,11 +220,18 @@ TEST(MimeDecoder, FilesAndStreams) {
 TEST(MimeDecoder, ChangesReachTheBoundStreamAndTheEnclosingMessage) {
   const auto outer = make_object<CMimeDecoder>();
   const auto stream = CISSHelper::create_with(kSmall);
-  const auto inner = make_object<CMimeDecoder>(outer->link(), stream);
+  HeaderValue record = HeaderValue::list(HeaderValue());
+  set_major(record, HeaderValue::integer(kMessage));
+  set_decoded_content(record, stream);
+  record.pin();
+  EmbeddedPlace place(record);
+  const auto inner = make_object<CMimeDecoder>(outer->link(), place);
+  place.show(*inner);
   ASSERT_EQ(inner->Load(static_cast<IStream*>(stream.get())), S_OK);
   EXPECT_EQ(inner->put_Subject(text("two")), S_OK);
   EXPECT_NE(stream->bytes().find("Subject: =?iso-8859-1?Q?two?=\r\n"), std::string::npos);
   EXPECT_FALSE(stream->bytes().ends_with("\r\n.\r\n"));
+  EXPECT_FALSE(is_decoded(record));
   EXPECT_EQ(outer->IsDirty(), S_OK);
 }
 
