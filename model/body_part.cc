@@ -388,14 +388,23 @@ HeaderValue& add_child(HeaderValue& record) {
   return children.element(children.size() - 1);
 }
 
-void set_decoded_content(HeaderValue& record, ComPtr<IStream> stream) {
-  record.element(kPartDecoded) = HeaderValue::integer(1);
+void set_content(HeaderValue& record, ComPtr<IStream> stream, ContentForm form) {
+  record.element(kPartDecoded) = HeaderValue::integer(static_cast<std::int32_t>(form));
   record.element(kPartBody) = HeaderValue::raw_stream(std::move(stream));
 }
 
-bool is_decoded(const HeaderValue& record) {
-  const HeaderValue& decoded = record[kPartDecoded];
-  return decoded.is(ValueKind::Integer) && decoded.number() != 0;
+ContentForm content_form(const HeaderValue& record) {
+  const HeaderValue& form = record[kPartDecoded];
+  return form.is(ValueKind::Integer) ? static_cast<ContentForm>(form.number()) : ContentForm::Wire;
+}
+
+bool is_text(const HeaderValue& record) {
+  const HeaderValue& type = field_value(record, EntryName::ContentType);
+  return !type.is_set() || type[kTypeMajor].is_integer(kText);
+}
+
+bool is_line_encoding(std::int32_t encoding) {
+  return encoding != kQuotedPrintable && encoding != kBase64;
 }
 
 }  // namespace tallowbrook

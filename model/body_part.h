@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "model/header_value.h"
 #include "model/message_owner.h"
@@ -130,8 +131,27 @@ bool ensure_boundary(HeaderValue& content_type);
 
 // Appends a child to a multipart record and yields its slot.
 [[nodiscard]] HeaderValue& add_child(HeaderValue& record);
-// The content becomes `stream`'s, held decoded.
-void set_decoded_content(HeaderValue& record, platform::ComPtr<IStream> stream);
-[[nodiscard]] bool is_decoded(const HeaderValue& record);
+
+// How the content is held: the number in a record's kPartDecoded, 0 when absent.
+enum class ContentForm : std::int32_t {
+  Wire = 0,      // as it was read, still in its transfer encoding
+  Decoded = 1,   // as a host's stream gave it: UTF-16 where the part's text has a charset
+  AnsiText = 2,  // text that a host put, in the system ANSI code page
+  WideText = 3,  // the same in UTF-16
+  Charset = 4,   // decoded from its transfer encoding, text still in the part's charset
+};
+[[nodiscard]] ContentForm content_form(const HeaderValue& record);
+[[nodiscard]] inline bool is_decoded(const HeaderValue& record) {
+  return content_form(record) != ContentForm::Wire;
+}
+// The content becomes `stream`'s.
+void set_content(HeaderValue& record, platform::ComPtr<IStream> stream, ContentForm form);
+inline void set_decoded_content(HeaderValue& record, platform::ComPtr<IStream> stream) {
+  set_content(record, std::move(stream), ContentForm::Decoded);
+}
+// True for text, and for a part without a type, which is text. Others have no charset.
+[[nodiscard]] bool is_text(const HeaderValue& record);
+// True for encodings that write content line by line as it is, and for none.
+[[nodiscard]] bool is_line_encoding(std::int32_t encoding);
 
 }  // namespace tallowbrook

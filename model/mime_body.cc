@@ -22,19 +22,6 @@ namespace {
 using platform::ComPtr;
 using platform::Variant;
 
-// A host's value for a number that strings name: `by_name` maps a string; what converts to no
-// number is `otherwise`.
-template <class ByName>
-HeaderValue number_or_name(const VARIANT& value, ByName by_name, std::int32_t otherwise) {
-  Variant direct;
-  if (FAILED(VariantCopyInd(&direct, &value))) return HeaderValue::integer(otherwise);
-  if (direct.vt == VT_BSTR) return by_name(to_ansi(direct.text()));
-  if (FAILED(VariantChangeType(&direct, &direct, 0, VT_I4))) {
-    return HeaderValue::integer(otherwise);
-  }
-  return HeaderValue::integer(direct.lVal);
-}
-
 // A host's value for a descriptive field. False for a type that such a field cannot hold.
 bool set_from_variant(const VARIANT& value, HeaderValue& field) {
   Variant direct;
@@ -230,19 +217,6 @@ HRESULT CMimeBody::put_MinorContentType(VARIANT type) {
   return guarded([&] {
     resolve_field(record_, EntryName::ContentType, message_);
     set_minor(record_, number_or_name(type, minor_from_name, 0));
-    changed();
-    return S_OK;
-  });
-}
-
-HRESULT CMimeBody::get_Encoding(VARIANT* encoding) {
-  return get_field(EntryName::ContentTransferEncoding, encoding);
-}
-
-HRESULT CMimeBody::put_Encoding(VARIANT encoding) {
-  return guarded([&] {
-    HeaderValue entry = find_or_add_entry(record_, EntryName::ContentTransferEncoding);
-    edit_value(entry) = number_or_name(encoding, encoding_from_name, kSevenBit);
     changed();
     return S_OK;
   });

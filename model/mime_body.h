@@ -91,6 +91,7 @@ class CMimeBody final
   [[nodiscard]] HRESULT put_type_parameter(std::string_view name, std::string_view value);
   [[nodiscard]] HRESULT get_field(EntryName name, VARIANT* value);
   [[nodiscard]] HRESULT put_field(EntryName name, const VARIANT& value);
+  [[nodiscard]] bool export_to(IStream& target);
   [[nodiscard]] bool import(platform::ComPtr<IStream> stream, bool by_reference);
 
   HeaderValue record_;  // `List`, pinned

@@ -2,11 +2,10 @@
 #include <utility>
 
 #include "core/guard.h"
-#include "core/text.h"
 #include "model/body_part.h"
 #include "model/mime_body.h"
+#include "model/variant_conversion.h"
 #include "streams/file_stream.h"
-#include "streams/memory_stream.h"
 #include "writer/part_transfer.h"
 
 namespace tallowbrook {
@@ -20,12 +19,17 @@ bool CMimeBody::import(ComPtr<IStream> stream, bool by_reference) {
   return true;
 }
 
+bool CMimeBody::export_to(IStream& target) {
+  resolve_field(record_, EntryName::ContentType, message_);
+  return export_content(record_, target);
+}
+
 HRESULT CMimeBody::Export(IUnknown* stream, VARIANT_BOOL* done) {
   if (done == nullptr) return E_POINTER;
   *done = VARIANT_FALSE;
   return guarded([&] {
     const ComPtr<IStream> target = platform::query<IStream>(stream);
-    if (target && export_content(record_, *target)) *done = VARIANT_TRUE;
+    if (target && export_to(*target)) *done = VARIANT_TRUE;
     return S_OK;
   });
 }
@@ -36,7 +40,7 @@ HRESULT CMimeBody::ExportAsFile(BSTR path, VARIANT_BOOL* done) {
   return guarded([&] {
     const ComPtr<CFileSystemStream> file = CFileSystemStream::open_for_writing(path);
     if (!file) return S_OK;
-    const bool exported = export_content(record_, *file);
+    const bool exported = export_to(*file);
     const bool flushed = SUCCEEDED(file->flush()) && SUCCEEDED(file->write_status());
     if (exported && flushed) *done = VARIANT_TRUE;
     return S_OK;
@@ -69,17 +73,35 @@ HRESULT CMimeBody::get_Value(BSTR* text) {
   if (text == nullptr) return E_POINTER;
   *text = nullptr;
   return guarded([&] {
-    const ComPtr<CISSHelper> content = CISSHelper::create();
-    if (!export_content(record_, *content)) return E_FAIL;
-    *text = to_bstr(content->bytes()).detach();
+    resolve_field(record_, EntryName::ContentType, message_);
+    const auto value = content_text(record_);
+    if (!value) return E_FAIL;
+    *text = platform::Bstr(*value).detach();
     return S_OK;
   });
 }
 
 HRESULT CMimeBody::put_Value(BSTR text) {
   return guarded([&] {
-    ComPtr<IStream> content = CISSHelper::create_with(to_ansi(platform::view_of(text)));
-    return import(std::move(content), true) ? S_OK : E_FAIL;
+    resolve_field(record_, EntryName::ContentType, message_);
+    if (!put_content_text(record_, platform::view_of(text))) return E_FAIL;
+    changed();
+    return S_OK;
+  });
+}
+
+HRESULT CMimeBody::get_Encoding(VARIANT* encoding) {
+  return get_field(EntryName::ContentTransferEncoding, encoding);
+}
+
+HRESULT CMimeBody::put_Encoding(VARIANT encoding) {
+  return guarded([&] {
+    HeaderValue value = number_or_name(encoding, encoding_from_name, kSevenBit);
+    recode_content(record_, value.number());
+    HeaderValue entry = find_or_add_entry(record_, EntryName::ContentTransferEncoding);
+    edit_value(entry) = std::move(value);
+    changed();
+    return S_OK;
   });
 }
 

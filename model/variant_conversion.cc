@@ -47,4 +47,15 @@ HeaderValue from_variant(const VARIANT& value) {
   }
 }
 
+HeaderValue number_or_name(const VARIANT& value, HeaderValue (*by_name)(std::string_view),
+                           std::int32_t otherwise) {
+  Variant direct;
+  if (FAILED(VariantCopyInd(&direct, &value))) return HeaderValue::integer(otherwise);
+  if (direct.vt == VT_BSTR) return by_name(to_ansi(direct.text()));
+  if (FAILED(VariantChangeType(&direct, &direct, 0, VT_I4))) {
+    return HeaderValue::integer(otherwise);
+  }
+  return HeaderValue::integer(direct.lVal);
+}
+
 }  // namespace tallowbrook

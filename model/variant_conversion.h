@@ -1,6 +1,9 @@
 // The model's values as automation values and back.
 #pragma once
 
+#include <cstdint>
+#include <string_view>
+
 #include "model/header_value.h"
 #include "platform/automation/variant.h"
 
@@ -15,5 +18,11 @@ namespace tallowbrook {
 // `Text`, a 32-bit integer `Integer`, empty or null `Empty`, anything else `Foreign`. By-reference
 // arguments are followed.
 [[nodiscard]] HeaderValue from_variant(const VARIANT& value);
+
+// A host's value for a number that strings name: `by_name` maps a string; what converts to no
+// number is `otherwise`.
+[[nodiscard]] HeaderValue number_or_name(const VARIANT& value,
+                                         HeaderValue (*by_name)(std::string_view),
+                                         std::int32_t otherwise);
 
 }  // namespace tallowbrook

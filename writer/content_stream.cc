@@ -1,5 +1,7 @@
 #include "writer/content_stream.h"
 
+#include <algorithm>
+
 namespace tallowbrook {
 
 HRESULT ContentStream::QueryInterface(REFIID iid, void** object) {
@@ -13,8 +15,19 @@ HRESULT ContentStream::QueryInterface(REFIID iid, void** object) {
 }
 
 HRESULT ContentStream::Read(void* pv, ULONG cb, ULONG* read) {
-  if (read != nullptr) *read = 0;
-  return failed() ? status_ : noted(content_.Read(pv, cb, read));
+  ULONG got = 0;
+  HRESULT status = failed() ? status_ : noted(content_.Read(pv, cb, &got));
+  while (without_zeros_ && got > 0) {
+    char* const bytes = static_cast<char*>(pv);
+    const auto left = static_cast<ULONG>(std::remove(bytes, bytes + got, '\0') - bytes);
+    if (left > 0) {
+      got = left;
+      break;
+    }
+    status = noted(content_.Read(pv, cb, &got));  // no byte would say that this is the end
+  }
+  if (read != nullptr) *read = got;
+  return status;
 }
 
 HRESULT ContentStream::Write(const void*, ULONG, ULONG* written) {

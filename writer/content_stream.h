@@ -11,8 +11,10 @@ namespace tallowbrook {
 
 class ContentStream final : public IStream {
  public:
-  // Goes to the start of `content`, which must outlive this object.
-  explicit ContentStream(IStream& content) : content_(content) {
+  // Goes to the start of `content`, which must outlive this object. Zero bytes, which the line
+  // codings cannot hold, are left out when told so.
+  explicit ContentStream(IStream& content, bool without_zeros = false)
+      : content_(content), without_zeros_(without_zeros) {
     Seek({0}, STREAM_SEEK_SET, nullptr);
   }
   ContentStream(const ContentStream&) = delete;
@@ -45,6 +47,7 @@ class ContentStream final : public IStream {
 
   IStream& content_;
   HRESULT status_ = S_OK;
+  bool without_zeros_;
 };
 
 }  // namespace tallowbrook

@@ -73,7 +73,12 @@ HRESULT MessageOutput::QueryInterface(REFIID iid, void** object) {
 HRESULT MessageOutput::Write(const void* pv, ULONG cb, ULONG* written) {
   if (written != nullptr) *written = 0;
   if (pv == nullptr) return STG_E_INVALIDPOINTER;
-  text({static_cast<const char*>(pv), cb});
+  const std::string_view bytes(static_cast<const char*>(pv), cb);
+  if (guard_ == nullptr) {
+    text(bytes);
+  } else {
+    guard_->take(bytes, [this](std::string_view piece) { text(piece); });
+  }
   if (failed_) return E_FAIL;
   if (written != nullptr) *written = cb;
   return S_OK;

@@ -10,6 +10,7 @@
 
 #include "model/header_value.h"
 #include "platform/storage/stream.h"
+#include "writer/dot_guard.h"
 
 namespace tallowbrook {
 
@@ -25,6 +26,8 @@ class MessageOutput final : public IStream {
   void raw(const HeaderValue& value);
   // Begins a new line unless the output stands at the beginning of one.
   void close_line();
+  // From here on what coders write passes through `guard`, which must outlive it; null for none.
+  void set_guard(DotGuard* guard) { guard_ = guard; }
   // Notes that content could not be read: the output goes on, but it is not whole.
   void miss_content() { missed_ = true; }
   // Hands on what is collected; false when a write failed, then or earlier, or content is missing.
@@ -51,6 +54,7 @@ class MessageOutput final : public IStream {
 
   ISequentialStream& target_;
   std::string buffer_;
+  DotGuard* guard_ = nullptr;
   bool at_line_start_ = true;
   bool failed_ = false;
   bool missed_ = false;

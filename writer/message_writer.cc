@@ -9,6 +9,7 @@
 #include "model/header_text.h"
 #include "model/received.h"
 #include "streams/output_modifier.h"
+#include "writer/shared_stream.h"
 
 namespace tallowbrook {
 namespace {
@@ -95,6 +96,10 @@ WriteOutcome write_message(MessageStore& store, const MessageRef& message, IStre
   const platform::ComPtr<IStream> held(target);
   if (options.raw_copy != nullptr && !options.header_only) {
     return write_raw_copy(*options.raw_copy, *target);
+  }
+  if (!options.header_only && reads_from(store.root, *target)) {
+    return write_buffered(
+        *target, [&](IStream& buffer) { return write_message(store, message, &buffer, options); });
   }
   COutputStreamModifier filter(*target);
   MessageOutput out(filter);

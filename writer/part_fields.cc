@@ -102,11 +102,12 @@ class FieldWriter {
       if (ensure_boundary(type)) drop_source(body_type_);
       result_.multipart = true;
       result_.boundary = boundary_text(type);
+      result_.digest = type[kTypeMinor].is_integer(kDigest);
     }
     name_disposition();
-    holds_message_ =
-        !result_.multipart && encoding().is_set() && holds_message(content_type(), encoding());
-    if (!holds_message_) result_.encoding = encoding_number(record_);
+    result_.message = !result_.multipart && (encoding().is_set() || is_decoded(record_)) &&
+                      holds_message(content_type(), encoding());
+    if (!result_.message) result_.encoding = encoding_number(record_);
   }
 
   [[nodiscard]] const HeaderValue& encoding() const {
@@ -164,7 +165,7 @@ class FieldWriter {
 
   HRESULT write_encoding(const HeaderValue& value) {
     const bool coded = value.is_integer(kQuotedPrintable) || value.is_integer(kBase64);
-    if (holds_message_ || (result_.multipart && coded) || is_blank(value)) return S_OK;
+    if (result_.message || (result_.multipart && coded) || is_blank(value)) return S_OK;
     const bool known = value.is(ValueKind::Integer);
     if (known && encoding_name(value.number()).empty()) return E_FAIL;
     write_line(entry_name_text(EntryName::ContentTransferEncoding),
@@ -206,7 +207,6 @@ class FieldWriter {
   const MessageRef& message_;
   PartFields& result_;
   HeaderValue body_type_;  // the entry
-  bool holds_message_ = false;
 };
 
 }  // namespace

@@ -13,7 +13,9 @@ namespace tallowbrook {
 struct PartFields {
   bool multipart = false;
   std::string boundary;  // of a multipart, as it stands in delimiter lines
-  std::int32_t encoding = kNoEncoding;
+  bool digest = false;   // a multipart whose parts are messages unless they say otherwise
+  bool message = false;  // the content is a message as it stands
+  std::int32_t encoding = kNoEncoding;  // of content that is not
 };
 
 // Writes the fields of a record, a `List` shared by reference, in their stored order. A field whose

@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
-#include "coding/coder_factory.h"
 #include "core/text.h"
 #include "model/body_part.h"
-#include "writer/content_stream.h"
+#include "writer/content_writer.h"
 #include "writer/part_fields.h"
+#include "writer/shared_stream.h"
 
 namespace tallowbrook {
 namespace {
@@ -25,6 +25,7 @@ struct Frame {
   HeaderValue children;  // of a multipart, shared by reference
   std::size_t next = 0;
   std::string boundary;
+  bool digest = false;
 };
 
 class PartWriter {
@@ -34,7 +35,7 @@ class PartWriter {
 
   WriteOutcome write(HeaderValue root) {
     WriteOutcome outcome;
-    outcome.status = begin(std::move(root), true);
+    outcome.status = begin(std::move(root), nullptr);
     outcome.complete = SUCCEEDED(outcome.status);
     while (!stack_.empty()) {
       if (FAILED(step())) outcome.complete = false;
@@ -43,8 +44,8 @@ class PartWriter {
   }
 
  private:
-  // Writes a part as far as its children, which are left to the steps.
-  HRESULT begin(HeaderValue record, bool is_root) {
+  // Writes a part as far as its children, which are left to the steps. No parent: the root.
+  HRESULT begin(HeaderValue record, const Frame* parent) {
     if (!record.is(ValueKind::List)) return E_FAIL;
     record.pin();
     PartFields fields;
@@ -53,17 +54,26 @@ class PartWriter {
     const HeaderValue body = record[kPartBody];
     if (!fields.multipart && !body.is_set()) {
       // A root may end with its header; a delimiter line there would be a header line to a reader.
-      if (!is_root) out_.text("\r\n");
+      if (parent != nullptr) out_.text("\r\n");
       return S_OK;
     }
     out_.text("\r\n");
-    if (fields.multipart) return begin_multipart(std::move(record), std::move(fields.boundary));
+    if (fields.multipart) return begin_multipart(std::move(record), fields);
     if (!body.is(ValueKind::Raw)) return E_FAIL;
-    write_content(record, body, fields.encoding);
+    if (parent != nullptr && parent->digest && is_message_by_default(record)) {
+      fields.message = true;
+    }
+    write_content(out_, record, fields);
     return S_OK;
   }
 
-  HRESULT begin_multipart(HeaderValue record, std::string boundary) {
+  // Of a digest's child.
+  static bool is_message_by_default(const HeaderValue& record) {
+    return !field_value(record, EntryName::ContentType).is_set() &&
+           is_line_encoding(encoding_number(record));
+  }
+
+  HRESULT begin_multipart(HeaderValue record, const PartFields& fields) {
     HeaderValue children;
     if (record[kPartBody].is_set()) {
       if (!record[kPartBody].is(ValueKind::List)) return E_FAIL;
@@ -71,10 +81,10 @@ class PartWriter {
     }
     out_.text(kPreamble);
     if (children.size() == 0) {  // a multipart has at least one part
-      write_delimiter(boundary);
+      write_delimiter(fields.boundary);
       out_.text("\r\n");
     }
-    stack_.push_back({std::move(record), std::move(children), 0, std::move(boundary)});
+    stack_.push_back({std::move(record), std::move(children), 0, fields.boundary, fields.digest});
     return S_OK;
   }
 
@@ -101,27 +111,9 @@ class PartWriter {
       out_.text("\r\n");
       return slot.is_set() ? E_FAIL : S_OK;
     }
-    const HRESULT status = begin(share_list(slot), false);  // may move the frames
+    const HRESULT status = begin(share_list(slot), &frame);  // may move the frames
     if (FAILED(status)) out_.close_line();
     return status;
-  }
-
-  // Wire content goes out as it is held; decoded content is encoded.
-  void write_content(const HeaderValue& record, const HeaderValue& body, std::int32_t encoding) {
-    if (!is_decoded(record)) {
-      out_.raw(body);
-      return;
-    }
-    const platform::ComPtr<IStream> content = body.stream();
-    const auto coder = make_coder(encoding == kNoEncoding ? kEightBit : encoding);
-    if (body.raw_in_memory()) {
-      content->Seek({0}, STREAM_SEEK_SET, nullptr);
-      coder->Encode(*content, out_);
-      return;
-    }
-    ContentStream watched(*content);
-    if (!watched.failed()) coder->Encode(watched, out_);
-    if (watched.failed()) out_.miss_content();
   }
 
   MessageOutput& out_;
@@ -140,6 +132,10 @@ WriteOutcome write_part(MessageOutput& out, HeaderValue record, const MessageRef
 WriteOutcome save_part(ISequentialStream* target, HeaderValue record, const MessageRef& message,
                        bool header_only) {
   if (target == nullptr) return {E_INVALIDARG, false};
+  if (!header_only && reads_from(record, *target)) {
+    return write_buffered(
+        *target, [&](IStream& buffer) { return save_part(&buffer, record, message, header_only); });
+  }
   MessageOutput out(*target);
   WriteOutcome outcome = write_part(out, std::move(record), message, header_only);
   if (!out.flush()) outcome.complete = false;
