@@ -7,6 +7,11 @@
 // Decode copies it back line by line. A line ends behind LF, after 4096 bytes or at the end of the
 // input. A line "..\r\n" becomes ".\r\n"; what follows a zero byte in a line is dropped with it;
 // the last line loses its line end (one LF, then one CR).
+//
+// Content that differs after a way there and back:
+// - zero bytes are dropped;
+// - a line end at the very end of the content goes;
+// - a dot that opens a line comes back doubled, unless it stands alone in it.
 #pragma once
 
 #include "coding/mime_code.h"
