@@ -62,8 +62,7 @@ void write_coded(MessageOutput& out, IStream& content, std::int32_t encoding) {
   if (guard) guard->finish([&out](std::string_view piece) { out.text(piece); });
 }
 
-void write_enclosed_message(MessageOutput& out, const HeaderValue& body) {
-  const HeaderValue held = body;  // a host's target may change the model while it is written to
+void write_enclosed_message(MessageOutput& out, const HeaderValue& held) {
   CISSHelper buffer;
   if (!held.raw_in_memory()) {
     ContentStream watched(*held.stream());
@@ -81,7 +80,7 @@ void write_content(MessageOutput& out, const HeaderValue& record, const PartFiel
   if (!is_decoded(record)) {
     out.raw(record[kPartBody]);
   } else if (fields.message) {
-    write_enclosed_message(out, record[kPartBody]);
+    write_enclosed_message(out, HeaderValue::raw_stream(charset_input(record, nullptr)));
   } else {
     const ComPtr<IStream> content = in_charset(out, record);
     write_coded(out, *content, fields.encoding);

@@ -162,6 +162,14 @@ TEST(Content, AnEnclosedMessageIsSavedAsItIs) {
   }
 }
 
+TEST(Content, TextBecomesAMessage) {
+  Pair pair(u"text", kNone);
+  EXPECT_EQ(pair.first->put_Charset(Variant(u"utf-8")), S_OK);
+  EXPECT_EQ(pair.first->put_Value(Bstr(u"Subject: a").get()), S_OK);
+  EXPECT_EQ(pair.first->put_MajorContentType(Variant(u"message")), S_OK);
+  EXPECT_EQ(pair.reloaded(), "Subject: a\r\n");
+}
+
 TEST(Content, TextIsTheSameWhateverIsPutFirst) {
   const std::function<void(IMimeBody&)> kPuts[] = {
       [](IMimeBody& part) { EXPECT_EQ(part.put_Charset(Variant(u"koi8-r")), S_OK); },
