@@ -192,6 +192,20 @@ TEST(Embedded, WritesThroughToAHostsStream) {
   EXPECT_NE(saved(message).find(stream->bytes()), std::string::npos);
 }
 
+TEST(Embedded, DotLinesOfImportedMessages) {
+  const auto message = loaded(nest(2));
+  const Object part = item(body(message), 1);
+  import(part, std::string(kDate) + "MIME-Version: 1.0\nSubject: s\n\na\n.\n..\n.b\nc\n.\n");
+  const auto inner_text = [](const Object& of) { return content(body(embedded(of))); };
+  EXPECT_EQ(inner_text(part), "a\n..\n..\n.b\nc\n");
+  const std::string once = saved(message);
+  EXPECT_NE(once.find("\r\n\r\na\r\n..\r\n..\r\n.b\r\nc\r\n--b1--"), std::string::npos) << once;
+  put_subject(embedded(part), "s");
+  EXPECT_EQ(saved(message), once);
+  const auto again = loaded(once);
+  EXPECT_EQ(inner_text(item(body(again), 1)), "a\r\n..\r\n..\r\n.b\r\nc\r\n");
+}
+
 TEST(Embedded, WhatHoldsAMessage) {
   const struct {
     std::string_view fields;
