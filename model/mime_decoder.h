@@ -155,7 +155,7 @@ class CMimeDecoder final
   MessageStore store_;
   MessageRef link_;
   MessageRef enclosing_;
-  EmbeddedPlace place_;  // in the enclosing message
+  EmbeddedPlace place_;                    // in the enclosing message
   platform::ComPtr<CISSHelper> raw_copy_;  // while it says what the model says
   ViewMutex mutex_;                        // held while one header field is parsed
   PluginHook plugin_;

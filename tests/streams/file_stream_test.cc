@@ -16,7 +16,10 @@ namespace {
 
 class FileStream : public testing::Test {
  protected:
-  FileStream() : file_(testing::TempDir() + "tallowbrook-\xC3\xA4-file-stream") {}
+  // A file of each test's own: tests run side by side.
+  FileStream()
+      : file_(testing::TempDir() + "tallowbrook-\xC3\xA4-" +
+              testing::UnitTest::GetInstance()->current_test_info()->name()) {}
   ~FileStream() override { std::filesystem::remove(file_); }
 
   [[nodiscard]] std::u16string wide() const { return file_.u16string(); }
