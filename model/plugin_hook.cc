@@ -13,8 +13,11 @@ PluginHook::~PluginHook() {
   if (library_ != nullptr) FreeLibrary(library_);
 }
 
-void PluginHook::on_loaded(IMimeDecoder* message) const {
-  if (on_loaded_ != nullptr) on_loaded_(message);
+void PluginHook::on_loaded(IMimeDecoder* message) {
+  if (on_loaded_ == nullptr || telling_) return;
+  telling_ = true;
+  on_loaded_(message);
+  telling_ = false;
 }
 
 }  // namespace tallowbrook

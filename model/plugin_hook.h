@@ -16,13 +16,15 @@ class PluginHook {
   PluginHook(const PluginHook&) = delete;
   PluginHook& operator=(const PluginHook&) = delete;
 
-  void on_loaded(IMimeDecoder* message) const;
+  // Does nothing while an earlier call runs: the plug-in may load the message that it is told of.
+  void on_loaded(IMimeDecoder* message);
 
  private:
   using OnLoaded = HRESULT (*)(IMimeDecoder*);
 
   HMODULE library_;
   OnLoaded on_loaded_ = nullptr;
+  bool telling_ = false;
 };
 
 }  // namespace tallowbrook

@@ -1,10 +1,14 @@
-// For every n, the n-th allocation, read or write fails while a message is created, loaded, read
-// and saved: nothing crashes or leaks, the status tells, and the objects go on working.
+// For every n, the n-th allocation, read or file call fails while a message is created, loaded,
+// read and saved: nothing crashes or leaks, the status tells, and the objects go on working.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "tests/faults/allocation.h"
+#include "tests/faults/file_calls.h"
 #include "tests/model/host.h"
 #include "tests/support/host_stream.h"
 
@@ -79,6 +83,79 @@ TEST(FailEveryCall, Allocations) {
   }
   EXPECT_FALSE(failed);
   EXPECT_GT(n, 100U);
+}
+
+std::string file_bytes(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// A message in a file, and the file that it is saved to.
+struct Files {
+  Files() {
+    std::ofstream(source, std::ios::binary) << kMessage << "X: " << std::string(200'000, 'x');
+  }
+  ~Files() { std::filesystem::remove_all(folder); }
+  Files(const Files&) = delete;
+  Files& operator=(const Files&) = delete;
+
+  std::filesystem::path folder = [] {
+    std::string name = (std::filesystem::temp_directory_path() / "file_calls_XXXXXX").string();
+    return std::filesystem::path(mkdtemp(name.data()));
+  }();
+  std::filesystem::path source = folder / "source.eml";
+  std::filesystem::path target = folder / "target.eml";
+};
+
+TEST(FailEveryCall, FilesLoaded) {
+  const Files files;
+  const std::string whole = saved(loaded(file_bytes(files.source)));
+  const platform::Bstr path(files.source.u16string());
+  bool failed = true;
+  std::size_t n = 0;
+  while (failed && ++n < 1000) {
+    const auto message = new_message();
+    VARIANT_BOOL done = VARIANT_TRUE;
+    HRESULT status = S_OK;
+    {
+      const FailingFileCall failing(n, EIO);
+      status = message->LoadFromFile(path.get(), &done);
+      failed = failing.happened();
+    }
+    EXPECT_EQ(SUCCEEDED(status), !failed) << n;
+    EXPECT_EQ(done, failed ? VARIANT_FALSE : VARIANT_TRUE) << n;
+    EXPECT_EQ(message->LoadFromFile(path.get(), &done), S_OK) << n;
+    EXPECT_EQ(saved(message), whole) << n;
+  }
+  EXPECT_FALSE(failed);
+  EXPECT_GT(n, 3U);
+}
+
+// What fails while a file is written leaves the message whole, and says so.
+TEST(FailEveryCall, FilesSaved) {
+  const Files files;
+  const auto message = loaded(file_bytes(files.source));
+  const std::string whole = saved(message);
+  EXPECT_EQ(put(message.get(), u"Subject", text("changed")), S_OK);
+  const std::string changed = saved(message);
+  ASSERT_NE(whole, changed);
+  const platform::Bstr path(files.target.u16string());
+  bool failed = true;
+  std::size_t n = 0;
+  while (failed && ++n < 1000) {
+    VARIANT_BOOL done = VARIANT_TRUE;
+    {
+      const FailingFileCall failing(n, ENOSPC);
+      EXPECT_EQ(message->SaveToFile(path.get(), &done), S_OK) << n;
+      failed = failing.happened();
+    }
+    EXPECT_EQ(done, failed ? VARIANT_FALSE : VARIANT_TRUE) << n;
+    EXPECT_EQ(message.query<IPersistStream>()->IsDirty(), failed ? S_OK : S_FALSE) << n;
+    EXPECT_EQ(saved(message), changed) << n;
+  }
+  EXPECT_FALSE(failed);
+  EXPECT_GT(n, 3U);
+  EXPECT_EQ(file_bytes(files.target), changed);
 }
 
 TEST(FailEveryCall, Reads) {

@@ -1,0 +1,76 @@
+// The plug-in library hears of every message that was loaded whole, and of nothing else.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "platform/kernel/library.h"
+#include "tests/model/host.h"
+
+namespace tallowbrook::test {
+namespace {
+
+// The plug-in is found while this object lives, and held so that its counts can be read.
+class Plugin {
+ public:
+  Plugin() {
+    setenv("TALLOWBROOK_PLUGIN_PATH", PLUGIN_FOLDER, 1);
+    library_ = LoadLibraryA("TlwbkPlg.dll");
+  }
+  ~Plugin() {
+    if (library_ != nullptr) FreeLibrary(library_);
+    unsetenv("TALLOWBROOK_PLUGIN_PATH");
+  }
+  Plugin(const Plugin&) = delete;
+  Plugin& operator=(const Plugin&) = delete;
+
+  [[nodiscard]] bool found() const { return library_ != nullptr; }
+  [[nodiscard]] int calls() const { return entry<int (*)()>("plugin_calls")(); }
+  [[nodiscard]] std::u16string subject() const {
+    return entry<const char16_t* (*)()>("plugin_subject")();
+  }
+
+ private:
+  template <class Function>
+  Function entry(const char* name) const {
+    return reinterpret_cast<Function>(GetProcAddress(library_, name));
+  }
+
+  HMODULE library_ = nullptr;
+};
+
+TEST(PluginTest, HearsOfEachMessageThatWasLoaded) {
+  const Plugin plugin;
+  ASSERT_TRUE(plugin.found());
+  const auto message = new_message();
+  const int before = plugin.calls();
+
+  EXPECT_EQ(load(message,
+                 "Subject: first\r\nReceived: from a by b; 1 Jun 2026 10:00:00 +0200\r\n"
+                 "\r\nbody\r\n"),
+            S_OK);
+  EXPECT_EQ(plugin.calls(), before + 1);
+  EXPECT_EQ(plugin.subject(), u"first");
+
+  // Fields that are read on demand, through whatever messages inside, are no loaded message.
+  (void)read(message.get(), u"Received");
+  (void)saved(message);
+  EXPECT_EQ(plugin.calls(), before + 1);
+
+  EXPECT_EQ(load(message, "no message\r\n"), E_ABORT);
+  EXPECT_EQ(plugin.calls(), before + 1);
+}
+
+TEST(PluginTest, MayLoadTheMessageThatItIsToldOf) {
+  const Plugin plugin;
+  ASSERT_TRUE(plugin.found());
+  const auto message = new_message();
+  const int before = plugin.calls();
+  EXPECT_EQ(load(message, "Subject: once more\r\n\r\nbody\r\n"), S_OK);
+  EXPECT_EQ(plugin.calls(), before + 1);
+  EXPECT_EQ(read_text(message.get(), u"Subject"), "Lunch");
+  EXPECT_EQ(load(message, "Subject: next\r\n\r\nbody\r\n"), S_OK);
+  EXPECT_EQ(plugin.calls(), before + 2);
+}
+
+}  // namespace
+}  // namespace tallowbrook::test
