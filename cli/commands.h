@@ -20,6 +20,11 @@ void add_show(CLI::App& program, int& status);
 void add_headers(CLI::App& program, int& status);
 void add_copy(CLI::App& program, int& status);
 void add_check(CLI::App& program, int& status);
+void add_manual(CLI::App& program, int& status);
+void add_completion(CLI::App& program, int& status);
+
+// The program's commands in the order in which they were added.
+[[nodiscard]] std::vector<const CLI::App*> commands_of(const CLI::App& program);
 
 // The JSON form of a message, one object on one line, without control characters: all that is not
 // ASCII is escaped. Its shape is described in the help of `show` and changes only together with

@@ -29,11 +29,15 @@ int run(int argc, char** argv) {
   CLI::App program("Reads, checks and copies Internet mail messages.", "tallowbrook");
   program.require_subcommand(1);
   program.footer(kFooter);
+  program.set_version_flag("--version", "tallowbrook " TALLOWBROOK_VERSION,
+                           "Print the version and exit");
   int status = kFine;
   add_show(program, status);
   add_headers(program, status);
   add_copy(program, status);
   add_check(program, status);
+  add_manual(program, status);
+  add_completion(program, status);
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
