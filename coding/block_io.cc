@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace tallowbrook {
 
@@ -26,6 +27,15 @@ ULONGLONG remaining_length(IStream& stream) {
   return size - std::min(size, position);
 }
 
+void write_block(ISequentialStream& output, std::string_view block) {
+  constexpr std::size_t kMost = std::size_t{1} << 30;
+  while (!block.empty()) {
+    const auto size = static_cast<ULONG>(std::min(block.size(), kMost));
+    if (output.Write(block.data(), size, nullptr) == E_OUTOFMEMORY) throw std::bad_alloc();
+    block.remove_prefix(size);
+  }
+}
+
 BlockReader::BlockReader(ISequentialStream& stream)
     : stream_(stream), memory_(platform::query<CISSHelper>(&stream)) {
   // A stream that only hands on the queries of a memory stream has a Read of its own.
@@ -48,7 +58,7 @@ std::string_view BlockReader::next(std::size_t limit) {
 void BlockWriter::put(std::string_view piece) {
   if (piece.size() > buffer_.size() - fill_) flush();
   if (piece.size() >= buffer_.size()) {
-    write(piece);
+    write_block(stream_, piece);
   } else if (!piece.empty()) {
     std::memcpy(buffer_.data() + fill_, piece.data(), piece.size());
     fill_ += piece.size();
@@ -56,12 +66,8 @@ void BlockWriter::put(std::string_view piece) {
 }
 
 void BlockWriter::flush() {
-  write({buffer_.data(), fill_});
+  write_block(stream_, {buffer_.data(), fill_});
   fill_ = 0;
-}
-
-void BlockWriter::write(std::string_view block) {
-  if (!block.empty()) stream_.Write(block.data(), static_cast<ULONG>(block.size()), nullptr);
 }
 
 }  // namespace tallowbrook

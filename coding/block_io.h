@@ -16,6 +16,10 @@ namespace tallowbrook {
 // is where it was afterwards.
 [[nodiscard]] ULONGLONG remaining_length(IStream& stream);
 
+// Writes to a coder's output, whose answer does not count, except that memory has run out: that
+// throws std::bad_alloc.
+void write_block(ISequentialStream& output, std::string_view block);
+
 // Hands out a stream's bytes in blocks: a memory stream's in one, without a copy, any other's in
 // reads of 65536 bytes.
 class BlockReader {
@@ -25,6 +29,8 @@ class BlockReader {
   // The next block, at most `limit` bytes; empty when a read yields none. Valid until the next call
   // and until a memory stream is written to.
   [[nodiscard]] std::string_view next(std::size_t limit = static_cast<std::size_t>(-1));
+  // True for a memory stream, whose first block is all there is.
+  [[nodiscard]] bool lends() const { return static_cast<bool>(memory_); }
 
  private:
   ISequentialStream& stream_;
@@ -56,8 +62,6 @@ class BlockWriter {
   static constexpr std::size_t kCapacity = 8192;
 
  private:
-  void write(std::string_view block);
-
   ISequentialStream& stream_;
   std::size_t fill_ = 0;
   std::array<char, kCapacity> buffer_;

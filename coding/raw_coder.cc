@@ -7,7 +7,7 @@ namespace tallowbrook {
 void CMIMECodeRaw::Decode(IStream& input, IStream& output) {
   BlockReader reader(input);
   for (auto block = reader.next(); !block.empty(); block = reader.next()) {
-    output.Write(block.data(), static_cast<ULONG>(block.size()), nullptr);
+    write_block(output, block);
   }
 }
 

@@ -14,7 +14,7 @@ class RestOfInput {
  public:
   explicit RestOfInput(ISequentialStream& stream) : reader_(stream) {
     text_ = reader_.next();
-    if (text_.empty() || platform::query<CISSHelper>(&stream)) return;
+    if (text_.empty() || reader_.lends()) return;
     for (auto block = text_; !block.empty(); block = reader_.next()) copy_ += block;
     text_ = copy_;
   }

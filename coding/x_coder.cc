@@ -69,14 +69,7 @@ bool through_service(std::basic_string_view<Source> text, std::size_t guess, Roo
 
 template <class Unit>
 void write(IStream& output, const Unit* units, std::size_t count) {
-  constexpr std::size_t kMost = std::size_t{1} << 30;
-  const auto* bytes = reinterpret_cast<const char*>(units);
-  for (std::size_t left = count * sizeof(Unit); left > 0;) {
-    const std::size_t block = std::min(left, kMost);
-    output.Write(bytes, static_cast<ULONG>(block), nullptr);
-    bytes += block;
-    left -= block;
-  }
+  write_block(output, {reinterpret_cast<const char*>(units), count * sizeof(Unit)});
 }
 
 void decode_piece(UINT page, std::string_view piece, Room<char16_t>& room, IStream& output) {

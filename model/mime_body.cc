@@ -444,7 +444,8 @@ HRESULT CMimeBody::Save(IStream* stream, BOOL clear_dirty) {
   if (!bound_) return E_FAIL;
   return guarded([&] {
     const WriteOutcome outcome = save_part(stream, record_, message_, flags_.header_only);
-    if (clear_dirty != FALSE && SUCCEEDED(outcome.status)) set_dirty(false);
+    const bool written = SUCCEEDED(outcome.status) && outcome.complete;
+    if (written && clear_dirty != FALSE) set_dirty(false);
     return outcome.status;
   });
 }

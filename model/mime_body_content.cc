@@ -97,7 +97,7 @@ HRESULT CMimeBody::get_Encoding(VARIANT* encoding) {
 HRESULT CMimeBody::put_Encoding(VARIANT encoding) {
   return guarded([&] {
     HeaderValue value = number_or_name(encoding, encoding_from_name, kSevenBit);
-    recode_content(record_, value.number());
+    if (!recode_content(record_, value.number())) return E_FAIL;
     HeaderValue entry = find_or_add_entry(record_, EntryName::ContentTransferEncoding);
     edit_value(entry) = std::move(value);
     changed();

@@ -4,16 +4,6 @@
 
 namespace tallowbrook {
 
-HRESULT ContentStream::QueryInterface(REFIID iid, void** object) {
-  if (object == nullptr) return E_POINTER;
-  *object = nullptr;
-  if (iid != IUnknown::kIid && iid != ISequentialStream::kIid && iid != IStream::kIid) {
-    return E_NOINTERFACE;
-  }
-  *object = static_cast<IStream*>(this);
-  return S_OK;
-}
-
 HRESULT ContentStream::Read(void* pv, ULONG cb, ULONG* read) {
   ULONG got = 0;
   HRESULT status = failed() ? status_ : noted(content_.Read(pv, cb, &got));
@@ -30,31 +20,23 @@ HRESULT ContentStream::Read(void* pv, ULONG cb, ULONG* read) {
   return status;
 }
 
-HRESULT ContentStream::Write(const void*, ULONG, ULONG* written) {
-  if (written != nullptr) *written = 0;
-  return E_NOTIMPL;
-}
-
 HRESULT ContentStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {
   if (position != nullptr) position->QuadPart = 0;
   return noted(content_.Seek(move, origin, position));
 }
 
-HRESULT ContentStream::CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read,
-                              ULARGE_INTEGER* written) {
-  if (read != nullptr) read->QuadPart = 0;
-  if (written != nullptr) written->QuadPart = 0;
-  return E_NOTIMPL;
+HRESULT TargetStream::Write(const void* pv, ULONG cb, ULONG* written) {
+  ULONG taken = 0;
+  const HRESULT status = failed_ ? E_FAIL : target_.Write(pv, cb, &taken);
+  failed_ = failed_ || FAILED(status) || taken < cb;
+  if (written != nullptr) *written = taken;
+  return status;
 }
 
-HRESULT ContentStream::Stat(STATSTG* stat, DWORD) {
-  if (stat != nullptr) *stat = STATSTG{};
-  return E_NOTIMPL;
-}
-
-HRESULT ContentStream::Clone(IStream** clone) {
-  if (clone != nullptr) *clone = nullptr;
-  return E_NOTIMPL;
+platform::ComPtr<CISSHelper> in_memory(IStream& stream) {
+  auto memory = platform::query<CISSHelper>(&stream);
+  if (memory.get() != &stream) memory.reset();  // a wrapper may pass queries on
+  return memory;
 }
 
 }  // namespace tallowbrook

@@ -1,42 +1,33 @@
-// ContentStream: the content of a part on its way into a coder, and whether all of it could be had.
+// The two ends of a coder's work on a part's content, and whether all of it went through.
 //
-// Coders take a Read that fails for the end. What they read passes through here, so that the save
-// can tell that content is missing. It lives on the stack of one save and counts no references; all
-// but Read and Seek is refused.
+// Coders take a Read that fails for the end and ignore what Write answers. What they read passes
+// through a ContentStream and what they write through a TargetStream, so that it can be told when
+// content is missing.
 #pragma once
 
-#include "platform/storage/stream.h"
+#include <utility>
+
+#include "streams/memory_stream.h"
+#include "writer/stack_stream.h"
 
 namespace tallowbrook {
 
-class ContentStream final : public IStream {
+class ContentStream final : public StackStream {
  public:
-  // Goes to the start of `content`, which must outlive this object. Zero bytes, which the line
-  // codings cannot hold, are left out when told so.
-  explicit ContentStream(IStream& content, bool without_zeros = false)
+  enum class From { kStart, kHere };
+
+  // Goes to the start of `content` unless told to stay; `content` must outlive this object. Zero
+  // bytes, which the line codings cannot hold, are left out when told so.
+  explicit ContentStream(IStream& content, From from = From::kStart, bool without_zeros = false)
       : content_(content), without_zeros_(without_zeros) {
-    Seek({0}, STREAM_SEEK_SET, nullptr);
+    if (from == From::kStart) ContentStream::Seek({0}, STREAM_SEEK_SET, nullptr);
   }
-  ContentStream(const ContentStream&) = delete;
-  ContentStream& operator=(const ContentStream&) = delete;
 
   // True once a Read or Seek of the content failed; nothing is read after that.
   [[nodiscard]] bool failed() const { return FAILED(status_); }
 
-  HRESULT QueryInterface(REFIID iid, void** object) override;
-  ULONG AddRef() override { return 1; }
-  ULONG Release() override { return 1; }
   HRESULT Read(void* pv, ULONG cb, ULONG* read) override;
-  HRESULT Write(const void*, ULONG, ULONG* written) override;
   HRESULT Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override;
-  HRESULT SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
-  HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read, ULARGE_INTEGER* written) override;
-  HRESULT Commit(DWORD) override { return E_NOTIMPL; }
-  HRESULT Revert() override { return E_NOTIMPL; }
-  HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-  HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-  HRESULT Stat(STATSTG* stat, DWORD) override;
-  HRESULT Clone(IStream** clone) override;
 
  private:
   // Keeps the first failure.
@@ -49,5 +40,36 @@ class ContentStream final : public IStream {
   HRESULT status_ = S_OK;
   bool without_zeros_;
 };
+
+// Hands every write on to `target`, which must outlive it, until one fails or is not taken whole.
+class TargetStream final : public StackStream {
+ public:
+  explicit TargetStream(ISequentialStream& target) : target_(target) {}
+
+  [[nodiscard]] bool failed() const { return failed_; }
+
+  HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
+
+ private:
+  ISequentialStream& target_;
+  bool failed_ = false;
+};
+
+// The stream when it is one in memory, whose bytes may be looked at and cannot fail to be read.
+[[nodiscard]] platform::ComPtr<CISSHelper> in_memory(IStream& stream);
+
+// Calls `use` with a stream that gives `content` from its start. False when that could not be read
+// to its end: `use` was then called with what could, if any.
+template <class Use>
+[[nodiscard]] bool use_content(IStream& content, Use&& use) {
+  if (const auto memory = in_memory(content)) {
+    memory->rewind();
+    std::forward<Use>(use)(content);
+    return true;
+  }
+  ContentStream watched(content);
+  if (!watched.failed()) std::forward<Use>(use)(watched);
+  return !watched.failed();
+}
 
 }  // namespace tallowbrook

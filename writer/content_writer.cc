@@ -16,25 +16,17 @@ namespace {
 
 using platform::ComPtr;
 
-// The stream when it is one in memory, whose bytes may be looked at and cannot fail to be read.
-ComPtr<CISSHelper> in_memory(IStream& stream) {
-  auto memory = platform::query<CISSHelper>(&stream);
-  if (memory.get() != &stream) memory.reset();  // a wrapper may pass queries on
-  return memory;
-}
-
-// Calls `encode` with the content from its start. What cannot be read is missed.
+// Calls `encode` with the content from its start, without its zero bytes. False when it could not
+// be read to its end.
 template <class Encode>
-void feed(MessageOutput& out, IStream& content, bool without_zeros, Encode&& encode) {
+bool use_lines(IStream& content, Encode&& encode) {
   const auto memory = in_memory(content);
-  if (memory && !(without_zeros && memory->bytes().find('\0') != std::string_view::npos)) {
-    memory->rewind();
-    encode(content);
-    return;
+  if (memory && memory->bytes().find('\0') == std::string_view::npos) {
+    return use_content(content, encode);
   }
-  ContentStream watched(content, without_zeros);
+  ContentStream watched(content, ContentStream::From::kStart, true);
   if (!watched.failed()) encode(watched);
-  if (watched.failed()) out.miss_content();
+  return !watched.failed();
 }
 
 // Decoded content as the transfer coder takes it.
@@ -44,7 +36,9 @@ ComPtr<IStream> in_charset(MessageOutput& out, const HeaderValue& record) {
   ComPtr<IStream> content = charset_input(record, coder.get());
   if (!coder) return content;
   const auto encoded = CISSHelper::create(4096, 1);
-  feed(out, *content, false, [&](IStream& input) { coder->Encode(input, *encoded); });
+  if (!use_content(*content, [&](IStream& input) { coder->Encode(input, *encoded); })) {
+    out.miss_content();
+  }
   return encoded;
 }
 
@@ -57,7 +51,8 @@ void write_coded(MessageOutput& out, IStream& content, std::int32_t encoding) {
     guard.emplace(quoted ? DotGuard::Style::kQuoted : DotGuard::Style::kDoubled);
     out.set_guard(&*guard);
   }
-  feed(out, content, lines, [&](IStream& input) { coder->Encode(input, out); });
+  const auto encode = [&](IStream& input) { coder->Encode(input, out); };
+  if (!(lines ? use_lines(content, encode) : use_content(content, encode))) out.miss_content();
   out.set_guard(nullptr);
   if (guard) guard->finish([&out](std::string_view piece) { out.text(piece); });
 }

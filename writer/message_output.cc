@@ -60,16 +60,6 @@ bool MessageOutput::flush() {
   return !failed_ && !missed_;
 }
 
-HRESULT MessageOutput::QueryInterface(REFIID iid, void** object) {
-  if (object == nullptr) return E_POINTER;
-  *object = nullptr;
-  if (iid != IUnknown::kIid && iid != ISequentialStream::kIid && iid != IStream::kIid) {
-    return E_NOINTERFACE;
-  }
-  *object = static_cast<IStream*>(this);
-  return S_OK;
-}
-
 HRESULT MessageOutput::Write(const void* pv, ULONG cb, ULONG* written) {
   if (written != nullptr) *written = 0;
   if (pv == nullptr) return STG_E_INVALIDPOINTER;
@@ -82,33 +72,6 @@ HRESULT MessageOutput::Write(const void* pv, ULONG cb, ULONG* written) {
   if (failed_) return E_FAIL;
   if (written != nullptr) *written = cb;
   return S_OK;
-}
-
-HRESULT MessageOutput::Read(void*, ULONG, ULONG* read) {
-  if (read != nullptr) *read = 0;
-  return E_NOTIMPL;
-}
-
-HRESULT MessageOutput::Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER* position) {
-  if (position != nullptr) position->QuadPart = 0;
-  return E_NOTIMPL;
-}
-
-HRESULT MessageOutput::CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read,
-                              ULARGE_INTEGER* written) {
-  if (read != nullptr) read->QuadPart = 0;
-  if (written != nullptr) written->QuadPart = 0;
-  return E_NOTIMPL;
-}
-
-HRESULT MessageOutput::Stat(STATSTG* stat, DWORD) {
-  if (stat != nullptr) *stat = STATSTG{};
-  return E_NOTIMPL;
-}
-
-HRESULT MessageOutput::Clone(IStream** clone) {
-  if (clone != nullptr) *clone = nullptr;
-  return E_NOTIMPL;
 }
 
 }  // namespace tallowbrook

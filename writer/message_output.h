@@ -1,8 +1,7 @@
 // MessageOutput: collects what the writer puts out and hands it on in blocks.
 //
-// It is a stream itself, so that coders can write through it; all but Write is refused. It lives on
-// the stack of one save and counts no references. A failing target ends the output: what follows is
-// dropped, as the bytes behind a gap would be worth nothing.
+// It is a stream itself, so that coders can write through it. A failing target ends the output:
+// what follows is dropped, as the bytes behind a gap would be worth nothing.
 #pragma once
 
 #include <string>
@@ -11,14 +10,13 @@
 #include "model/header_value.h"
 #include "platform/storage/stream.h"
 #include "writer/dot_guard.h"
+#include "writer/stack_stream.h"
 
 namespace tallowbrook {
 
-class MessageOutput final : public IStream {
+class MessageOutput final : public StackStream {
  public:
   explicit MessageOutput(ISequentialStream& target) : target_(target) { buffer_.reserve(kBlock); }
-  MessageOutput(const MessageOutput&) = delete;
-  MessageOutput& operator=(const MessageOutput&) = delete;
 
   void text(std::string_view bytes);
   // All the content of a `Raw` value, whose stream is read from its start in blocks; what cannot be
@@ -33,20 +31,7 @@ class MessageOutput final : public IStream {
   // Hands on what is collected; false when a write failed, then or earlier, or content is missing.
   bool flush();
 
-  HRESULT QueryInterface(REFIID iid, void** object) override;
-  ULONG AddRef() override { return 1; }
-  ULONG Release() override { return 1; }
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
-  HRESULT Read(void*, ULONG, ULONG* read) override;
-  HRESULT Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER* position) override;
-  HRESULT SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
-  HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read, ULARGE_INTEGER* written) override;
-  HRESULT Commit(DWORD) override { return E_NOTIMPL; }
-  HRESULT Revert() override { return E_NOTIMPL; }
-  HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-  HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-  HRESULT Stat(STATSTG* stat, DWORD) override;
-  HRESULT Clone(IStream** clone) override;
 
  private:
   static constexpr std::size_t kBlock = 16384;

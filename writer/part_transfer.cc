@@ -6,6 +6,7 @@
 #include "core/text.h"
 #include "model/body_part.h"
 #include "streams/memory_stream.h"
+#include "writer/content_stream.h"
 #include "writer/part_charset.h"
 #include "writer/shared_stream.h"
 
@@ -14,33 +15,36 @@ namespace {
 
 using platform::ComPtr;
 
-void rewind(IStream& stream) { stream.Seek({0}, STREAM_SEEK_SET, nullptr); }
+// These three answer false when the content could not be read to its end.
 
-void decode(CMIMECode& coder, IStream& content, IStream& target) {
-  rewind(content);
-  coder.Decode(content, target);
+bool decode(CMIMECode& coder, IStream& content, IStream& target) {
+  return use_content(content, [&](IStream& input) { coder.Decode(input, target); });
 }
 
 // Content that is decoded from its transfer encoding but still in the part's charset.
-void decode_charset(CMIMECode* coder, IStream& content, IStream& target) {
-  if (coder != nullptr) {
-    decode(*coder, content, target);
-  } else {
-    decode(*make_coder(kNoEncoding), content, target);
-  }
+bool decode_charset(CMIMECode* coder, IStream& content, IStream& target) {
+  return decode(coder != nullptr ? *coder : *make_coder(kNoEncoding), content, target);
 }
 
-void export_wire(const HeaderValue& record, CMIMECode* charset, IStream& target) {
+bool export_wire(const HeaderValue& record, CMIMECode* charset, IStream& target) {
   const ComPtr<IStream> content = record[kPartBody].stream();
   const auto transfer = make_coder(encoding_number(record));
-  if (charset == nullptr) {
-    decode(*transfer, *content, target);
-    return;
-  }
+  if (charset == nullptr) return decode(*transfer, *content, target);
   CISSHelper encoded;
   encoded.set_growth(4096, 1);
-  decode(*transfer, *content, encoded);
-  decode_charset(charset, encoded, target);
+  const bool whole = decode(*transfer, *content, encoded);
+  return decode_charset(charset, encoded, target) && whole;
+}
+
+bool export_held(const HeaderValue& record, CMIMECode* charset, IStream& target) {
+  switch (content_form(record)) {
+    case ContentForm::Wire:
+      return export_wire(record, charset, target);
+    case ContentForm::Charset:
+      return decode_charset(charset, *record[kPartBody].stream(), target);
+    default:
+      return decode_charset(nullptr, *charset_input(record, charset), target);
+  }
 }
 
 }  // namespace
@@ -50,28 +54,25 @@ bool export_content(const HeaderValue& record, IStream& target) {
   if (!body.is(ValueKind::Raw)) return false;
   if (is_stream_of(body, target)) {
     BufferedTarget buffered(target);
-    return export_content(record, buffered.buffer()) && (buffered.hand_on(), true);
+    const bool whole = export_content(record, buffered.buffer());
+    return buffered.hand_on() && whole;
   }
-  const auto charset = make_part_coder(record);
-  switch (content_form(record)) {
-    case ContentForm::Wire:
-      export_wire(record, charset.get(), target);
-      break;
-    case ContentForm::Charset:
-      decode_charset(charset.get(), *body.stream(), target);
-      break;
-    default:
-      decode_charset(nullptr, *charset_input(record, charset.get()), target);
-      break;
-  }
-  return true;
+  TargetStream watched(target);
+  const bool whole = export_held(record, make_part_coder(record).get(), watched);
+  return whole && !watched.failed();
 }
 
 bool import_content(HeaderValue& record, ComPtr<IStream> source, bool by_reference) {
   if (is_multipart(record)) return false;
   if (!by_reference) {
     ComPtr<CISSHelper> copy = CISSHelper::create();
-    copy->append_from(*source);
+    if (in_memory(*source)) {
+      copy->append_from(*source);
+    } else {
+      ContentStream watched(*source, ContentStream::From::kHere);
+      copy->append_from(watched);
+      if (watched.failed()) return false;
+    }
     copy->rewind();
     source = std::move(copy);
   }
@@ -98,15 +99,16 @@ bool put_content_text(HeaderValue& record, std::u16string_view text) {
   return true;
 }
 
-void recode_content(HeaderValue& record, std::int32_t encoding) {
+bool recode_content(HeaderValue& record, std::int32_t encoding) {
   const HeaderValue body = record[kPartBody];
   const std::int32_t old = encoding_number(record);
-  if (is_decoded(record) || !body.is(ValueKind::Raw)) return;
-  if (old == encoding || (is_line_encoding(old) && is_line_encoding(encoding))) return;
+  if (is_decoded(record) || !body.is(ValueKind::Raw)) return true;
+  if (old == encoding || (is_line_encoding(old) && is_line_encoding(encoding))) return true;
   ComPtr<CISSHelper> content = CISSHelper::create();
-  decode(*make_coder(old), *body.stream(), *content);
+  if (!decode(*make_coder(old), *body.stream(), *content)) return false;
   content->rewind();
   set_content(record, std::move(content), ContentForm::Charset);
+  return true;
 }
 
 }  // namespace tallowbrook

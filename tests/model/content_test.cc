@@ -1,11 +1,14 @@
 // A part's content from a host into a message, through a file and back.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <functional>
 #include <random>
 
 #include "model/mime_body.h"
 #include "tests/model/host.h"
+#include "tests/support/host_stream.h"
 
 namespace tallowbrook {
 namespace {
@@ -269,6 +272,59 @@ TEST(Content, ImportLeavesStreamsOfOthersAlone) {
   shared->rewind();
   EXPECT_EQ(part->Export(shared.get(), &done), S_OK);
   EXPECT_EQ(exported(part), "shared");
+}
+
+TEST(Content, TellsWhatDidNotComeThrough) {
+  const auto message = test::new_message();
+  const auto part = body_of(message);
+  EXPECT_TRUE(import(part, "kept"));
+  VARIANT_BOOL done = VARIANT_TRUE;
+  test::HostStream broken(std::string(20000, 'c'), 9000);
+  broken.reads_before_failure = 2;
+  EXPECT_EQ(part->Import(&broken, VARIANT_FALSE, &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(exported(part), "kept");
+  test::HostStream small;
+  small.most_taken = 3;
+  EXPECT_EQ(part->Export(&small, &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(part->Import(&broken, VARIANT_TRUE, &done), S_OK);
+  EXPECT_EQ(done, VARIANT_TRUE) << "nothing is read yet";
+  broken.reads_before_failure = 1;
+  Bstr text;
+  EXPECT_EQ(part->get_Value(text.out()), E_FAIL);
+  EXPECT_TRUE(import(part, "let go"));
+}
+
+TEST(Content, FilesThatCannotBeHad) {
+  const auto message = test::new_message();
+  const auto part = body_of(message);
+  EXPECT_TRUE(import(part, "kept"));
+  VARIANT_BOOL done = VARIANT_TRUE;
+  const Bstr missing(u"no-such-folder/no-such-file");
+  EXPECT_EQ(part->ImportFromFile(missing.get(), VARIANT_FALSE, &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(part->ExportAsFile(missing.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(exported(part), "kept");
+  const Bstr full(u"/dev/full");  // takes nothing
+  EXPECT_EQ(part->ExportAsFile(full.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(message->SaveToFile(full.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  // A file that is a part's content is not opened for writing while it is.
+  const std::string path = testing::TempDir() + "tallowbrook-content-" + std::to_string(getpid());
+  const Bstr name(to_wide(path));
+  EXPECT_EQ(part->ExportAsFile(name.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_TRUE);
+  EXPECT_EQ(part->ImportFromFile(name.get(), VARIANT_TRUE, &done), S_OK);
+  EXPECT_EQ(done, VARIANT_TRUE);
+  EXPECT_EQ(part->ExportAsFile(name.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(message->SaveToFile(name.get(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_EQ(exported(part), "kept");
+  std::remove(path.c_str());
 }
 
 TEST(Content, SavesIntoTheStreamThatIsAPartsContent) {

@@ -1,0 +1,47 @@
+#include "writer/stack_stream.h"
+
+namespace tallowbrook {
+
+HRESULT StackStream::QueryInterface(REFIID iid, void** object) {
+  if (object == nullptr) return E_POINTER;
+  *object = nullptr;
+  if (iid != IUnknown::kIid && iid != ISequentialStream::kIid && iid != IStream::kIid) {
+    return E_NOINTERFACE;
+  }
+  *object = static_cast<IStream*>(this);
+  return S_OK;
+}
+
+HRESULT StackStream::Read(void*, ULONG, ULONG* read) {
+  if (read != nullptr) *read = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT StackStream::Write(const void*, ULONG, ULONG* written) {
+  if (written != nullptr) *written = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT StackStream::Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER* position) {
+  if (position != nullptr) position->QuadPart = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT StackStream::CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read,
+                            ULARGE_INTEGER* written) {
+  if (read != nullptr) read->QuadPart = 0;
+  if (written != nullptr) written->QuadPart = 0;
+  return E_NOTIMPL;
+}
+
+HRESULT StackStream::Stat(STATSTG* stat, DWORD) {
+  if (stat != nullptr) *stat = STATSTG{};
+  return E_NOTIMPL;
+}
+
+HRESULT StackStream::Clone(IStream** clone) {
+  if (clone != nullptr) *clone = nullptr;
+  return E_NOTIMPL;
+}
+
+}  // namespace tallowbrook
