@@ -52,6 +52,8 @@ class Scanner {
   enum class Match { kMismatch, kDelimiter, kClose };
   // How far the value of a multipart Content-Type has been read.
   enum class TypeValue { kNone, kOpen, kMultipart, kEnding };
+  // What of a Content-Type comes next, up to its subtype.
+  enum class TypePlace { kNone, kMajor, kSlash, kSubtype };
 
   int scan(HeaderValue& value);
   void settle();
@@ -59,6 +61,7 @@ class Scanner {
   int enter_field(int token, int condition, bool deferred);
   int enter_type(int token, bool multipart);
   void open_type_value();
+  int type_token(int token, HeaderValue& value);
   int single_value(HeaderValue& value, int token, int condition);
   int extension_field(HeaderValue& value);
   int take_body_token();
@@ -118,6 +121,8 @@ class Scanner {
   bool before_blank_line_ = false;  // what comes next counts as at line start
   bool in_part_ = false;            // a delimiter was met: header fields belong to a part
   TypeValue type_value_ = TypeValue::kNone;
+  TypePlace type_place_ = TypePlace::kNone;
+  int major_token_ = 0;  // of the type that is being read
   bool boundary_noted_ = false;
   std::string noted_boundary_;
   long line_ = 1;

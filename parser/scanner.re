@@ -86,6 +86,49 @@ bool is_special(std::string_view line) {
   }
 }
 
+// The type keywords, each with the major type behind whose "/" the grammar knows it.
+constexpr struct {
+  int keyword;
+  int major;
+} kTypeKeywords[] = {
+    {Token::tok_mixed, Token::tok_Multipart},
+    {Token::tok_parallel, Token::tok_Multipart},
+    {Token::tok_digest, Token::tok_Multipart},
+    {Token::tok_alternative, Token::tok_Multipart},
+    {Token::tok_Text, Token::tok_Text},
+    {Token::tok_Plain, Token::tok_Text},
+    {Token::tok_Html, Token::tok_Text},
+    {Token::tok_Image, Token::tok_Image},
+    {Token::tok_Gif, Token::tok_Image},
+    {Token::tok_Jpeg, Token::tok_Image},
+    {Token::tok_Application, Token::tok_Application},
+    {Token::tok_OctetStream, Token::tok_Application},
+    {Token::tok_Postscript, Token::tok_Application},
+    {Token::tok_Audio, Token::tok_Audio},
+    {Token::tok_Basic, Token::tok_Audio},
+    {Token::tok_Video, Token::tok_Video},
+    {Token::tok_mpeg, Token::tok_Video},
+    {Token::tok_Message, Token::tok_Message},
+    {Token::tok_rfc822, Token::tok_Message},
+    {Token::tok_partial, Token::tok_Message},
+    {Token::tok_external_body, Token::tok_Message},
+    {Token::tok_Multipart, 0},
+    {Token::tok_Read, 0},
+    {Token::tok_ReadWrite, 0},
+};
+
+bool is_major(int token) {
+  return token == Token::tok_Multipart ||
+         std::any_of(std::begin(kTypeKeywords), std::end(kTypeKeywords),
+                     [token](const auto& known) { return known.major == token; });
+}
+
+bool is_keyword_of_another(int token, int major) {
+  return std::any_of(
+      std::begin(kTypeKeywords), std::end(kTypeKeywords),
+      [&](const auto& known) { return known.keyword == token && known.major != major; });
+}
+
 }  // namespace
 
 // --- buffer --------------------------------------------------------------------------------------
@@ -113,6 +156,7 @@ void Scanner::start(ParseRun& run) {
   before_blank_line_ = false;
   in_part_ = false;
   type_value_ = TypeValue::kNone;
+  type_place_ = TypePlace::kNone;
   line_ = 1;
 }
 
@@ -235,7 +279,29 @@ int Scanner::enter_type(int token, bool multipart) {
 
 void Scanner::open_type_value() {
   type_value_ = TypeValue::kOpen;
+  type_place_ = TypePlace::kMajor;
   boundary_noted_ = false;
+}
+
+// A keyword of another type behind "/" of a known major type is a word like any other
+// ("audio/mpeg").
+int Scanner::type_token(int token, HeaderValue& value) {
+  switch (std::exchange(type_place_, TypePlace::kNone)) {
+    case TypePlace::kMajor:
+      major_token_ = token;
+      if (is_major(token)) type_place_ = TypePlace::kSlash;
+      break;
+    case TypePlace::kSlash:
+      if (token == '/') type_place_ = TypePlace::kSubtype;
+      break;
+    case TypePlace::kSubtype:
+      if (!is_keyword_of_another(token, major_token_)) break;
+      if (token == Token::tok_partial) pop();
+      return word(value, Token::tok_TOKEN);
+    case TypePlace::kNone:
+      break;
+  }
+  return token;
 }
 
 // A pseudo-header is one only where a single value is parsed; in a message it is a field like any.
@@ -522,10 +588,12 @@ void Scanner::abandon_comment() {
 int Scanner::next(HeaderValue& value) {
   settle();
   value.Reset();
-  const int token = scan(value);
+  int token = scan(value);
+  const bool begins_type =
+      token == Token::tok_ContentType || token == Token::tok_InternalCTTYPE;
+  if (type_place_ != TypePlace::kNone && !begins_type) token = type_token(token, value);
   settle();
-  if (type_value_ == TypeValue::kOpen && token != Token::tok_ContentType &&
-      token != Token::tok_InternalCTTYPE) {
+  if (type_value_ == TypeValue::kOpen && !begins_type) {
     type_value_ =
         token == Token::tok_Multipart ? TypeValue::kMultipart : TypeValue::kNone;
     if (token == Token::tok_Multipart) pending_body_token_ = Token::tok_BEGIN_MULTIPART_BODY;

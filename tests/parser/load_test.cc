@@ -84,6 +84,9 @@ const Case kTrees[] = {
      "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\nX: y",
      "part\n  Content-Type: [0, 0, {boundary=\"b\"}]\n  part\n    X: raw \"y\"\n    body raw "
      "\"\"\n"},
+    {"multipart with a keyword of another type as its subtype",
+     "Content-Type: multipart/text; boundary=b\r\n\r\n--b\r\n\r\n1\r\n--b--\r\n",
+     "part\n  Content-Type: [0, \"text\", {boundary=\"b\"}]\n  part\n    body raw \"1\\r\\n\"\n"},
     {"multipart without a boundary is text", "Content-Type: multipart/mixed\r\n\r\n--b\r\nx\r\n",
      "part\n  Content-Type: [1, 0]\n  body raw \"--b\\r\\nx\\r\\n\"\n"},
     {"multipart without a boundary, but with parameters, as the last field",
@@ -192,6 +195,12 @@ TEST(ParseField, GivesTheValue) {
        "[\"foo\", \"unknown\", "
        "{name=\"x\"}]"},
       {"__$$InternalCTTYPE$$__", "text/plain charset=x", "[1, 0, {charset=\"x\"}]"},
+      {"__$$InternalCTTYPE$$__", "Audio/MPEG; name=mpeg", "[4, \"MPEG\", {name=\"mpeg\"}]"},
+      {"__$$InternalCTTYPE$$__", "image/(c)basic", "[2, \"basic\"]"},
+      {"__$$InternalCTTYPE$$__", "video/video", "[5, 0]"},
+      {"__$$InternalCTTYPE$$__", "text/partial; id=1", "[1, \"partial\", {id=\"1\"}]"},
+      {"__$$InternalCTTYPE$$__", "application/read-write", "[3, \"read-write\"]"},
+      {"__$$InternalCTTYPE$$__", "gif/text", "error"},
       {"__$$InternalCTTYPE$$__", "message/partial; id=a@b; number=1; total=2",
        "[6, 1, {id=\"a@b\", number=\"1\", total=\"2\"}]"},
       {"__$$InternalDisposition$$__", "attachment;\r\n filename=\"a\\\"b\"; size=12",
