@@ -20,10 +20,10 @@
 #pragma once
 
 #include <utility>
-#include <vector>
 
 #include "collections/enumerator.h"
 #include "collections/variant_stream.h"
+#include "core/erasable_vector.h"
 #include "core/guard.h"
 #include "core/object.h"
 #include "platform/storage/stream.h"
@@ -83,7 +83,7 @@ class IMyCollectionOnSTLImpl : public Base, private ItemSource {
 
 template <class Base>
 class IMyVariantCollectionOnSTLImpl
-    : public IMyCollectionOnSTLImpl<Base, std::vector<platform::Variant>> {
+    : public IMyCollectionOnSTLImpl<Base, ErasableVector<platform::Variant>> {
  public:
   HRESULT Add(VARIANT item) override {
     return guarded([&] {
@@ -159,9 +159,8 @@ class IMyVariantCollectionOnSTLImpl
   // E_INVALIDARG for a position that is not in the sequence, which stays as it is.
   HRESULT remove_at(LONG index) {
     if (!holds(index)) return E_INVALIDARG;
-    const platform::Variant removed = std::move(this->items_[static_cast<std::size_t>(index)]);
-    this->items_.erase(this->items_.begin() + index);
     return guarded([&] {
+      const platform::Variant removed = this->items_.take(static_cast<std::size_t>(index));
       on_item_removed(removed);
       return S_OK;
     });

@@ -40,9 +40,24 @@ constexpr NameNumber kMinorNumbers[] = {
 };
 
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
+constexpr EntryName kStandardFields[] = {EntryName::ContentType, EntryName::ContentDisposition,
+                                         EntryName::ContentTransferEncoding,
+                                         EntryName::ContentDescription, EntryName::ContentID};
 
 bool is_entry(const HeaderValue& entry) {
   return entry.size() >= 2 && entry[kEntryName].is(ValueKind::Text);
+}
+
+// The keys of field entries in an index: standard fields by their exact names, extension fields by
+// their own in lower case, malformed entries by none.
+std::string standard_key(std::string_view name) { return std::string("=").append(name); }
+std::string extension_key(std::string_view name) { return std::string(":") + to_lower(name); }
+
+std::string field_key(const HeaderValue& entry) {
+  if (!is_entry(entry)) return {};
+  const std::string_view name = entry[kEntryName].text_view();
+  const bool extension = name == entry_name_text(EntryName::ExtField);
+  return extension ? extension_key(entry[kEntryValue][kEntryName].text_view()) : standard_key(name);
 }
 
 // The position of the first entry that fits; nowhere when an entry before it is malformed.
@@ -57,8 +72,20 @@ std::size_t find_field(const HeaderValue& record, Fits&& fits) {
   return kNowhere;
 }
 
+// From this many entries on, a field list is looked up in through an index.
+constexpr std::size_t kManyFields = 256;
+
+// The first of many fields, as find_field finds it.
+std::size_t find_indexed(const HeaderValue& fields, const std::string& key) {
+  const std::size_t found = fields.find_keyed(key, field_key);
+  const std::size_t malformed = fields.find_keyed({}, field_key);
+  return found < malformed ? found : kNowhere;
+}
+
 std::size_t find_standard(const HeaderValue& record, EntryName name) {
   const std::string_view wanted = entry_name_text(name);
+  const HeaderValue& fields = record[kPartFields];
+  if (fields.size() >= kManyFields) return find_indexed(fields, standard_key(wanted));
   return find_field(record, [wanted](const HeaderValue& entry) {
     return entry[kEntryName].text_view() == wanted;
   });
@@ -66,6 +93,8 @@ std::size_t find_standard(const HeaderValue& record, EntryName name) {
 
 std::size_t find_extension_index(const HeaderValue& record, std::string_view name) {
   const std::string_view marker = entry_name_text(EntryName::ExtField);
+  const HeaderValue& fields = record[kPartFields];
+  if (fields.size() >= kManyFields) return find_indexed(fields, extension_key(name));
   return find_field(record, [&](const HeaderValue& entry) {
     return entry[kEntryName].text_view() == marker &&
            equals_ignoring_case(entry[kEntryValue][kEntryName].text_view(), name);
@@ -172,6 +201,50 @@ HeaderValue find_or_add_extension(HeaderValue& record, std::string_view name) {
   return append_field(
       record, HeaderValue::list(entry_name(EntryName::ExtField),
                                 HeaderValue::list(HeaderValue::text(name), HeaderValue::raw())));
+}
+
+namespace {
+
+bool is_extension(const HeaderValue& entry) {
+  return entry[kEntryName].text_view() == entry_name_text(EntryName::ExtField);
+}
+
+// Erases the entries with this key, none of which is malformed.
+std::size_t erase_keyed(HeaderValue& fields, const std::string& key) {
+  const std::size_t before = fields.size();
+  for (std::size_t at = fields.find_keyed(key, field_key); at < fields.size();
+       at = fields.find_keyed(key, field_key)) {
+    fields.erase_element(at);
+  }
+  return before - fields.size();
+}
+
+}  // namespace
+
+std::string_view shown_name(const HeaderValue& entry) {
+  return is_extension(entry) ? entry[kEntryValue][kEntryName].text_view()
+                             : entry[kEntryName].text_view();
+}
+
+std::size_t erase_fields(HeaderValue& fields, std::string_view name) {
+  const bool marker = equals_ignoring_case(name, entry_name_text(EntryName::ExtField));
+  std::size_t erased = 0;
+  if (fields.size() >= kManyFields && !marker) {
+    for (const EntryName standard : kStandardFields) {
+      const std::string_view known = entry_name_text(standard);
+      if (equals_ignoring_case(name, known)) erased += erase_keyed(fields, standard_key(known));
+    }
+    return erased + erase_keyed(fields, extension_key(name));
+  }
+  for (std::size_t i = fields.size(); i-- > 0;) {
+    const HeaderValue& entry = fields[i];
+    if (!equals_ignoring_case(shown_name(entry), name) && !(marker && is_extension(entry))) {
+      continue;
+    }
+    fields.erase_element(i);
+    ++erased;
+  }
+  return erased;
 }
 
 void drop_source(HeaderValue& entry) {

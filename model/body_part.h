@@ -66,6 +66,12 @@ inline constexpr std::int32_t kNoEncoding = -1;
 [[nodiscard]] HeaderValue find_extension(HeaderValue& record, std::string_view name);
 [[nodiscard]] HeaderValue find_or_add_extension(HeaderValue& record, std::string_view name);
 
+// The name of a field entry as a host sees it: that of the field, or an extension field's own.
+[[nodiscard]] std::string_view shown_name(const HeaderValue& entry);
+// Erases the entries that show this name, whatever its letter case, from a field list; all
+// extension fields for the name "ExtField". Returns how many there were.
+std::size_t erase_fields(HeaderValue& fields, std::string_view name);
+
 // Forgets the text that an entry's value was read from: the value is about to change.
 void drop_source(HeaderValue& entry);
 // The entry's value to change; its source text is forgotten.

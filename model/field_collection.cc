@@ -1,32 +1,14 @@
 #include "model/field_collection.h"
 
-#include <string_view>
 #include <utility>
 
 #include "core/creators.h"
 #include "core/guard.h"
 #include "core/text.h"
+#include "model/body_part.h"
 #include "model/view_index.h"
 
 namespace tallowbrook {
-namespace {
-
-bool is_extension(const HeaderValue& entry) {
-  return entry[kEntryName].text_view() == entry_name_text(EntryName::ExtField);
-}
-
-std::string_view shown_name(const HeaderValue& entry) {
-  return is_extension(entry) ? entry[kEntryValue][kEntryName].text_view()
-                             : entry[kEntryName].text_view();
-}
-
-// An extension field answers to its own name and to the marker that all of them have.
-bool answers_to(const HeaderValue& entry, std::string_view name) {
-  return equals_ignoring_case(shown_name(entry), name) ||
-         equals_ignoring_case(entry[kEntryName].text_view(), name);
-}
-
-}  // namespace
 
 CFieldCollection::CFieldCollection(HeaderValue fields, MessageRef message)
     : fields_(std::move(fields)), message_(std::move(message)) {
@@ -54,25 +36,12 @@ HRESULT CFieldCollection::get_Count(LONG* count) {
   });
 }
 
-// Entries that stay move up, so that any number of erasures costs one pass.
-std::size_t CFieldCollection::remove_named(std::string_view name) {
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (answers_to(fields_[i], name)) continue;
-    if (kept != i) std::swap(fields_.element(kept), fields_.element(i));
-    ++kept;
-  }
-  const std::size_t removed = fields_.size() - kept;
-  while (fields_.size() > kept) fields_.erase_element(fields_.size() - 1);
-  return removed;
-}
-
 HRESULT CFieldCollection::Remove(VARIANT index) {
   return guarded([&] {
     const ViewMutex::Hold hold(mutex_, *this);
     const ViewIndex wanted = view_index(index);
     if (wanted.kind == ViewIndex::Name) {
-      if (remove_named(wanted.name) == 0) return E_FAIL;
+      if (erase_fields(fields_, wanted.name) == 0) return E_FAIL;
     } else if (wanted.below(fields_.size())) {
       fields_.erase_element(static_cast<std::size_t>(wanted.position));
     } else {

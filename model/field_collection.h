@@ -21,8 +21,6 @@ class CFieldCollection final : public Object<Shared, Dispatching<IFieldCollectio
   HRESULT Clear() override;
 
  private:
-  [[nodiscard]] std::size_t remove_named(std::string_view name);
-
   HeaderValue fields_;  // `List`, pinned
   MessageRef message_;
   ViewMutex mutex_;

@@ -14,22 +14,13 @@
 #include <utility>
 
 #include "core/text.h"
+#include "model/list_box.h"
 #include "platform/automation/variant.h"
 
 namespace tallowbrook {
 
 using platform::ComPtr;
 using platform::Variant;
-
-namespace {
-constexpr std::uint32_t kImmortal = std::numeric_limits<std::uint32_t>::max();
-}  // namespace
-
-struct HeaderValue::Box {
-  std::uint32_t references = 1;
-  ValueKind kind;
-  bool pinned = false;
-};
 
 struct HeaderValue::TextBox : Box {
   std::uint32_t size = 0;
@@ -75,75 +66,6 @@ struct HeaderValue::DateBox : Box {
 
 struct HeaderValue::MapBox : Box {
   AddressMap entries;
-};
-
-struct HeaderValue::ListBox : Box {
-  std::uint32_t size = 0;
-  std::uint32_t capacity = 0;    // of the block
-  std::uint32_t front = 0;       // free room before the first element
-  HeaderValue* block = nullptr;  // behind this header, or memory of its own
-  ListBox* next = nullptr;       // chain of lists that are being destroyed
-
-  [[nodiscard]] HeaderValue* items() { return block + front; }
-  [[nodiscard]] HeaderValue* inline_block() { return reinterpret_cast<HeaderValue*>(this + 1); }
-  [[nodiscard]] bool is_inline() { return block == inline_block(); }
-
-  static ListBox* make(std::uint32_t capacity) {
-    void* memory = std::malloc(sizeof(ListBox) + capacity * sizeof(HeaderValue));
-    if (memory == nullptr) throw std::bad_alloc();
-    auto* box = ::new (memory) ListBox{{.kind = ValueKind::List}};
-    box->capacity = capacity;
-    box->block = box->inline_block();
-    return box;
-  }
-
-  // Values are moved as the bytes they are: a value holds no address of itself.
-  static void move_values(HeaderValue* to, const HeaderValue* from, std::size_t count) {
-    if (count > 0) {
-      std::memmove(static_cast<void*>(to), static_cast<const void*>(from),
-                   count * sizeof(HeaderValue));
-    }
-  }
-
-  // Room for one more element behind the last.
-  void make_room() {
-    if (front + size < capacity) return;
-    if (front > capacity / 2) {
-      move_values(block, items(), size);
-      front = 0;
-      return;
-    }
-    const std::size_t wanted = std::max<std::size_t>(std::size_t{capacity} * 2, 4);
-    if (wanted > kImmortal) throw std::bad_alloc();
-    void* old = is_inline() ? nullptr : static_cast<void*>(block);
-    void* memory = std::realloc(old, wanted * sizeof(HeaderValue));
-    if (memory == nullptr) throw std::bad_alloc();
-    if (old == nullptr) move_values(static_cast<HeaderValue*>(memory), block, front + size);
-    block = static_cast<HeaderValue*>(memory);
-    capacity = static_cast<std::uint32_t>(wanted);
-  }
-
-  void push(HeaderValue&& value) {
-    make_room();
-    ::new (static_cast<void*>(items() + size)) HeaderValue(std::move(value));
-    ++size;
-  }
-
-  // Closes the gap from the nearer end, so that emptying a list from either end costs its length.
-  void close_gap(std::size_t index) {
-    if (index < size / 2) {
-      move_values(items() + 1, items(), index);
-      ++front;
-    } else {
-      move_values(items() + index, items() + index + 1, size - index - 1);
-    }
-    --size;
-  }
-
-  void free() {
-    if (!is_inline()) std::free(static_cast<void*>(block));
-    std::free(static_cast<void*>(this));
-  }
 };
 
 struct HeaderValue::RawBox : Box {
@@ -217,6 +139,8 @@ void HeaderValue::destroy(Box* box) {
 }
 
 void HeaderValue::destroy_list(ListBox* list) {
+  list->forget_order();
+  list->next = nullptr;
   ListBox* chain = list;
   while (chain != nullptr) {
     ListBox* dying = std::exchange(chain, chain->next);
@@ -224,6 +148,7 @@ void HeaderValue::destroy_list(ListBox* list) {
       HeaderValue& item = dying->items()[i];
       if (item.kind_ == ValueKind::List && item.as<ListBox>().references == 1) {
         auto* inner = &item.as<ListBox>();
+        inner->forget_order();
         inner->next = std::exchange(chain, inner);
         item.forget();
       }
@@ -245,8 +170,8 @@ B& HeaderValue::own() {
   if (shared.references == 1 || shared.pinned) return shared;
   B* copy;
   if constexpr (std::is_same_v<B, ListBox>) {
-    copy = ListBox::make(shared.size);
-    for (std::uint32_t i = 0; i < shared.size; ++i) copy->push(HeaderValue(shared.items()[i]));
+    copy = ListBox::make(static_cast<std::uint32_t>(shared.count()));
+    for (std::size_t i = 0; i < shared.count(); ++i) copy->push(HeaderValue(shared.at(i)));
   } else {
     copy = new B(shared);
     copy->references = 1;
@@ -597,17 +522,17 @@ const Variant& HeaderValue::variant() const {
 
 // --- lists ---------------------------------------------------------------------------------------
 
-std::size_t HeaderValue::size() const { return is(ValueKind::List) ? as<ListBox>().size : 0; }
+std::size_t HeaderValue::size() const { return is(ValueKind::List) ? as<ListBox>().count() : 0; }
 
 const HeaderValue& HeaderValue::operator[](std::size_t index) const {
-  return index < size() ? as<ListBox>().items()[index] : empty_value();
+  return index < size() ? as<ListBox>().at(index) : empty_value();
 }
 
 HeaderValue& HeaderValue::element(std::size_t index) {
   if (!is(ValueKind::List)) *this = list();
   ListBox& box = own<ListBox>();
-  while (box.size <= index) box.push({});
-  return box.items()[index];
+  while (box.count() <= index) box.push({});
+  return box.at(index);
 }
 
 void HeaderValue::push_back(HeaderValue value) {
@@ -617,15 +542,18 @@ void HeaderValue::push_back(HeaderValue value) {
 
 void HeaderValue::erase_element(std::size_t index) {
   if (index >= size()) return;
-  ListBox& box = own<ListBox>();
-  const HeaderValue dying = std::move(box.items()[index]);
-  box.close_gap(index);
+  const HeaderValue dying = own<ListBox>().take(index);
+}
+
+std::size_t HeaderValue::find_keyed(std::string_view key, KeyOf key_of) const {
+  return is(ValueKind::List) ? as<ListBox>().find(key, key_of) : 0;
 }
 
 void HeaderValue::clear_elements() {
   if (!is(ValueKind::List)) return;
   ListBox& box = own<ListBox>();
   ListBox* dying = ListBox::make(box.is_inline() ? box.size : 0);
+  box.forget_order();
   if (box.is_inline()) {
     ListBox::move_values(dying->block, box.items(), box.size);
   } else {
@@ -635,6 +563,7 @@ void HeaderValue::clear_elements() {
   }
   box.front = 0;
   dying->size = std::exchange(box.size, 0);
+  box.holes = 0;
   destroy_list(dying);
 }
 
@@ -694,71 +623,6 @@ void* HeaderValue::companion() const {
 
 void HeaderValue::set_companion(void* companion) {
   if (is(ValueKind::Raw)) as<RawBox>().companion = companion;
-}
-
-// --- the map -------------------------------------------------------------------------------------
-
-AddressMap::AddressMap(const AddressMap& other) : entries_(other.entries_) {}
-
-AddressMap::~AddressMap() = default;
-
-void AddressMap::insert(std::string_view name, HeaderValue value) {
-  // Sorted input is common (and hostile input may be it): try the end first.
-  auto hint = entries_.end();
-  if (!entries_.empty() && name <= entries_.rbegin()->first) {
-    hint = entries_.lower_bound(name);
-    if (hint != entries_.end() && hint->first == name) return;
-  }
-  entries_.emplace_hint(hint, name, std::move(value));
-  cursor_valid_ = false;
-}
-
-HeaderValue& AddressMap::at_or_add(std::string_view name) {
-  auto it = entries_.lower_bound(name);
-  if (it == entries_.end() || it->first != name) {
-    it = entries_.emplace_hint(it, name, HeaderValue());
-    cursor_valid_ = false;
-  }
-  return it->second;
-}
-
-const HeaderValue* AddressMap::find(std::string_view name) const {
-  const auto it = entries_.find(name);
-  return it == entries_.end() ? nullptr : &it->second;
-}
-
-HeaderValue* AddressMap::find(std::string_view name) {
-  const auto it = entries_.find(name);
-  return it == entries_.end() ? nullptr : &it->second;
-}
-
-bool AddressMap::erase(std::string_view name) {
-  const auto it = entries_.find(name);
-  if (it == entries_.end()) return false;
-  entries_.erase(it);
-  cursor_valid_ = false;
-  return true;
-}
-
-const AddressMap::Entries::value_type* AddressMap::at(std::size_t position) const {
-  if (position >= entries_.size()) return nullptr;
-  if (!cursor_valid_ || position < cursor_position_) {
-    cursor_ = entries_.begin();
-    cursor_position_ = 0;
-    cursor_valid_ = true;
-  }
-  for (; cursor_position_ < position; ++cursor_position_) ++cursor_;
-  return &*cursor_;
-}
-
-void AddressMap::erase_at(std::size_t position) {
-  if (at(position) == nullptr) return;
-  cursor_ = entries_.erase(cursor_);
-}
-
-void AddressMap::clear() {
-  entries_.clear();
-  cursor_valid_ = false;
 }
 
 // --- constants -----------------------------------------------------------------------------------

@@ -12,9 +12,9 @@
 
 #include <cstdint>
 #include <initializer_list>
-#include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "model/calendar.h"
 #include "platform/com/unknown.h"
@@ -41,6 +41,7 @@ enum class ValueKind : std::int8_t {
   Foreign = 9,     // a host's VARIANT that no other kind can hold (parameters only)
 };
 
+class AddressMap;
 class HeaderValue;
 
 // Names of field entries, held as texts that are never counted or freed.
@@ -54,41 +55,6 @@ enum class EntryName {
 };
 [[nodiscard]] HeaderValue entry_name(EntryName name);
 [[nodiscard]] std::string_view entry_name_text(EntryName name);
-
-// Name to value, ordered by plain byte-wise comparison.
-class AddressMap {
- public:
-  using Entries = std::map<std::string, HeaderValue, std::less<>>;
-
-  AddressMap() = default;
-  AddressMap(const AddressMap& other);
-  AddressMap& operator=(const AddressMap&) = delete;
-  ~AddressMap();
-
-  // Adds the entry unless the name is there already.
-  void insert(std::string_view name, HeaderValue value);
-  // The value under `name`, added empty when absent.
-  HeaderValue& at_or_add(std::string_view name);
-  [[nodiscard]] const HeaderValue* find(std::string_view name) const;
-  [[nodiscard]] HeaderValue* find(std::string_view name);
-  bool erase(std::string_view name);
-  // The entry at a position in map order; null past the end.
-  [[nodiscard]] const Entries::value_type* at(std::size_t position) const;
-  void erase_at(std::size_t position);  // position is below size()
-  void clear();
-  [[nodiscard]] std::size_t size() const { return entries_.size(); }
-  [[nodiscard]] bool empty() const { return entries_.empty(); }
-  [[nodiscard]] Entries::const_iterator begin() const { return entries_.begin(); }
-  [[nodiscard]] Entries::const_iterator end() const { return entries_.end(); }
-
- private:
-  Entries entries_;
-  // A walk by position goes on from where the last one stood, so that a loop over all positions
-  // costs linear time.
-  mutable Entries::const_iterator cursor_;
-  mutable std::size_t cursor_position_ = 0;
-  mutable bool cursor_valid_ = false;
-};
 
 class HeaderValue {
  public:
@@ -175,6 +141,12 @@ class HeaderValue {
   void push_back(HeaderValue value);
   void erase_element(std::size_t index);
   void clear_elements();
+  // The name under which an element is looked up. It stays the same while the element is in the
+  // list.
+  using KeyOf = std::string (*)(const HeaderValue& element);
+  // The position of the first element with this key; size() when there is none. The list keeps an
+  // index for one `key_of`, so that n lookups, losses and additions cost n log n.
+  [[nodiscard]] std::size_t find_keyed(std::string_view key, KeyOf key_of) const;
 
   // --- Raw ----------------------------------------------------------------------------------
   // The content where it lies in memory, else nothing (a host's stream is not looked through).
@@ -206,12 +178,12 @@ class HeaderValue {
 
   struct Box;
   struct TextBox;
+  struct ListBox;
 
  private:
   struct AddressBox;
   struct DateBox;
   struct MapBox;
-  struct ListBox;
   struct RawBox;
   struct ForeignBox;
   friend HeaderValue entry_name(EntryName name);
@@ -244,5 +216,73 @@ static_assert(sizeof(HeaderValue) == 16);
 
 // The value that stands for every absent one.
 [[nodiscard]] const HeaderValue& empty_value();
+
+// Name to value, ordered by plain byte-wise comparison.
+//
+// The entries lie in order in blocks of a bounded size, none of them empty. A name is found by
+// halving; a position by walking over blocks, from the one where the last walk ended: it passes the
+// entries of a block at a time, so reading or taking out all entries in whatever order costs little
+// more than linear time.
+class AddressMap {
+ public:
+  struct Entry {
+    std::string name;
+    HeaderValue value;
+  };
+  using Block = std::vector<Entry>;
+
+  class Iterator {
+   public:
+    Iterator(std::vector<Block>::const_iterator block, std::size_t index)
+        : block_(block), index_(index) {}
+    const Entry& operator*() const { return (*block_)[index_]; }
+    Iterator& operator++() {
+      if (++index_ == block_->size()) {
+        ++block_;
+        index_ = 0;
+      }
+      return *this;
+    }
+    bool operator==(const Iterator&) const = default;
+
+   private:
+    std::vector<Block>::const_iterator block_;
+    std::size_t index_;
+  };
+
+  // Adds the entry unless the name is there already.
+  void insert(std::string_view name, HeaderValue value);
+  // The value under `name`, added empty when absent. Valid until the next change of the map.
+  HeaderValue& at_or_add(std::string_view name);
+  [[nodiscard]] const HeaderValue* find(std::string_view name) const;
+  [[nodiscard]] HeaderValue* find(std::string_view name);
+  bool erase(std::string_view name);
+  // The entry at a position in map order; null past the end.
+  [[nodiscard]] const Entry* at(std::size_t position) const;
+  void erase_at(std::size_t position);  // position is below size()
+  void clear();
+  [[nodiscard]] std::size_t size() const { return size_; }
+  [[nodiscard]] bool empty() const { return size_ == 0; }
+  [[nodiscard]] Iterator begin() const { return {blocks_.begin(), 0}; }
+  [[nodiscard]] Iterator end() const { return {blocks_.end(), 0}; }
+
+ private:
+  struct Place {
+    std::size_t block;  // blocks_.size() behind the last entry
+    std::size_t index;
+  };
+
+  [[nodiscard]] Place lower_bound(std::string_view name) const;
+  [[nodiscard]] bool is_at(const Place& place, std::string_view name) const;
+  [[nodiscard]] Place place_of(std::size_t position) const;
+  [[nodiscard]] Place make_room(Place place);
+  HeaderValue& add(Place place, std::string_view name, HeaderValue value);
+  void take_out(const Place& place);
+
+  std::vector<Block> blocks_;
+  std::size_t size_ = 0;
+  mutable std::size_t cursor_ = 0;         // the block where the last walk ended
+  mutable std::size_t cursor_before_ = 0;  // entries in the blocks before it
+};
 
 }  // namespace tallowbrook

@@ -46,7 +46,7 @@ HRESULT CParameterMap::get_Item(VARIANT index, VARIANT* value) {
     const HeaderValue& found =
         wanted.kind == ViewIndex::Name
             ? map_.mutable_entries().at_or_add(wanted.name)
-            : map_.entries().at(static_cast<std::size_t>(wanted.position))->second;
+            : map_.entries().at(static_cast<std::size_t>(wanted.position))->value;
     (found.is(ValueKind::Text) ? Variant(decode_words_keeping_quotes(found.text_view()))
                                : to_variant(found))
         .detach_to(value);
@@ -115,7 +115,7 @@ HRESULT CParameterMap::get_ParameterName(LONG index, BSTR* name) {
   return guarded([&] {
     const ViewMutex::Hold hold(mutex_, *this);
     if (index < 0 || static_cast<std::size_t>(index) >= map_.entries().size()) return E_INVALIDARG;
-    *name = to_bstr(map_.entries().at(static_cast<std::size_t>(index))->first).detach();
+    *name = to_bstr(map_.entries().at(static_cast<std::size_t>(index))->name).detach();
     return S_OK;
   });
 }

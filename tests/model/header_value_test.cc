@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -40,8 +44,85 @@ TEST(HeaderValue, ListsLoseElementsAnywhere) {
     list.push_back(HeaderValue::integer(1));
     EXPECT_EQ(list[0].number(), 1);
   }
-  HeaderValue large = numbers(300'000);
-  while (large.size() > 0) large.erase_element(0);
+}
+
+std::string number_key(const HeaderValue& element) { return std::to_string(element.number()); }
+
+// The same of a list so long that it keeps an order of its slots, looked up in by key.
+TEST(HeaderValue, LongListsLoseElementsAnywhere) {
+  std::mt19937 random(2);
+  HeaderValue list = numbers(4000);
+  std::vector<std::int32_t> model = contents(list);
+  for (int round = 0; round < 7000; ++round) {
+    const auto number = static_cast<std::int32_t>(random() % 6000);
+    const auto found = std::find(model.begin(), model.end(), number);
+    if (round > 500) {
+      ASSERT_EQ(list.find_keyed(std::to_string(number), number_key),
+                static_cast<std::size_t>(found - model.begin()));
+    }
+    if (round % 5 == 0) {
+      list.push_back(HeaderValue::integer(number));
+      model.push_back(number);
+    } else if (!model.empty()) {
+      const std::size_t at = found != model.end() ? static_cast<std::size_t>(found - model.begin())
+                                                  : random() % model.size();
+      list.erase_element(at);
+      model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+    if (round % 100 == 0) {
+      ASSERT_EQ(contents(list), model) << round;
+      HeaderValue copy = list;
+      copy.push_back({});
+      ASSERT_EQ(copy.size(), list.size() + 1);
+      if (round == 2000) list = copy;
+      if (round == 2000) model.push_back(0);
+      if (round == 2500) list.clear_elements();
+      if (round == 2500) model.clear();
+    }
+  }
+}
+
+TEST(HeaderValue, MapsAreInOrderByNameAndPosition) {
+  std::mt19937 random(3);
+  HeaderValue value = HeaderValue::map();
+  AddressMap& map = value.mutable_entries();
+  std::map<std::string, std::int32_t> model;
+  for (int round = 0; round < 6000; ++round) {
+    const auto number = static_cast<std::int32_t>(random() % 2000);
+    const std::string name = std::to_string(number);
+    const bool grows = round < 2500 || random() % 4 == 0;
+    const std::size_t position = model.empty() ? 0 : random() % model.size();
+    if (grows && round % 2 == 0) {
+      map.insert(name, HeaderValue::integer(round));
+      model.emplace(name, round);
+    } else if (grows) {
+      map.at_or_add(name) = HeaderValue::integer(round);
+      model[name] = round;
+    } else if (round % 2 == 0) {
+      EXPECT_EQ(map.erase(name), model.erase(name) == 1);
+    } else if (!model.empty()) {
+      map.erase_at(position);
+      model.erase(std::next(model.begin(), static_cast<std::ptrdiff_t>(position)));
+    }
+    ASSERT_EQ(map.size(), model.size());
+    EXPECT_EQ(map.find(name) != nullptr, model.count(name) == 1);
+    if (position < model.size()) {
+      const auto wanted = std::next(model.begin(), static_cast<std::ptrdiff_t>(position));
+      ASSERT_EQ(map.at(position)->name, wanted->first);
+      EXPECT_EQ(map.at(position)->value.number(), wanted->second);
+    }
+    EXPECT_EQ(map.at(model.size()), nullptr);
+    if (round % 200 != 0) continue;
+    auto wanted = model.begin();
+    for (const auto& [key, number_value] : value.entries()) {
+      ASSERT_EQ(key, wanted->first);
+      EXPECT_EQ(number_value.number(), (wanted++)->second);
+    }
+    EXPECT_EQ(wanted, model.end());
+  }
+  HeaderValue copy = value;
+  copy.mutable_entries().clear();
+  EXPECT_EQ(map.size(), model.size());
 }
 
 TEST(HeaderValue, WritingUnsharesUnlessPinned) {
@@ -95,8 +176,8 @@ TEST(HeaderValue, AppendJoinsByKind) {
   map.Append(HeaderValue::address(HeaderValue::text("a"), {}));
   map.Append(HeaderValue::address(HeaderValue::text("b"), HeaderValue::text("2")));
   ASSERT_EQ(map.entries().size(), 2U);
-  EXPECT_EQ(map.entries().at(0)->first, "a");
-  EXPECT_EQ(map.entries().at(1)->second.text_view(), "1");
+  EXPECT_EQ(map.entries().at(0)->name, "a");
+  EXPECT_EQ(map.entries().at(1)->value.text_view(), "1");
 
   HeaderValue raw = HeaderValue::raw();
   raw.Append(HeaderValue::raw("x"));

@@ -1,0 +1,196 @@
+// The content of lists, for header_value.cc: what every box begins with, and the box of a list.
+//
+// A list box made for a known number of elements holds them behind its own header; it grows into
+// memory of its own. Elements stand in slots, one behind the other. A loss near an end of the list
+// closes the gap from there. In a long list, any other loss leaves an empty slot (LiveSlots), until
+// more slots are empty than not. A list that elements are looked up in by name keeps an index from
+// the names to their slots, which lags behind what was added since the last lookup.
+#pragma once
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "core/live_slots.h"
+#include "model/header_value.h"
+
+namespace tallowbrook {
+
+inline constexpr std::uint32_t kImmortal = std::numeric_limits<std::uint32_t>::max();
+
+struct HeaderValue::Box {
+  std::uint32_t references = 1;
+  ValueKind kind;
+  bool pinned = false;
+};
+
+struct HeaderValue::ListBox : Box {
+  struct Slots {
+    std::vector<std::uint32_t> slots;  // ascending
+    std::size_t gone = 0;              // how many of them, from the first, are known to be
+  };
+  // What a long list knows of its slots. While there is one, elements stay in their slots.
+  struct Order {
+    LiveSlots live;
+    KeyOf key_of = nullptr;
+    std::unordered_map<std::string, Slots> slots_of;
+    std::uint32_t indexed = 0;  // slots that the index knows
+  };
+
+  std::uint32_t size = 0;   // slots in use, empty ones among them
+  std::uint32_t capacity;   // of the block
+  std::uint32_t front = 0;  // free room before the first slot
+  std::uint32_t holes = 0;  // empty slots
+  HeaderValue* block;       // behind this header, or memory of its own
+  union {
+    Order* order = nullptr;
+    ListBox* next;  // chain of lists that are being destroyed
+  };
+
+  [[nodiscard]] std::size_t count() const { return size - holes; }
+  [[nodiscard]] HeaderValue& at(std::size_t position) { return items()[slot_at(position)]; }
+  [[nodiscard]] HeaderValue* items() { return block + front; }
+  [[nodiscard]] HeaderValue* inline_block() { return reinterpret_cast<HeaderValue*>(this + 1); }
+  [[nodiscard]] bool is_inline() { return block == inline_block(); }
+
+  static ListBox* make(std::uint32_t capacity) {
+    void* memory = std::malloc(sizeof(ListBox) + capacity * sizeof(HeaderValue));
+    if (memory == nullptr) throw std::bad_alloc();
+    return ::new (memory) ListBox(capacity);
+  }
+
+  // Values are moved as the bytes they are: a value holds no address of itself.
+  static void move_values(HeaderValue* to, const HeaderValue* from, std::size_t count) {
+    if (count > 0) {
+      std::memmove(static_cast<void*>(to), static_cast<const void*>(from),
+                   count * sizeof(HeaderValue));
+    }
+  }
+
+  void push(HeaderValue&& value) {
+    make_room();
+    if (order != nullptr) order->live.append();
+    ::new (static_cast<void*>(items() + size)) HeaderValue(std::move(value));
+    ++size;
+  }
+
+  // Takes the element at a position below count() out of the list.
+  HeaderValue take(std::size_t position) {
+    constexpr std::size_t kFewMoves = 64;
+    const std::size_t moves = std::min(position, count() - 1 - position);
+    if (order == nullptr && (moves <= kFewMoves || !keep_order())) {
+      HeaderValue taken = std::move(items()[position]);
+      close_gap(position);
+      return taken;
+    }
+    const std::size_t slot = slot_at(position);
+    HeaderValue taken = std::move(items()[slot]);
+    order->live.erase(slot);
+    ++holes;
+    if (holes > size / 2) close_ranks();
+    return taken;
+  }
+
+  // The position of the first element with this key; count() when there is none.
+  [[nodiscard]] std::size_t find(std::string_view key, KeyOf key_of) {
+    try {
+      if (order != nullptr || keep_order()) return find_indexed(std::string(key), key_of);
+    } catch (const std::bad_alloc&) {  // the search below needs no memory to speak of
+    }
+    std::size_t position = 0;
+    while (position < count() && key_of(at(position)) != key) ++position;
+    return position;
+  }
+
+  void forget_order() { delete std::exchange(order, nullptr); }
+
+  void free() {
+    if (!is_inline()) std::free(static_cast<void*>(block));
+    std::free(static_cast<void*>(this));
+  }
+
+ private:
+  explicit ListBox(std::uint32_t room)
+      : Box{.kind = ValueKind::List}, capacity(room), block(inline_block()) {}
+
+  [[nodiscard]] std::size_t slot_at(std::size_t position) const {
+    return holes == 0 ? position : order->live.slot_at(position);
+  }
+
+  // Room for one more slot behind the last.
+  void make_room() {
+    if (front + size < capacity) return;
+    if (front > capacity / 2) {
+      move_values(block, items(), size);
+      front = 0;
+      return;
+    }
+    const std::size_t wanted = std::max<std::size_t>(std::size_t{capacity} * 2, 4);
+    if (wanted > kImmortal) throw std::bad_alloc();
+    void* old = is_inline() ? nullptr : static_cast<void*>(block);
+    void* memory = std::realloc(old, wanted * sizeof(HeaderValue));
+    if (memory == nullptr) throw std::bad_alloc();
+    if (old == nullptr) move_values(static_cast<HeaderValue*>(memory), block, front + size);
+    block = static_cast<HeaderValue*>(memory);
+    capacity = static_cast<std::uint32_t>(wanted);
+  }
+
+  // Closes the gap from the nearer end, so that emptying a list from either end costs its length.
+  void close_gap(std::size_t index) {
+    if (index < size / 2) {
+      move_values(items() + 1, items(), index);
+      ++front;
+    } else {
+      move_values(items() + index, items() + index + 1, size - index - 1);
+    }
+    --size;
+  }
+
+  void close_ranks() {
+    for (std::size_t i = 0; i < count(); ++i) move_values(items() + i, &at(i), 1);
+    size -= std::exchange(holes, 0);
+    forget_order();
+  }
+
+  // False when the memory for it cannot be had.
+  bool keep_order() {
+    try {
+      auto made = std::make_unique<Order>();
+      made->live.assign(size);
+      order = made.release();
+      return true;
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+
+  void index(KeyOf key_of) {
+    if (order->key_of != key_of) {
+      order->slots_of.clear();
+      order->indexed = 0;
+      order->key_of = key_of;
+    }
+    for (; order->indexed < size; ++order->indexed) {
+      if (!order->live.is_live(order->indexed)) continue;
+      order->slots_of[key_of(items()[order->indexed])].slots.push_back(order->indexed);
+    }
+  }
+
+  std::size_t find_indexed(const std::string& key, KeyOf key_of) {
+    index(key_of);
+    const auto found = order->slots_of.find(key);
+    if (found == order->slots_of.end()) return count();
+    auto& [slots, gone] = found->second;
+    while (gone < slots.size() && !order->live.is_live(slots[gone])) ++gone;
+    return gone < slots.size() ? order->live.position_of(slots[gone]) : count();
+  }
+};
+
+}  // namespace tallowbrook
