@@ -2,11 +2,15 @@
 #pragma once
 
 #include "collections/variant_collection.h"
+#include "tallowbrook/class_ids.h"
 
 namespace tallowbrook {
 
 class CCollection final
-    : public IVariantCollectionImpl<
-          Object<Confined, Dispatching<ICollection>, IPersistStreamInit, IPersistStream>> {};
+    : public IVariantCollectionImpl<Object<Confined, Dispatching<ICollection>, IPersistStreamInit,
+                                           IPersistStream, IOwnClass>> {
+ public:
+  HRESULT own_class(CLSID* clsid) override { return class_as_item(CLSID_Collection, clsid); }
+};
 
 }  // namespace tallowbrook

@@ -10,23 +10,15 @@ HRESULT CComEnumOnSTL::Next(ULONG wanted, VARIANT* values, ULONG* fetched) {
   if (fetched != nullptr) *fetched = 0;
   if (values == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
   if (!owner_) return E_FAIL;
-  return guarded([&] {
-    ULONG count = 0;
-    HRESULT status = S_OK;
-    while (count < wanted) {
-      VariantInit(&values[count]);
-      status = items_->copy_item(position_ + count, &values[count]);
-      if (status != S_OK) break;
-      ++count;
-    }
-    if (FAILED(status)) {
-      for (ULONG i = 0; i < count; ++i) VariantClear(&values[i]);
-      return status;
-    }
-    position_ += count;
-    if (fetched != nullptr) *fetched = count;
+  ULONG count = 0;
+  const HRESULT status = items_->copy_items(position_, wanted, values, count);
+  if (FAILED(status)) {
+    for (ULONG i = 0; i < count; ++i) VariantClear(&values[i]);
     return status;
-  });
+  }
+  position_ += count;
+  if (fetched != nullptr) *fetched = count;
+  return status;
 }
 
 HRESULT CComEnumOnSTL::Skip(ULONG count) {

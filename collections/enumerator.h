@@ -13,8 +13,10 @@ namespace tallowbrook {
 // What an enumerator walks.
 class ItemSource {
  public:
-  // Copies the item at `index` into `*item`, which holds no value yet. S_FALSE past the end.
-  virtual HRESULT copy_item(ULONG index, VARIANT* item) = 0;
+  // Copies up to `wanted` items, from position `index` on, into `values`, which hold no values yet;
+  // `copied` tells how many. S_FALSE when these are fewer than wanted. A failing status when an
+  // item cannot be copied; those before it were.
+  virtual HRESULT copy_items(ULONG index, ULONG wanted, VARIANT* values, ULONG& copied) = 0;
   [[nodiscard]] virtual ULONG item_count() = 0;
 
  protected:

@@ -1,31 +1,34 @@
 // The family of variant collections: mix-ins over an object with a collection interface.
 //
-//   IMyCollectionOnSTLImpl         the sequence, _NewEnum, Count, items by position
-//   IMyVariantCollectionOnSTLImpl  a vector of VARIANTs: Add, Clear, removal and change by
-//   position,
-//                                  change notifications, persistence in a stream
-//   IVariantCollectionImpl         ICollection: indexes are positions, the operations by id are not
-//                                  built
-//
-// A collection with ids of its items stands beside IVariantCollectionImpl and binds its interface
-// to the same operations by position (`item_at`, `remove_at`, `modify_at`).
+//   IMyCollectionOnSTLImpl                the sequence, _NewEnum, Count, items by position
+//   IMyVariantCollectionOnSTLImpl         a sequence of VARIANTs: Add, Clear, removal and change by
+//                                         position, change notifications, persistence in a stream
+//   IVariantCollectionImpl                ICollection: indexes are positions, and the operations by
+//                                         id are not built
+//   IVariantWithStandardIDCollectionImpl  IDialupCollection: an index is a position or an id, which
+//                                         is compared with the property "ID" of the items
 //
 // Stream format: the count of items (4 bytes), then each item's type (2 bytes) and, for an object
 // (VT_DISPATCH), its class id and data, for any other value what WriteVariant writes
-// (variant_stream.h). Objects that are null or cannot be created again are passed over by Load; one
-// whose own Load fails is an item nonetheless.
+// (variant_stream.h). An item that cannot be written is not counted; a null object is, and Load
+// passes it over. Where an object cannot be created again Load ends with the items before it, since
+// nobody knows how long its data are; one whose own Load fails is an item nonetheless.
 //
-// Releasing an item can run a host's code, which may call the collection again: the sequence is
-// always whole before an old item goes.
+// Releasing an item, and reading its ID, can run a host's code, which may call the collection
+// again: the sequence is always whole before that.
 #pragma once
 
+#include <limits>
 #include <utility>
+#include <vector>
 
+#include "collections/discard.h"
 #include "collections/enumerator.h"
 #include "collections/variant_stream.h"
 #include "core/erasable_vector.h"
 #include "core/guard.h"
 #include "core/object.h"
+#include "platform/automation/late_bound.h"
 #include "platform/storage/stream.h"
 #include "tallowbrook/collections.h"
 
@@ -34,8 +37,18 @@ namespace tallowbrook {
 // The copy policy of VARIANT sequences: what goes in and out is a deep copy without indirection.
 struct VariantCopyPolicy {
   static HRESULT copy(VARIANT* target, const VARIANT& source) {
+    if (owns_nothing(source.vt)) {
+      *target = source;
+      return S_OK;
+    }
     VariantInit(target);
     return VariantCopyInd(target, &source);
+  }
+
+ private:
+  static constexpr bool owns_nothing(VARTYPE type) {
+    return type <= VT_DATE || type == VT_BOOL || type == VT_ERROR ||
+           (type >= VT_I1 && type <= VT_UINT);
   }
 };
 
@@ -67,16 +80,25 @@ class IMyCollectionOnSTLImpl : public Base, private ItemSource {
   HRESULT item_at(LONG index, VARIANT* item) {
     if (item == nullptr) return E_POINTER;
     VariantInit(item);
-    const HRESULT status = copy_item(index > 0 ? static_cast<ULONG>(index) : 0, item);
+    ULONG copied = 0;
+    const HRESULT status = copy_items(index > 0 ? static_cast<ULONG>(index) : 0, 1, item, copied);
     return status == S_FALSE ? E_FAIL : status;
   }
 
   Container items_;
 
  private:
-  HRESULT copy_item(ULONG index, VARIANT* item) override {
-    if (index >= items_.size()) return S_FALSE;
-    return guarded([&] { return CopyPolicy::copy(item, items_[index]); });
+  HRESULT copy_items(ULONG index, ULONG wanted, VARIANT* values, ULONG& copied) override {
+    copied = 0;
+    return guarded([&] {
+      while (copied < wanted && index < items_.size()) {
+        const HRESULT status = CopyPolicy::copy(&values[copied], items_[index]);
+        if (FAILED(status)) return status;
+        ++copied;
+        ++index;
+      }
+      return copied < wanted ? S_FALSE : S_OK;
+    });
   }
   ULONG item_count() override { return static_cast<ULONG>(items_.size()); }
 };
@@ -126,7 +148,9 @@ class IMyVariantCollectionOnSTLImpl
         VARTYPE type = VT_EMPTY;
         if (FAILED(read_exactly(*stream, &type, sizeof(type)))) break;  // nothing can follow
         platform::Variant item;
-        if (read_item(*stream, type, item)) this->items_.push_back(std::move(item));
+        const Read read = read_item(*stream, type, item);
+        if (read == Read::kLost) break;
+        if (read == Read::kItem) this->items_.push_back(std::move(item));
       }
       return S_OK;
     });
@@ -136,10 +160,12 @@ class IMyVariantCollectionOnSTLImpl
   HRESULT Save(IStream* stream, BOOL) override {
     if (stream == nullptr) return E_POINTER;
     return guarded([&] {
-      const auto count = static_cast<LONG>(this->items_.size());
+      const Saving saving(saving_);
+      // The stream and the items may call back, so what is counted is what is written.
+      const std::vector<platform::Variant> items = writable_items();
+      const auto count = static_cast<LONG>(items.size());
       if (FAILED(write_exactly(*stream, &count, sizeof(count)))) return S_OK;
-      for (std::size_t i = 0; i < this->items_.size(); ++i) {
-        const platform::Variant item = this->items_[i];  // the stream may call back
+      for (const platform::Variant& item : items) {
         if (FAILED(write_exactly(*stream, &item.vt, sizeof(item.vt)))) break;
         const HRESULT status = item.vt == VT_DISPATCH ? write_object(*stream, item.pdispVal)
                                                       : WriteVariant(*stream, item);
@@ -150,6 +176,15 @@ class IMyVariantCollectionOnSTLImpl
   }
 
  protected:
+  ~IMyVariantCollectionOnSTLImpl() override { discard(std::move(this->items_)); }
+
+  // What the collection's `own_class` answers: that it is of class `clsid`. A collection that is
+  // being saved cannot be one of its own items.
+  HRESULT class_as_item(REFCLSID clsid, CLSID* own) const {
+    *own = saving_ ? GUID_NULL : clsid;
+    return saving_ ? E_FAIL : S_OK;
+  }
+
   // For a derived class that reacts to changes. The value is the new one; for a removal the one
   // removed, and empty after `Clear`.
   virtual void on_item_added(const VARIANT&) {}
@@ -184,20 +219,58 @@ class IMyVariantCollectionOnSTLImpl
   }
 
   void clear_items() {
-    const auto removed = std::exchange(this->items_, {});
+    discard(std::exchange(this->items_, {}));
     on_item_removed(platform::Variant());
   }
 
-  static bool read_item(IStream& stream, VARTYPE type, platform::Variant& item) {
-    if (type != VT_DISPATCH) return SUCCEEDED(ReadVariant(stream, item));
+  class Saving {
+   public:
+    explicit Saving(bool& flag) : flag_(flag), outer_(std::exchange(flag, true)) {}
+    ~Saving() { flag_ = outer_; }
+    Saving(const Saving&) = delete;
+    Saving& operator=(const Saving&) = delete;
+
+   private:
+    bool& flag_;
+    bool outer_;
+  };
+
+  [[nodiscard]] std::vector<platform::Variant> writable_items() const {
+    constexpr std::size_t kMost = std::numeric_limits<LONG>::max();
+    std::vector<platform::Variant> items;
+    items.reserve(this->items_.size());
+    for (std::size_t i = 0; i < this->items_.size() && items.size() < kMost; ++i) {
+      const platform::Variant& item = this->items_[i];
+      const bool object = item.vt == VT_UNKNOWN && item.punkVal != nullptr;
+      items.push_back(item);
+      if (object && !can_write_object(items.back().punkVal)) items.pop_back();
+    }
+    return items;
+  }
+
+  // What stood in the stream: an item; something that is none; or something of unknown length, so
+  // that nothing behind it can be found.
+  enum class Read { kItem, kNone, kLost };
+
+  static Read read_item(IStream& stream, VARTYPE type, platform::Variant& item) {
+    bool lost = false;
+    if (type != VT_DISPATCH) {
+      const HRESULT status = ReadVariant(stream, item, &lost);
+      if (SUCCEEDED(status)) return Read::kItem;
+      return lost ? Read::kLost : Read::kNone;
+    }
     platform::ComPtr<IUnknown> object;
-    if (read_object(stream, object, FailedLoad::kKeeps) != S_OK) return false;
+    const HRESULT status = read_object(stream, object, FailedLoad::kKeeps, &lost);
+    if (lost) return Read::kLost;
+    if (status != S_OK) return Read::kNone;
     auto dispatch = object.query<IDispatch>();
-    if (!dispatch) return false;
+    if (!dispatch) return Read::kNone;
     item.vt = VT_DISPATCH;
     item.pdispVal = dispatch.detach();
-    return true;
+    return Read::kItem;
   }
+
+  bool saving_ = false;
 };
 
 template <class Base>
@@ -218,6 +291,101 @@ class IVariantCollectionImpl : public IMyVariantCollectionOnSTLImpl<Base> {
   }
   HRESULT RemoveByID(VARIANT) override { return E_NOTIMPL; }
   HRESULT ModifyByID(VARIANT, VARIANT) override { return E_NOTIMPL; }
+};
+
+template <class Base>
+class IVariantWithStandardIDCollectionImpl : public IMyVariantCollectionOnSTLImpl<Base> {
+ public:
+  HRESULT get_Item(VARIANT index, VARIANT* item) override {
+    if (item == nullptr) return E_POINTER;
+    VariantInit(item);
+    return by_index(
+        index, [&](LONG position) { return this->item_at(position, item); },
+        [&](const VARIANT& id) { return ItemByID(id, item); });
+  }
+  HRESULT Remove(VARIANT index) override {
+    return by_index(
+        index, [&](LONG position) { return this->remove_at(position); },
+        [&](const VARIANT& id) { return RemoveByID(id); });
+  }
+  HRESULT Modify(VARIANT index, VARIANT item) override {
+    return by_index(
+        index, [&](LONG position) { return this->modify_at(position, item); },
+        [&](const VARIANT& id) { return ModifyByID(id, item); });
+  }
+
+  HRESULT ItemID(LONG index, VARIANT* id, VARIANT* item) override {
+    if (id != nullptr) VariantInit(id);
+    if (item != nullptr) VariantInit(item);
+    if (id == nullptr || item == nullptr) return E_POINTER;
+    return guarded([&] {
+      platform::Variant object;
+      platform::Variant own;
+      if (FAILED(this->item_at(index, &object)) || !read_id(object, own)) return E_FAIL;
+      own.detach_to(id);
+      object.detach_to(item);
+      return S_OK;
+    });
+  }
+
+  HRESULT ItemByID(VARIANT id, VARIANT* item) override {
+    if (item == nullptr) return E_POINTER;
+    VariantInit(item);
+    return by_id(id, [&](LONG, platform::Variant& found) {
+      found.detach_to(item);
+      return S_OK;
+    });
+  }
+  HRESULT RemoveByID(VARIANT id) override {
+    return by_id(id, [&](LONG position, platform::Variant&) { return this->remove_at(position); });
+  }
+  HRESULT ModifyByID(VARIANT id, VARIANT item) override {
+    return by_id(
+        id, [&](LONG position, platform::Variant&) { return this->modify_at(position, item); });
+  }
+
+ private:
+  // An index of type VT_I4, however it was passed, is a position; any other value is an id.
+  template <class AtPosition, class WithId>
+  HRESULT by_index(const VARIANT& index, AtPosition&& at_position, WithId&& with_id) {
+    return guarded([&] {
+      platform::Variant value;
+      const HRESULT status = VariantCopyInd(&value, &index);
+      if (FAILED(status)) return status;
+      return value.vt == VT_I4 ? at_position(value.lVal) : with_id(value);
+    });
+  }
+
+  // Calls `then` with the position of the first item whose ID equals `id`, and the item; E_FAIL
+  // when there is none. Items without an ID are passed over.
+  template <class Then>
+  HRESULT by_id(const VARIANT& id, Then&& then) {
+    return guarded([&] {
+      platform::Variant wanted;
+      const HRESULT status = VariantCopyInd(&wanted, &id);
+      if (FAILED(status)) return status;
+      for (std::size_t i = 0; i < this->items_.size(); ++i) {
+        platform::Variant item = this->items_[i];
+        platform::Variant own;
+        if (read_id(item, own) && same_id(wanted, own)) return then(static_cast<LONG>(i), item);
+      }
+      return E_FAIL;
+    });
+  }
+
+  static bool read_id(const VARIANT& item, platform::Variant& id) {
+    if (item.vt != VT_DISPATCH) return false;
+    auto read = platform::invoke_by_name(item.pdispVal, u"ID", DISPATCH_PROPERTYGET, nullptr, 0);
+    id = std::move(read.value);
+    return SUCCEEDED(read.status);
+  }
+
+  // Ids of different types differ: the text "5" is not the number 5.
+  static bool same_id(const VARIANT& a, const VARIANT& b) {
+    if (a.vt != b.vt) return false;
+    if (a.vt == VT_UI4) return a.ulVal == b.ulVal;
+    return a.vt == VT_NULL || VarCmp(&a, &b, LOCALE_USER_DEFAULT, 0) == VARCMP_EQ;
+  }
 };
 
 }  // namespace tallowbrook

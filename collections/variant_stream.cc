@@ -17,8 +17,8 @@ static_assert(std::endian::native == std::endian::little, "the stream format is 
 constexpr int kMostNested = 64;
 constexpr DWORD kAnyServer = CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER;
 
-// Objects may load further objects from the same stream: counts how deep this thread stands in
-// them.
+// Objects may load and save further objects in the same stream: counts how deep this thread stands
+// in them.
 class Nesting {
  public:
   Nesting() { ++depth_; }
@@ -83,7 +83,7 @@ HRESULT read_text(IStream& stream, platform::Bstr& text) {
   }
   if (SUCCEEDED(status) && left > 0) status = read_exactly(stream, block.data(), left);
   if (FAILED(status)) return status;
-  if (!units.empty()) units.pop_back();  // the closing zero
+  if (!units.empty() && units.back() == 0) units.pop_back();
   text = platform::Bstr(units);
   return S_OK;
 }
@@ -114,14 +114,30 @@ HRESULT read_from_text(IStream& stream, VARTYPE type, platform::Variant& value) 
   return S_OK;
 }
 
-// Loads or saves through the one interface or the other; both have the same methods.
-template <class Persist>
-HRESULT save_through(IStream& stream, Persist& object, bool& started) {
+// An object of which a stream can hold the class and the data, through the one interface or the
+// other.
+struct Writable {
   CLSID class_id{};
-  if (FAILED(object.GetClassID(&class_id)) || class_id == GUID_NULL) return E_NOTIMPL;
-  started = true;
-  const HRESULT status = write_exactly(stream, &class_id, sizeof(class_id));
-  return FAILED(status) ? status : object.Save(&stream, FALSE);
+  platform::ComPtr<IPersistStream> stream;
+  platform::ComPtr<IPersistStreamInit> init;
+
+  HRESULT save(IStream& target) const {
+    return stream ? stream->Save(&target, FALSE) : init->Save(&target, FALSE);
+  }
+};
+
+bool find_class(IPersist& object, CLSID& class_id) {
+  class_id = GUID_NULL;
+  if (SUCCEEDED(object.GetClassID(&class_id)) && !(class_id == GUID_NULL)) return true;
+  const auto own = platform::query<IOwnClass>(&object);
+  return own && SUCCEEDED(own->own_class(&class_id));
+}
+
+bool find_writable(IUnknown* object, Writable& found) {
+  found.stream = platform::query<IPersistStream>(object);
+  if (found.stream) return find_class(*found.stream, found.class_id);
+  found.init = platform::query<IPersistStreamInit>(object);
+  return found.init && find_class(*found.init, found.class_id);
 }
 
 // A class id and an object of that class, not loaded yet; S_FALSE and null for a null class id.
@@ -139,9 +155,9 @@ HRESULT load_through_persist(IStream& stream, IUnknown& object) {
   return E_NOINTERFACE;
 }
 
-HRESULT read_object_as(IStream& stream, VARTYPE type, platform::Variant& value) {
+HRESULT read_object_as(IStream& stream, VARTYPE type, platform::Variant& value, bool* lost) {
   platform::ComPtr<IUnknown> object;
-  const HRESULT status = read_object(stream, object);
+  const HRESULT status = read_object(stream, object, FailedLoad::kDrops, lost);
   if (FAILED(status)) return status;
   if (type == VT_UNKNOWN) {
     value.punkVal = object.detach();
@@ -177,23 +193,29 @@ HRESULT write_exactly(IStream& stream, const void* source, ULONG size) {
   return written < size ? E_FAIL : S_OK;
 }
 
-HRESULT write_object(IStream& stream, IUnknown* object) {
-  bool started = false;
-  HRESULT status = E_NOINTERFACE;
-  if (const auto persist = platform::query<IPersistStream>(object)) {
-    status = save_through(stream, *persist, started);
-  } else if (const auto init = platform::query<IPersistStreamInit>(object)) {
-    status = save_through(stream, *init, started);
-  }
-  return started ? status : write_exactly(stream, &GUID_NULL, sizeof(GUID_NULL));
+bool can_write_object(IUnknown* object) {
+  Writable found;
+  return find_writable(object, found);
 }
 
-HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object, FailedLoad failed_load) {
-  object.reset();
+HRESULT write_object(IStream& stream, IUnknown* object) {
   const Nesting nesting;
-  if (Nesting::too_deep()) return E_FAIL;
+  Writable found;
+  if (Nesting::too_deep() || !find_writable(object, found)) {
+    return write_exactly(stream, &GUID_NULL, sizeof(GUID_NULL));
+  }
+  const HRESULT status = write_exactly(stream, &found.class_id, sizeof(found.class_id));
+  return FAILED(status) ? status : found.save(stream);
+}
+
+HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object, FailedLoad failed_load,
+                    bool* lost) {
+  object.reset();
+  if (lost != nullptr) *lost = false;
+  const Nesting nesting;
   platform::ComPtr<IUnknown> created;
-  const HRESULT status = create_object(stream, created);
+  const HRESULT status = Nesting::too_deep() ? E_FAIL : create_object(stream, created);
+  if (lost != nullptr) *lost = FAILED(status);
   if (status != S_OK) return status;
   const HRESULT loaded = load_through_persist(stream, *created);
   if (FAILED(loaded) && failed_load == FailedLoad::kDrops) return loaded;
@@ -210,12 +232,15 @@ HRESULT WriteVariant(IStream& stream, const VARIANT& value) {
   return write_as_text(stream, value);
 }
 
-HRESULT ReadVariant(IStream& stream, platform::Variant& value) {
+HRESULT ReadVariant(IStream& stream, platform::Variant& value, bool* lost) {
   value.clear();
+  if (lost != nullptr) *lost = false;
   VARTYPE type = VT_EMPTY;
   const HRESULT status = read_exactly(stream, &type, sizeof(type));
   if (FAILED(status)) return status;
-  if (type == VT_UNKNOWN || type == VT_DISPATCH) return read_object_as(stream, type, value);
+  if (type == VT_UNKNOWN || type == VT_DISPATCH) {
+    return read_object_as(stream, type, value, lost);
+  }
   const ULONG size = plain_size(type);
   if (size == 0) return read_from_text(stream, type, value);
   LONGLONG raw = 0;

@@ -13,7 +13,7 @@
 //
 // An object is its class id (16 bytes) and then what its own Save wrote. A null class id stands for
 // a null object, and for an object that cannot be written, so that the stream stays readable past
-// it. What cannot become a string is written as the empty one for the same reason.
+// it. VT_EMPTY and VT_NULL have the empty string for a value.
 //
 // Nothing read from a stream decides how much memory is taken before the bytes were really there,
 // nor how deep objects within objects may nest.
@@ -31,9 +31,21 @@ namespace tallowbrook {
 
 // The type and the value. Throws std::bad_alloc.
 [[nodiscard]] HRESULT WriteVariant(IStream& stream, const VARIANT& value);
-// Reads what WriteVariant wrote; `value` is empty unless it succeeds. Throws std::bad_alloc.
-[[nodiscard]] HRESULT ReadVariant(IStream& stream, platform::Variant& value);
+// Reads what WriteVariant wrote; `value` is empty unless it succeeds. `*lost` (may be null) is set
+// when the stream now stands somewhere inside of what could not be read. Throws std::bad_alloc.
+[[nodiscard]] HRESULT ReadVariant(IStream& stream, platform::Variant& value, bool* lost = nullptr);
 
+// How an object of the component whose GetClassID names no class is stored all the same.
+struct IOwnClass : IUnknown {
+  using Base = IUnknown;
+  static constexpr GUID kIid{
+      0x1F6B3C0E, 0x52A4, 0x4D38, {0x8E, 0x0B, 0x77, 0x1C, 0x90, 0x4A, 0xD5, 0x36}};
+
+  virtual HRESULT own_class(CLSID* clsid) = 0;
+};
+
+// True for an object that has a class and can be saved into a stream.
+[[nodiscard]] bool can_write_object(IUnknown* object);
 // An object as above, through IPersistStream, else IPersistStreamInit; `object` may be null.
 [[nodiscard]] HRESULT write_object(IStream& stream, IUnknown* object);
 // What becomes of an object that was created but whose own Load fails.
@@ -41,8 +53,10 @@ enum class FailedLoad {
   kDrops,  // its failure is the call's
   kKeeps,  // the object is given as far as it was loaded
 };
-// Creates and loads an object; S_FALSE and null for a null class id.
+// Creates and loads an object; S_FALSE and null for a null class id. `lost` as above: set when
+// there is no object to read its data.
 [[nodiscard]] HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object,
-                                  FailedLoad failed_load = FailedLoad::kDrops);
+                                  FailedLoad failed_load = FailedLoad::kDrops,
+                                  bool* lost = nullptr);
 
 }  // namespace tallowbrook

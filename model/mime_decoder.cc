@@ -119,7 +119,7 @@ void CMimeDecoder::extract_uuencoded_blocks() {
   extract_uuencoded_parts(store_.root, store_.charset, link_);
 }
 
-HRESULT CMimeDecoder::load(IStream& stream) {
+HRESULT CMimeDecoder::load(IStream& stream, Behind behind) {
   const auto held = self();
   const ComPtr<IStream> input(&stream);
   forget_everything();
@@ -130,6 +130,9 @@ HRESULT CMimeDecoder::load(IStream& stream) {
   run.store = &store_;
   run.raw_copy = raw_copy.get();
   const HRESULT status = DispatchParse(run, &stream);
+  if (SUCCEEDED(status) && behind == Behind::kGivesBack && !raw_copy) {
+    give_back_unread(run, stream);
+  }
   store_.load_error_flag = FAILED(status);
   if (SUCCEEDED(status)) {
     extract_uuencoded_blocks();
@@ -141,7 +144,7 @@ HRESULT CMimeDecoder::load(IStream& stream) {
 
 HRESULT CMimeDecoder::Load(IStream* stream) {
   if (stream == nullptr) return E_INVALIDARG;
-  return guarded([&] { return load(*stream); });
+  return guarded([&] { return load(*stream, Behind::kGivesBack); });
 }
 
 HRESULT CMimeDecoder::LoadFromFile(BSTR path, VARIANT_BOOL* done) {

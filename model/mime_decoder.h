@@ -135,7 +135,10 @@ class CMimeDecoder final
   }
 
   void forget_everything();
-  [[nodiscard]] HRESULT load(IStream& stream);
+  // What was read ahead of the message's end: taken, or given back to the stream, in which other
+  // objects may follow. A raw copy keeps what it took.
+  enum class Behind { kTakes, kGivesBack };
+  [[nodiscard]] HRESULT load(IStream& stream, Behind behind = Behind::kTakes);
   // Turns uuencoded blocks of a text body into attachments.
   void extract_uuencoded_blocks();
   [[nodiscard]] WriteOutcome write(IStream& target, bool header_only);

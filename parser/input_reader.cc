@@ -33,12 +33,16 @@ bool needs_work(const char* bytes, std::size_t length) {
   return false;
 }
 
-}  // namespace
-
-std::size_t normalise(char* bytes, std::size_t length, bool full) {
-  if (!needs_work(bytes, length)) return length;
+struct Normalised {
+  std::size_t in = 0;
   std::size_t out = 0;
-  for (std::size_t i = 0; i < length;) {
+};
+
+// Ends when at least `most` bytes came out.
+Normalised normalise_up_to(char* bytes, std::size_t length, bool full, std::size_t most) {
+  std::size_t out = 0;
+  std::size_t i = 0;
+  while (i < length && out < most) {
     if (bytes[i] == '\0') {
       ++i;
     } else if (bytes[i] != '\r') {
@@ -56,7 +60,31 @@ std::size_t normalise(char* bytes, std::size_t length, bool full) {
       }
     }
   }
-  return out;
+  return {i, out};
+}
+
+// A block that gave nothing counts with the one behind it.
+void note_block(ParseRun& run, const InputBlock& block) {
+  if (run.last_block.kept == 0) {
+    run.last_block = {run.last_block.raw + block.raw, block.kept, block.full};
+  } else {
+    run.block_before = run.last_block;
+    run.last_block = block;
+  }
+}
+
+}  // namespace
+
+std::size_t normalise(char* bytes, std::size_t length, bool full) {
+  if (!needs_work(bytes, length)) return length;
+  return normalise_up_to(bytes, length, full, length).out;
+}
+
+std::size_t length_before_normalising(char* bytes, std::size_t length, bool full,
+                                      std::size_t kept) {
+  const Normalised done = normalise_up_to(bytes, length, full, kept);
+  // The last step may have given several line ends, one for each CR.
+  return done.in - (done.out - std::min(kept, done.out));
 }
 
 std::size_t ReadScannerInput(ParseRun& run, char* buffer, std::size_t maximum) {
@@ -76,10 +104,12 @@ std::size_t ReadScannerInput(ParseRun& run, char* buffer, std::size_t maximum) {
     }
     if (filled == 0) {
       std::memcpy(buffer, kEndOfData.data(), kEndOfData.size());
+      note_block(run, {0, kEndOfData.size(), true});
       return kEndOfData.size();
     }
     if (run.full_load && run.raw_copy != nullptr) run.raw_copy->write({buffer, filled});
     const std::size_t left = normalise(buffer, filled, filled == wanted);
+    note_block(run, {filled, left, filled == wanted});
     if (left > 0) return left;  // a block of nothing but NULs gives nothing: read on
   }
 }

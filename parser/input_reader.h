@@ -24,4 +24,8 @@ inline constexpr std::size_t kChunk = 8192;
 // may belong to an LF that comes next. Returns the new length.
 [[nodiscard]] std::size_t normalise(char* bytes, std::size_t length, bool full);
 
+// How many of the `length` bytes become the first `kept` normalised ones. Changes the bytes.
+[[nodiscard]] std::size_t length_before_normalising(char* bytes, std::size_t length, bool full,
+                                                    std::size_t kept);
+
 }  // namespace tallowbrook

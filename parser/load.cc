@@ -1,12 +1,15 @@
 #include "parser/load.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "core/text.h"
 #include "parser/actions.h"
 #include "parser/grammar.h"
+#include "parser/input_reader.h"
 #include "parser/report.h"
 #include "parser/scanner.h"
 #include "platform/automation/dispatch.h"
@@ -56,6 +59,7 @@ void run_instance(ParserInstance& instance, ParseRun& run) {
     instance.actions.start(run);
     if (!instance.parser) instance.parser.emplace(instance.scanner, instance.actions);
     (void)instance.parser->parse();
+    run.unread = instance.scanner.unread();
     if (FAILED(run.read_status)) {
       ReportParseError(run, "The input could not be read to its end", instance.scanner.line());
     }
@@ -164,6 +168,52 @@ HRESULT DispatchParse(ParseRun& run, ISequentialStream* stream) {
   }
   run.input = nullptr;
   return run.failed ? E_ABORT : S_OK;
+}
+
+namespace {
+
+// Moves where the next Read starts, and not where a memory stream's next Write does.
+bool move_back(IStream& stream, std::size_t count) {
+  if (count == 0) return true;
+  if (const auto memory = platform::query<CISSHelper>(&stream)) {
+    memory->give_back(static_cast<ULONG>(count));
+    return true;
+  }
+  return SUCCEEDED(stream.Seek({-static_cast<LONGLONG>(count)}, STREAM_SEEK_CUR, nullptr));
+}
+
+}  // namespace
+
+void give_back_unread(const ParseRun& run, IStream& stream) {
+  constexpr std::size_t kMostReadAgain = std::size_t{1} << 20;
+  std::size_t unread = run.unread;
+  std::size_t back = 0;
+  for (const InputBlock& block : {run.last_block, run.block_before}) {
+    if (unread == 0) break;
+    if (unread >= block.kept || block.raw == block.kept) {
+      const std::size_t all = std::min(unread, block.kept);
+      back += unread >= block.kept ? block.raw : all;
+      unread -= all;
+      continue;
+    }
+    // Normalising took bytes out of a block that is partly used: see where they were.
+    if (block.raw > kMostReadAgain) return;
+    std::vector<char> bytes(block.raw);
+    if (!move_back(stream, back + block.raw)) return;
+    std::size_t have = 0;
+    ULONG got = 0;
+    while (have < bytes.size() &&
+           SUCCEEDED(
+               stream.Read(bytes.data() + have, static_cast<ULONG>(bytes.size() - have), &got)) &&
+           got > 0) {
+      have += got;
+    }
+    const std::size_t used =
+        length_before_normalising(bytes.data(), have, block.full, block.kept - unread);
+    static_cast<void>(move_back(stream, have - used));
+    return;
+  }
+  static_cast<void>(move_back(stream, back));
 }
 
 HRESULT parse_field(std::string_view name, std::string_view text, HeaderValue& value) {

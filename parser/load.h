@@ -5,6 +5,7 @@
 // starts from inside its own Read gets a spare instance.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,14 @@
 #include "streams/memory_stream.h"
 
 namespace tallowbrook {
+
+// A block that was read from the input: its bytes in the stream, those that the scanner got, and
+// whether the read filled its request.
+struct InputBlock {
+  std::size_t raw = 0;
+  std::size_t kept = 0;
+  bool full = false;
+};
 
 // One run of a parser instance: where its input comes from and where its results go.
 struct ParseRun {
@@ -28,6 +37,9 @@ struct ParseRun {
   bool defer_mime = true;
   bool failed = false;         // set by the error report
   HRESULT read_status = S_OK;  // the first failure of the input's Read
+  InputBlock last_block = {};
+  InputBlock block_before = {};
+  std::size_t unread = 0;  // of what the scanner got; known when the run is over
 };
 
 // Runs the parser over `stream`. E_INVALIDARG for a null stream, E_ABORT when the input has a
@@ -36,6 +48,10 @@ struct ParseRun {
 // "<text> in Line <n>" and the raw copy holds the whole input. What was reduced before the error
 // stays in the store.
 [[nodiscard]] HRESULT DispatchParse(ParseRun& run, ISequentialStream* stream);
+
+// Moves `stream`, the input of a run that is over, back to right behind the line that ended the
+// message: where its next reader expects to stand. A stream that cannot seek stays where it is.
+void give_back_unread(const ParseRun& run, IStream& stream);
 
 // Parses the one header line "<name>: <text>" and gives its value: the value of the pseudo-headers
 // below, or of any header field. E_ABORT, with `value` untouched, when the text does not parse.

@@ -38,6 +38,8 @@ class Scanner {
 
   // After a run: gives back a buffer that a long token made large.
   void release_large_buffer();
+  // Bytes that were read and not consumed.
+  [[nodiscard]] std::size_t unread() const { return static_cast<std::size_t>(limit_ - cursor_); }
   [[nodiscard]] std::size_t bytes_read() const { return bytes_read_; }
 
   // Called by the action of a parameter named boundary. The first one of a multipart type becomes

@@ -19,6 +19,7 @@
 // E_OUTOFMEMORY.
 #pragma once
 
+#include <algorithm>
 #include <string_view>
 
 #include "platform/com/unknown.h"
@@ -77,6 +78,8 @@ class CISSHelper final : public IStream {
   void rewind() { read_position_ = write_position_ = 0; }
   // Moves the read position over `count` bytes of `unread()`.
   void consume(ULONG count) { read_position_ += count; }
+  // Moves the read position alone back.
+  void give_back(ULONG count) { read_position_ -= std::min(count, read_position_); }
   // Write for C++ callers; throws std::bad_alloc (also when 4 GiB would be passed).
   void write(std::string_view block);
   // Room for `size` bytes in all, in one step.

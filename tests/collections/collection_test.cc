@@ -10,6 +10,7 @@
 #include "platform/com/activation.h"
 #include "streams/memory_stream.h"
 #include "tallowbrook/class_ids.h"
+#include "tests/collections/items.h"
 #include "tests/support/host_stream.h"
 
 namespace tallowbrook {
@@ -81,14 +82,6 @@ class Nested final : public Object<Confined, IDispatch, IPersistStream> {
 
  private:
   ComPtr<IUnknown> inner_;
-};
-
-class NestedFactory final : public Object<Confined, IClassFactory> {
- public:
-  HRESULT CreateInstance(IUnknown*, REFIID iid, void** object) override {
-    return make_object<Nested>()->QueryInterface(iid, object);
-  }
-  HRESULT LockServer(BOOL) override { return S_OK; }
 };
 
 TEST(Collection, AddressesItemsByPosition) {
@@ -195,10 +188,11 @@ TEST(Collection, EnumeratesTheLiveSequence) {
 
 TEST(Collection, NextClearsWhatItCopiedWhenAnItemFails) {
   struct Failing final : Object<Confined, IUnknown>, ItemSource {
-    HRESULT copy_item(ULONG index, VARIANT* value) override {
-      if (index == 2) return E_OUTOFMEMORY;
-      Variant(std::u16string_view(u"text")).detach_to(value);
-      return S_OK;
+    HRESULT copy_items(ULONG, ULONG, VARIANT* values, ULONG& copied) override {
+      for (copied = 0; copied < 2; ++copied) {
+        Variant(std::u16string_view(u"text")).detach_to(&values[copied]);
+      }
+      return E_OUTOFMEMORY;
     }
     ULONG item_count() override { return 3; }
   };
@@ -212,6 +206,23 @@ TEST(Collection, NextClearsWhatItCopiedWhenAnItemFails) {
   EXPECT_EQ(make_object<CComEnumOnSTL>(nullptr, nullptr)->Next(1, got, &fetched), E_FAIL);
 }
 
+// Large enough that a list which moves all that is behind an item takes minutes.
+TEST(Collection, AMillionItemsComeAndGo) {
+  const auto list = new_collection();
+  constexpr LONG kCount = 1000000;
+  add_numbers(*list, kCount);
+  const auto walk = enumerate(*list);
+  VARIANT got[100];
+  ULONG fetched = 0;
+  LONG next = 0;
+  while (walk->Next(100, got, &fetched) == S_OK) {
+    for (ULONG i = 0; i < fetched; ++i) ASSERT_EQ(got[i].lVal, next++);
+  }
+  EXPECT_EQ(next, kCount);
+  for (LONG i = 0; i < kCount / 2; ++i) ASSERT_EQ(list->Remove(0), S_OK);
+  EXPECT_EQ(item(*list, 0).lVal, kCount / 2);
+}
+
 // --- persistence ---------------------------------------------------------------------------------
 
 ComPtr<ICollection> mixed_collection() {
@@ -222,7 +233,9 @@ ComPtr<ICollection> mixed_collection() {
   list->Add(Variant::boolean(true));
   list->Add(Variant(static_cast<IDispatch*>(nullptr)));  // does not survive
   list->Add(Variant(static_cast<IUnknown*>(nullptr)));
-  list->Add(Variant(static_cast<IDispatch*>(list.get())));  // has no class id: neither does this
+  list->Add(Variant(static_cast<IDispatch*>(list.get())));  // inside of itself: neither does this
+  // Cannot be written, so it is not counted.
+  list->Add(Variant(static_cast<IUnknown*>(make_object<test::PlainItem>().get())));
   Variant null;
   null.vt = VT_NULL;
   list->Add(null);
@@ -262,6 +275,7 @@ TEST(CollectionPersistence, WritesItsFormat) {
 TEST(CollectionPersistence, ValuesSurvive) {
   const auto list = mixed_collection();
   const std::string bytes = saved(*list);
+  EXPECT_EQ(bytes[0], 9);
   for (const ULONG step : {1u, 7u, 4096u}) {
     const auto copy = loaded(bytes, step);
     ASSERT_EQ(count_of(*copy), 7);
@@ -310,11 +324,7 @@ TEST(CollectionPersistence, CutAndHostileStreamsKeepWhatIsThere) {
 }
 
 TEST(CollectionPersistence, ObjectsAreCreatedAgainButNeverWithoutEnd) {
-  const auto factory = make_object<NestedFactory>();
-  DWORD cookie = 0;
-  ASSERT_EQ(CoRegisterClassObject(Nested::kClass, factory.get(), CLSCTX_INPROC_SERVER,
-                                  REGCLS_MULTIPLEUSE, &cookie),
-            S_OK);
+  const test::Registered<Nested> registered;
   const auto list = new_collection();
   list->Add(Variant(static_cast<IDispatch*>(make_object<Nested>().get())));
   list->Add(Variant(5));
@@ -334,7 +344,6 @@ TEST(CollectionPersistence, ObjectsAreCreatedAgainButNeverWithoutEnd) {
   }
   EXPECT_EQ(count_of(*loaded(endless)), 1);
   EXPECT_LE(Nested::deepest, 64);
-  CoRevokeClassObject(cookie);
 }
 
 }  // namespace

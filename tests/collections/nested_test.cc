@@ -1,0 +1,174 @@
+// Collections in collections, and messages in them, through the component's own classes.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "collections/variant_stream.h"
+#include "tallowbrook/class_ids.h"
+#include "tests/collections/items.h"
+#include "tests/model/host.h"
+#include "tests/support/host_stream.h"
+
+extern "C" HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** object);
+extern "C" HRESULT DllCanUnloadNow();
+extern "C" HRESULT DllDescribeClasses(const ComponentClass** classes, ULONG* count);
+
+namespace tallowbrook::test {
+namespace {
+
+class NestedCollections : public ::testing::Test {
+ protected:
+  NestedCollections() { EXPECT_EQ(CoUseComponent(entries_), S_OK); }
+  ~NestedCollections() override { CoForgetComponent(entries_); }
+
+  static ComPtr<ICollection> new_list() {
+    ComPtr<ICollection> list;
+    EXPECT_EQ(create_collection(ICollection::kIid, list.out_void()), S_OK);
+    return list;
+  }
+  static ComPtr<ICollection> read_back(std::string bytes, ULONG step = 4096) {
+    auto list = new_list();
+    HostStream stream(std::move(bytes), step);
+    EXPECT_EQ(list.query<IPersistStream>()->Load(&stream), S_OK);
+    return list;
+  }
+  static std::string bytes_of(ICollection& list) {
+    CISSHelper stream;
+    EXPECT_EQ(platform::query<IPersistStream>(&list)->Save(&stream, FALSE), S_OK);
+    return std::string(stream.bytes());
+  }
+  static LONG count_of(ICollection& list) {
+    LONG count = -1;
+    EXPECT_EQ(list.get_Count(&count), S_OK);
+    return count;
+  }
+  static Variant item(ICollection& list, LONG index) {
+    Variant value;
+    EXPECT_EQ(list.get_Item(index, &value), S_OK);
+    return value;
+  }
+  template <class T>
+  static ComPtr<T> object(ICollection& list, LONG index) {
+    const Variant value = item(list, index);
+    EXPECT_EQ(value.vt, VT_DISPATCH);
+    return platform::query<T>(value.pdispVal);
+  }
+  static void add_object(ICollection& list, IDispatch* object) {
+    EXPECT_EQ(list.Add(Variant(object)), S_OK);
+  }
+
+ private:
+  ComponentEntries entries_{&DllGetClassObject, &DllCanUnloadNow, &DllDescribeClasses};
+};
+
+TEST_F(NestedCollections, AreSavedUnderTheirOwnClass) {
+  const auto inner = new_list();
+  inner->Add(Variant(7));
+  const auto outer = new_list();
+  add_object(*outer, inner.get());
+  outer->Add(Variant(static_cast<IUnknown*>(inner.get())));
+  outer->Add(Variant(8));
+  const std::string bytes = bytes_of(*outer);
+  CLSID written{};
+  std::memcpy(&written, bytes.data() + 6, sizeof(written));
+  EXPECT_TRUE(written == CLSID_Collection);
+
+  const auto copy = read_back(bytes, 3);
+  ASSERT_EQ(count_of(*copy), 3);
+  EXPECT_EQ(item(*object<ICollection>(*copy, 0), 0).lVal, 7);
+  EXPECT_EQ(item(*platform::query<ICollection>(item(*copy, 1).punkVal), 0).lVal, 7);
+  EXPECT_EQ(item(*copy, 2).lVal, 8);
+}
+
+// As deep as a script likes: saving ends at a limit, and letting go does not use up the stack.
+TEST_F(NestedCollections, MayBeNestedWithoutEnd) {
+  const auto locks = Module::locks();
+  {
+    auto list = new_list();
+    for (int i = 0; i < 300000; ++i) {
+      const auto outer = new_list();
+      add_object(*outer, list.get());
+      list = outer;
+    }
+    EXPECT_LT(bytes_of(*list).size(), 10000u);
+    const auto twins = new_list();  // both go with the last one
+    add_object(*twins, list.get());
+    add_object(*twins, list.get());
+    list.reset();
+    EXPECT_EQ(twins->Clear(), S_OK);
+  }
+  EXPECT_EQ(Module::locks(), locks);
+}
+
+TEST_F(NestedCollections, AnUnknownClassEndsTheLoad) {
+  const CLSID nobody{0x12345678, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}};
+  for (const VARTYPE type : {VT_DISPATCH, VT_UNKNOWN}) {
+    std::string bytes("\3\0\0\0\3\0\3\0\1\0\0\0", 12);
+    for (VARTYPE word : {type, type}) {
+      bytes.append(reinterpret_cast<const char*>(&word), sizeof(word));
+      if (type == VT_DISPATCH) break;
+    }
+    bytes.append(reinterpret_cast<const char*>(&nobody), sizeof(nobody));
+    bytes.append("\3\0\3\0\2\0\0\0", 8);  // the object's own data, which look like an item
+    const auto list = read_back(bytes);
+    ASSERT_EQ(count_of(*list), 1);
+    EXPECT_EQ(item(*list, 0).lVal, 1);
+  }
+}
+
+TEST_F(NestedCollections, MessagesLeaveTheStreamBehindTheirEndLine) {
+  const auto list = new_list();
+  for (const char* subject : {"one", "two"}) {
+    add_object(*list, loaded(std::string("Subject: ") + subject + "\r\n\r\nbody\r\n.\r\n").get());
+    list->Add(Variant(std::u16string_view(u"between")));
+  }
+  const std::string bytes = bytes_of(*list);
+  for (const ULONG step : {1u, 7u, 8192u}) {
+    const auto copy = read_back(bytes, step);
+    ASSERT_EQ(count_of(*copy), 4) << step;
+    EXPECT_EQ(read_text(object<IMimeDecoder>(*copy, 0).get(), u"Subject"), "one");
+    EXPECT_EQ(item(*copy, 1).text(), u"between");
+    EXPECT_EQ(read_text(object<IMimeDecoder>(*copy, 2).get(), u"Subject"), "two");
+    EXPECT_EQ(item(*copy, 3).text(), u"between");
+  }
+}
+
+// Where the end line lies, and what reading takes out of the bytes on the way, must not matter.
+TEST_F(NestedCollections, TheEndLineIsFoundAgainInTheBytesAsTheyCame) {
+  const std::string pieces[] = {"\r\n.\r\n",
+                                "\n.\n",
+                                "\r.\r",
+                                std::string("\0\r\n\0.\0\r\n", 8),
+                                "\r\r.  \n",
+                                "\n\r\r.\t\r\n",
+                                std::string("\n\r\0\r\n.\n", 7)};
+  for (const std::string& end : pieces) {
+    // The end line walks over the border of the first block; what follows has CRs and NULs too.
+    for (std::size_t body = 8192 - 30; body < 8192 + 8; ++body) {
+      const std::string head = "Subject: s\n\n" + std::string("\0\r\n", 3);
+      const std::string message = head + std::string(body - head.size(), 'x') + end;
+      // A CR that ends a full block might belong to an LF, so it stays what it is.
+      if ((message + ' ')[8191] == '\r' && (message + "  ")[8192] != '\n') continue;
+      const std::string rest = std::string("next\r\0\n\r\rend\n.\n", 15) + std::string(300, '\r');
+      HostStream stream(message + rest);
+      ASSERT_EQ(new_message().query<IPersistStream>()->Load(&stream), S_OK);
+      ASSERT_EQ(stream.position, message.size()) << body << " " << end.size();
+      if (body % 8 != 0) continue;
+      const auto memory = CISSHelper::create_with(message + rest);
+      ASSERT_EQ(new_message().query<IPersistStream>()->Load(memory.get()), S_OK);
+      ASSERT_EQ(memory->unread(), rest) << body << " " << end.size();
+    }
+  }
+  HostStream no_seek("Subject: s\n\n.\nrest");
+  no_seek.can_seek = false;
+  EXPECT_EQ(new_message().query<IPersistStream>()->Load(&no_seek), S_OK);
+  // A raw copy keeps what was read ahead, so nothing is given back.
+  const auto keeper = new_message();
+  put(keeper.get(), u"CollectRawStream", Variant::boolean(true));
+  HostStream taken("Subject: s\n\n.\nrest");
+  EXPECT_EQ(keeper.query<IPersistStream>()->Load(&taken), S_OK);
+  EXPECT_EQ(taken.position, taken.content.size());
+}
+
+}  // namespace
+}  // namespace tallowbrook::test
