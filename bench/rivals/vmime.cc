@@ -34,13 +34,20 @@ void read_mailbox(const vmime::mailbox& mailbox) {
   (void)mailbox.getEmail().toString();
 }
 
+// The value of a field; null when the field is absent.
+template <class Value>
+auto value_of(const vmime::header& header, const char* field) {
+  const auto found = header.findField(field);
+  return found ? found->getValue<Value>() : nullptr;
+}
+
 void read_header(const vmime::header& header, Reading& reading) {
-  if (const auto subject = header.Subject()->getValue<vmime::text>()) {
+  if (const auto subject = value_of<vmime::text>(header, vmime::fields::SUBJECT)) {
     (void)subject->getConvertedText(vmime::charsets::UTF_8);
   }
-  (void)header.Date()->getValue<vmime::datetime>();
-  if (const auto from = header.From()->getValue<vmime::mailbox>()) read_mailbox(*from);
-  if (const auto to = header.To()->getValue<vmime::addressList>()) {
+  (void)value_of<vmime::datetime>(header, vmime::fields::DATE);
+  if (const auto from = value_of<vmime::mailbox>(header, vmime::fields::FROM)) read_mailbox(*from);
+  if (const auto to = value_of<vmime::addressList>(header, vmime::fields::TO)) {
     for (const auto& address : to->getAddressList()) {
       if (!address->isGroup()) read_mailbox(*vmime::dynamicCast<const vmime::mailbox>(address));
       ++reading.to;
