@@ -3,13 +3,7 @@
 namespace tallowbrook {
 namespace {
 
-struct StringResource {
-  UINT id;
-  WORD language;
-  std::string_view text;
-};
-
-constexpr StringResource kStrings[] = {
+constexpr platform::StringEntry kStrings[] = {
     {kStringProduct, kLanguageEnglish, "Tallowbrook"},
     {kStringProduct, kLanguageGerman, "Tallowbrook"},
     {kStringNoName, kLanguageEnglish, "<no name>"},
@@ -22,10 +16,7 @@ constexpr StringResource kStrings[] = {
 }  // namespace
 
 std::string_view string_resource(UINT id, WORD language) {
-  for (const StringResource& entry : kStrings) {
-    if (entry.id == id && entry.language == language) return entry.text;
-  }
-  return {};
+  return platform::find_string(kStrings, id, language);
 }
 
 }  // namespace tallowbrook

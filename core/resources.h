@@ -11,12 +11,12 @@
 
 #include <string_view>
 
-#include "platform/com/types.h"
+#include "platform/shell/string_table.h"
 
 namespace tallowbrook {
 
-inline constexpr WORD kLanguageEnglish = 1033;
-inline constexpr WORD kLanguageGerman = 1031;
+inline constexpr WORD kLanguageEnglish = platform::kEnglish;
+inline constexpr WORD kLanguageGerman = platform::kGerman;
 
 inline constexpr UINT kStringProduct = 100;
 inline constexpr UINT kStringNoName = 101;
@@ -25,13 +25,13 @@ inline constexpr UINT kStringRenameHelp = 501;
 inline constexpr UINT kStringSubject = 502;
 inline constexpr UINT kStringSubjectHelp = 503;
 
-// The string `id` of exactly this language; empty when there is none. The text lives as long as
-// the library and a zero byte follows it.
+// The string `id` in `language`, else in English; empty when there is none. The text lives as long
+// as the library and a zero byte follows it.
 [[nodiscard]] std::string_view string_resource(UINT id, WORD language);
 
-// The string `id` in the component's own language, English.
+// The string `id` in the user's language.
 [[nodiscard]] inline std::string_view string_resource(UINT id) {
-  return string_resource(id, kLanguageEnglish);
+  return string_resource(id, GetUserDefaultUILanguage());
 }
 
 }  // namespace tallowbrook

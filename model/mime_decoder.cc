@@ -67,6 +67,8 @@ CMimeDecoder::CMimeDecoder(MessageRef enclosing, EmbeddedPlace place)
               {&Module::lock, &Module::unlock}) {}
 
 CMimeDecoder::~CMimeDecoder() {
+  ending_ = true;
+  node_.reset();  // while all else is there for the host's code that this may run
   place_.forget(*this);
   link_->owner = nullptr;
   release_link(std::move(enclosing_));

@@ -7,6 +7,7 @@
 
 #include "core/object.h"
 #include "model/embedded_message.h"
+#include "model/explorer_node.h"
 #include "model/message_owner.h"
 #include "model/plugin_hook.h"
 #include "model/reparse.h"
@@ -154,6 +155,9 @@ class CMimeDecoder final
   [[nodiscard]] HRESULT get_addresses(SlotId id, VARIANT* value);
   [[nodiscard]] HRESULT put_addresses(SlotId id, const VARIANT& value);
   void raise_subject_changed();
+  [[nodiscard]] ExplorerNode& node();
+  template <class Out, class Ask>
+  [[nodiscard]] HRESULT ask_node(Out* out, Ask ask);
 
   MessageStore store_;
   MessageRef link_;
@@ -163,6 +167,9 @@ class CMimeDecoder final
   ViewMutex mutex_;                        // held while one header field is parsed
   PluginHook plugin_;
   platform::ConnectionPointContainer points_;
+  std::unique_ptr<ExplorerNode> node_;
+  bool raising_ = false;  // the accessor event is on its way to the host
+  bool ending_ = false;   // the destructor runs: there is no node any more
 };
 
 }  // namespace tallowbrook

@@ -167,9 +167,13 @@ HRESULT CMimeDecoder::put_Subject(VARIANT value) {
   });
 }
 
-// The host renames its node: the event carries the message itself and an empty value.
+// The host renames its node: the event carries the message itself and an empty value. What a sink
+// puts in turn raises no further event.
 void CMimeDecoder::raise_subject_changed() {
-  for (const auto& sink : points_.sinks(_IAccessorEvents::kIid)) {
+  if (raising_) return;
+  const auto sinks = points_.sinks(_IAccessorEvents::kIid);
+  raising_ = true;
+  for (const auto& sink : sinks) {
     const auto target = sink.query<IDispatch>();
     if (!target) continue;
     Variant arguments[] = {Variant(), Variant(static_cast<IDispatch*>(this))};  // last one first
@@ -177,6 +181,7 @@ void CMimeDecoder::raise_subject_changed() {
     target->Invoke(_IAccessorEvents::kChanged, GUID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
                    &parameters, nullptr, nullptr, nullptr);
   }
+  raising_ = false;
 }
 
 HRESULT CMimeDecoder::get_SubjectRaw(VARIANT* value) {

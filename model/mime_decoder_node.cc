@@ -1,8 +1,8 @@
-// The message as a node without children in a host explorer's tree.
+// The message as a node in a host explorer's tree. What hosts of that kind ask for goes to the node
+// behind this face, which is made when it is first needed.
 #include <string>
 
 #include "core/guard.h"
-#include "core/resources.h"
 #include "core/text.h"
 #include "model/mime_decoder.h"
 #include "platform/kernel/debug_output.h"
@@ -12,39 +12,55 @@ namespace tallowbrook {
 using platform::Bstr;
 using platform::Variant;
 
-namespace {
+ExplorerNode& CMimeDecoder::node() {
+  if (ending_) throw StatusError(E_UNEXPECTED);
+  if (node_ == nullptr) node_ = make_explorer_node(*this);
+  return *node_;
+}
 
-constexpr std::u16string_view kNodeType = u"email";
+// Clears the out-parameter and has `ask(node, out)` fill it; the message lives meanwhile.
+template <class Out, class Ask>
+HRESULT CMimeDecoder::ask_node(Out* out, Ask ask) {
+  if (out == nullptr) return E_POINTER;
+  *out = Out();
+  return guarded([&] {
+    const auto held = self();
+    return ask(node(), out);
+  });
+}
 
-HRESULT yield_number(LONG* target, LONG number) {
-  if (target == nullptr) return E_POINTER;
-  *target = number;
+HRESULT CMimeDecoder::get_Item(VARIANT index, VARIANT* child) {
+  return ask_node(child, [&](ExplorerNode& node, VARIANT* out) {
+    node.item(index).detach_to(out);
+    return S_OK;
+  });
+}
+
+HRESULT CMimeDecoder::get_Count(LONG* count) {
+  return ask_node(count, [](ExplorerNode& node, LONG* out) {
+    *out = node.child_count();
+    return S_OK;
+  });
+}
+
+HRESULT CMimeDecoder::get_HasChildren(LONG* has_children) {
+  return ask_node(has_children, [](ExplorerNode& node, LONG* out) {
+    *out = node.child_count() > 0 ? 1 : 0;
+    return S_OK;
+  });
+}
+
+HRESULT CMimeDecoder::get_CanSeeEnd(LONG* can_see) {
+  if (can_see == nullptr) return E_POINTER;
+  *can_see = 1;
   return S_OK;
 }
 
-// Clears an out-parameter of a member that is not there yet.
-template <class Interface>
-HRESULT not_built(Interface** target) {
-  if (target == nullptr) return E_POINTER;
-  *target = nullptr;
-  return E_NOTIMPL;
-}
-
-}  // namespace
-
-HRESULT CMimeDecoder::get_Item(VARIANT, VARIANT* child) {
-  if (child == nullptr) return E_POINTER;
-  VariantInit(child);
+HRESULT CMimeDecoder::get_IsSameSiblingImage(LONG* is_same) {
+  if (is_same == nullptr) return E_POINTER;
+  *is_same = 0;
   return S_OK;
 }
-
-HRESULT CMimeDecoder::get_Count(LONG* count) { return yield_number(count, 0); }
-
-HRESULT CMimeDecoder::get_HasChildren(LONG* has_children) { return yield_number(has_children, 0); }
-
-HRESULT CMimeDecoder::get_CanSeeEnd(LONG* can_see) { return yield_number(can_see, 1); }
-
-HRESULT CMimeDecoder::get_IsSameSiblingImage(LONG* is_same) { return yield_number(is_same, 0); }
 
 HRESULT CMimeDecoder::get_Image(VARIANT* image) {
   if (image == nullptr) return E_POINTER;
@@ -52,24 +68,28 @@ HRESULT CMimeDecoder::get_Image(VARIANT* image) {
   return S_OK;
 }
 
+HRESULT CMimeDecoder::get_SmallImageList(IUnknown** stream) {
+  return ask_node(stream, [](ExplorerNode& node, IUnknown** out) {
+    return node.image_list(ImageListKind::kSmall, out);
+  });
+}
+
+HRESULT CMimeDecoder::get_LargeImageList(IUnknown** stream) {
+  return ask_node(stream, [](ExplorerNode& node, IUnknown** out) {
+    return node.image_list(ImageListKind::kLarge, out);
+  });
+}
+
 HRESULT CMimeDecoder::get_ID(BSTR* id) {
-  if (id == nullptr) return E_POINTER;
-  *id = nullptr;
-  return guarded([&] {
-    *id = Bstr(kNodeType).detach();
+  return ask_node(id, [](ExplorerNode& node, BSTR* out) {
+    *out = to_bstr(node.type_identifier()).detach();
     return S_OK;
   });
 }
 
 HRESULT CMimeDecoder::get_Name(BSTR* name) {
-  if (name == nullptr) return E_POINTER;
-  *name = nullptr;
-  return guarded([&] {
-    Variant subject;
-    const HRESULT status = get_Subject(&subject);
-    if (FAILED(status)) return status;
-    *name = subject.text().empty() ? to_bstr(string_resource(kStringNoName)).detach()
-                                   : Bstr(subject.text()).detach();
+  return ask_node(name, [](ExplorerNode& node, BSTR* out) {
+    *out = Bstr(node.display_name()).detach();
     return S_OK;
   });
 }
@@ -92,28 +112,40 @@ HRESULT CMimeDecoder::DebugPrint(BSTR text) {
   });
 }
 
-// --- members whose work is still to come ---------------------------------------------------------
+// --- options -------------------------------------------------------------------------------------
 
-HRESULT CMimeDecoder::get_SmallImageList(IUnknown** stream) { return not_built(stream); }
-
-HRESULT CMimeDecoder::get_LargeImageList(IUnknown** stream) { return not_built(stream); }
-
-HRESULT CMimeDecoder::get_Options(IDispatch** options) { return not_built(options); }
-
-HRESULT CMimeDecoder::get_CurrentValues(BSTR, VARIANT_BOOL, IDispatch** values) {
-  return not_built(values);
+HRESULT CMimeDecoder::get_Options(IDispatch** options) {
+  return ask_node(options, [](ExplorerNode& node, IDispatch** out) { return node.options(out); });
 }
 
-HRESULT CMimeDecoder::get_ChoiceValues(BSTR, VARIANT_BOOL, IDispatch** values) {
-  return not_built(values);
+HRESULT CMimeDecoder::get_CurrentValues(BSTR id, VARIANT_BOOL, IDispatch** values) {
+  return ask_node(values, [&](ExplorerNode& node, IDispatch** out) {
+    return node.current_values(platform::view_of(id), out);
+  });
 }
 
-HRESULT CMimeDecoder::QueryContextMenu(HMENU, UINT, UINT, UINT, UINT) { return E_NOTIMPL; }
+HRESULT CMimeDecoder::get_ChoiceValues(BSTR id, VARIANT_BOOL, IDispatch** values) {
+  return ask_node(values, [&](ExplorerNode& node, IDispatch** out) {
+    return node.choice_values(platform::view_of(id), out);
+  });
+}
 
-HRESULT CMimeDecoder::InvokeCommand(CMINVOKECOMMANDINFO*) { return E_NOTIMPL; }
+// --- context menu --------------------------------------------------------------------------------
 
-HRESULT CMimeDecoder::GetCommandString(std::uintptr_t, UINT, UINT*, char*, UINT) {
-  return E_NOTIMPL;
+HRESULT CMimeDecoder::QueryContextMenu(HMENU menu, UINT index, UINT first, UINT last, UINT) {
+  return guarded([&] { return node().query_context_menu(menu, index, first, last); });
+}
+
+HRESULT CMimeDecoder::InvokeCommand(CMINVOKECOMMANDINFO* info) {
+  return guarded([&] {
+    const auto held = self();
+    return node().invoke_command(info);
+  });
+}
+
+HRESULT CMimeDecoder::GetCommandString(std::uintptr_t command, UINT kind, UINT*, char* buffer,
+                                       UINT size) {
+  return guarded([&] { return node().command_string(command, kind, buffer, size); });
 }
 
 }  // namespace tallowbrook

@@ -24,8 +24,15 @@ Outcome invoke_by_name(IDispatch* object, std::u16string_view name, WORD flags, 
   const bool puts = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
   DISPPARAMS given{arguments, puts ? &put : nullptr, static_cast<UINT>(count), puts ? 1U : 0U};
   EXCEPINFO exception{};
-  outcome.status = object->Invoke(member, GUID_NULL, LOCALE_USER_DEFAULT, flags, &given,
-                                  puts ? nullptr : &outcome.value, &exception, nullptr);
+  const auto invoke = [&](WORD kind) {
+    return object->Invoke(member, GUID_NULL, LOCALE_USER_DEFAULT, kind, &given,
+                          puts ? nullptr : &outcome.value, &exception, nullptr);
+  };
+  outcome.status = invoke(flags);
+  if (outcome.status == DISP_E_MEMBERNOTFOUND && flags == DISPATCH_PROPERTYPUT && count > 0 &&
+      (arguments->vt == VT_DISPATCH || arguments->vt == VT_UNKNOWN)) {
+    outcome.status = invoke(DISPATCH_PROPERTYPUTREF);
+  }
   const Bstr source = Bstr::adopt(exception.bstrSource);
   const Bstr description = Bstr::adopt(exception.bstrDescription);
   const Bstr help_file = Bstr::adopt(exception.bstrHelpFile);

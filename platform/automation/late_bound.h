@@ -45,7 +45,8 @@ template <class... Argument>
 Outcome call(IDispatch* object, std::u16string_view name, const Argument&... arguments) {
   return detail::invoke_with(object, name, DISPATCH_METHOD, arguments...);
 }
-// The last argument is the value.
+// The last argument is the value. An object that the property does not take by value is put by
+// reference.
 template <class... Argument>
 Outcome put(IDispatch* object, std::u16string_view name, const Argument&... arguments) {
   static_assert(sizeof...(Argument) > 0);

@@ -12,6 +12,7 @@
 inline constexpr DWORD CLSCTX_INPROC_SERVER = 1;
 inline constexpr DWORD CLSCTX_INPROC_HANDLER = 2;
 inline constexpr DWORD CLSCTX_LOCAL_SERVER = 4;
+inline constexpr DWORD CLSCTX_SERVER = 21;  // in this process, on this machine, or elsewhere
 inline constexpr DWORD CLSCTX_ALL = 23;
 inline constexpr DWORD COINIT_MULTITHREADED = 0;
 inline constexpr DWORD COINIT_APARTMENTTHREADED = 2;

@@ -2,9 +2,8 @@
 #pragma once
 
 #include "platform/com/unknown.h"
+#include "platform/shell/menu.h"
 
-struct Menu;
-using HMENU = Menu*;
 using HWND = void*;
 
 // What a host passes to InvokeCommand. A verb below 0x10000 is the index of a command (counted from

@@ -142,7 +142,7 @@ TEST(Resources, AreFoundByIdAndLanguage) {
   EXPECT_EQ(string_resource(kStringNoName), "<no name>");
   EXPECT_EQ(string_resource(503), "Subject of this mail");
   EXPECT_EQ(string_resource(kStringProduct, kLanguageGerman), "Tallowbrook");
-  EXPECT_EQ(string_resource(kStringNoName, kLanguageGerman), "");
+  EXPECT_EQ(string_resource(kStringNoName, kLanguageGerman), "<no name>") << "from English";
   EXPECT_EQ(string_resource(99), "");
 }
 
