@@ -82,13 +82,30 @@ std::size_t find_indexed(const HeaderValue& fields, const std::string& key) {
   return found < malformed ? found : kNowhere;
 }
 
-std::size_t find_standard(const HeaderValue& record, EntryName name) {
+std::size_t find_first(const HeaderValue& record, EntryName name) {
   const std::string_view wanted = entry_name_text(name);
   const HeaderValue& fields = record[kPartFields];
   if (fields.size() >= kManyFields) return find_indexed(fields, standard_key(wanted));
   return find_field(record, [wanted](const HeaderValue& entry) {
     return entry[kEntryName].text_view() == wanted;
   });
+}
+
+bool is_multipart_type(const HeaderValue& entry) {
+  return entry[kEntryName].text_view() == entry_name_text(EntryName::ContentType) &&
+         entry[kEntryValue][kTypeMajor].is_integer(kMultipart);
+}
+
+// Of several Content-Types, the one that made the part's body what it is: a multipart when the body
+// is a list of children.
+std::size_t find_standard(const HeaderValue& record, EntryName name) {
+  const std::size_t first = find_first(record, name);
+  if (name != EntryName::ContentType || first == kNowhere) return first;
+  if (!record[kPartBody].is(ValueKind::List) || is_multipart_type(record[kPartFields][first])) {
+    return first;
+  }
+  const std::size_t multipart = find_field(record, is_multipart_type);
+  return multipart == kNowhere ? first : multipart;
 }
 
 std::size_t find_extension_index(const HeaderValue& record, std::string_view name) {
@@ -172,17 +189,6 @@ HeaderValue share_list(HeaderValue& slot) {
 
 HeaderValue find_entry(HeaderValue& record, EntryName name) {
   return shared_field(record, find_standard(record, name));
-}
-
-HeaderValue find_body_type(HeaderValue& record) {
-  if (record[kPartBody].is(ValueKind::List)) {
-    const std::size_t index = find_field(record, [](const HeaderValue& entry) {
-      return entry[kEntryName].text_view() == entry_name_text(EntryName::ContentType) &&
-             entry[kEntryValue][kTypeMajor].is_integer(kMultipart);
-    });
-    if (index != kNowhere) return shared_field(record, index);
-  }
-  return find_entry(record, EntryName::ContentType);
 }
 
 HeaderValue find_or_add_entry(HeaderValue& record, EntryName name) {

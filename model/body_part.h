@@ -55,11 +55,10 @@ inline constexpr std::int32_t kNoEncoding = -1;
 // Makes `slot` a `List` unless it is one, and yields it shared by reference (pinned).
 [[nodiscard]] HeaderValue share_list(HeaderValue& slot);
 
-// The entry of a standard field, shared by reference; empty when there is none.
+// The entry of a standard field, shared by reference; empty when there is none. Of several the
+// first; of several Content-Types the first that is a multipart, for a body that is a list of
+// children.
 [[nodiscard]] HeaderValue find_entry(HeaderValue& record, EntryName name);
-// The Content-Type entry that made the part's body what it is: the first one, or for a body that is
-// a list of children the first one that is a multipart.
-[[nodiscard]] HeaderValue find_body_type(HeaderValue& record);
 // The same; an absent one is appended with an empty value.
 [[nodiscard]] HeaderValue find_or_add_entry(HeaderValue& record, EntryName name);
 // The entry of the extension field with this name, whatever its letter case.

@@ -96,7 +96,7 @@ class FieldWriter {
  private:
   // The lasting effects on the model, and what the fields mean together.
   void prepare() {
-    body_type_ = find_body_type(record_);
+    body_type_ = find_entry(record_, EntryName::ContentType);
     if (is_multipart_type(body_type_[kEntryValue])) {
       HeaderValue& type = body_type_.element(kEntryValue);
       if (ensure_boundary(type)) drop_source(body_type_);

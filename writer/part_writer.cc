@@ -74,18 +74,17 @@ class PartWriter {
   }
 
   HRESULT begin_multipart(HeaderValue record, const PartFields& fields) {
+    // Content of another shape is no part, but without any the multipart would not load again.
+    const bool other = record[kPartBody].is_set() && !record[kPartBody].is(ValueKind::List);
     HeaderValue children;
-    if (record[kPartBody].is_set()) {
-      if (!record[kPartBody].is(ValueKind::List)) return E_FAIL;
-      children = share_list(record.element(kPartBody));
-    }
+    if (record[kPartBody].is(ValueKind::List)) children = share_list(record.element(kPartBody));
     out_.text(kPreamble);
     if (children.size() == 0) {  // a multipart has at least one part
       write_delimiter(fields.boundary);
       out_.text("\r\n");
     }
     stack_.push_back({std::move(record), std::move(children), 0, fields.boundary, fields.digest});
-    return S_OK;
+    return other ? E_FAIL : S_OK;
   }
 
   void write_delimiter(const std::string& boundary) {

@@ -75,6 +75,19 @@ TEST(BodyPart, FindsFieldsByNameAndStopsAtMalformedEntries) {
   EXPECT_FALSE(field_value(record, EntryName::ContentID).is_set()) << "behind a malformed entry";
 }
 
+// Of two Content-Types the parser takes the multipart for the body: so do lookups.
+TEST(BodyPart, ABodyOfChildrenHasTheTypeOfAMultipart) {
+  MessageStore store;
+  ASSERT_EQ(test::load("Content-Type: text/plain\r\nContent-Type: multipart/mixed; boundary=b\r\n"
+                       "\r\n--b\r\n\r\nx\r\n--b--\r\n",
+                       store),
+            S_OK);
+  EXPECT_TRUE(is_multipart(store.root));
+  EXPECT_EQ(boundary_text(find_entry(store.root, EntryName::ContentType)[kEntryValue]), "b");
+  set_major(store.root, HeaderValue::integer(kText));
+  EXPECT_FALSE(is_multipart(store.root));
+}
+
 TEST(BodyPart, ParsesFieldsWhenLookedAtAndKeepsTheirText) {
   FakeMessage message;
   const struct {
