@@ -98,6 +98,13 @@ const HeaderValue& CMimeBody::content_type() {
   return field_value(record_, EntryName::ContentType);
 }
 
+bool CMimeBody::in_digest() const { return parent_ && is_digest(parent_->record_); }
+
+HeaderValue CMimeBody::default_type() const {
+  return HeaderValue::list(HeaderValue::integer(in_digest() ? kMessage : kText),
+                           HeaderValue::integer(0));
+}
+
 bool CMimeBody::multipart() { return content_type()[kTypeMajor].is_integer(kMultipart); }
 
 std::string CMimeBody::message_charset() const {
@@ -179,8 +186,7 @@ HRESULT CMimeBody::get_MajorContentType(VARIANT* type) {
   return guarded([&] {
     const HeaderValue& value = content_type();
     if (!value.is_set()) {
-      const bool in_digest = parent_ && is_digest(parent_->record_);
-      Variant(LONG{in_digest ? kMessage : kText}).detach_to(type);
+      to_variant(default_type()[kTypeMajor]).detach_to(type);
       return S_OK;
     }
     if (value.is(ValueKind::List) && value.size() == 0) return E_FAIL;
@@ -296,10 +302,7 @@ HRESULT CMimeBody::get_ContentType(IDispatch** type) {
   return guarded([&] {
     resolve_field(record_, EntryName::ContentType, message_);
     HeaderValue entry = find_or_add_entry(record_, EntryName::ContentType);
-    if (!entry[kEntryValue].is_set()) {
-      entry.element(kEntryValue) =
-          HeaderValue::list(HeaderValue::integer(kText), HeaderValue::integer(0));
-    }
+    if (!entry[kEntryValue].is_set()) entry.element(kEntryValue) = default_type();
     *type = make_object<CContentType>(ComPtr<IMimeBody>(this), std::move(entry), message_).detach();
     return S_OK;
   });
@@ -336,6 +339,7 @@ HRESULT CMimeBody::put_type_parameter(std::string_view name, std::string_view va
   HeaderValue entry = entry_with_parameters(EntryName::ContentType);
   if (!entry.is_set()) return E_FAIL;
   drop_source(entry);
+  if (!entry[kEntryValue].is_set()) entry.element(kEntryValue) = default_type();
   HeaderValue parameters = share_parameters(entry, kTypeParameters);
   parameters.mutable_entries().at_or_add(name) = HeaderValue::text(value);
   return S_OK;
@@ -418,8 +422,7 @@ HRESULT CMimeBody::put_FileName(BSTR name) {
 
 CMimeDecoder* CMimeBody::embedded() {
   if (!looks_inside_) return nullptr;
-  const bool in_digest = parent_ && is_digest(parent_->record_);
-  embedded_ = embedded_message(record_, in_digest, message_);
+  embedded_ = embedded_message(record_, in_digest(), message_);
   return embedded_.get();
 }
 

@@ -83,6 +83,10 @@ class CMimeBody final
   // The Content-Type value, parsed; empty when the part has none.
   [[nodiscard]] const HeaderValue& content_type();
   [[nodiscard]] bool multipart();
+  // A child of a multipart/digest is a message unless it says otherwise (RFC 2046 section 5.1.5).
+  [[nodiscard]] bool in_digest() const;
+  // The Content-Type of a part that has none: text/plain, or message/rfc822 in a digest.
+  [[nodiscard]] HeaderValue default_type() const;
   [[nodiscard]] std::string message_charset() const;
   [[nodiscard]] std::string type_parameter(std::string_view name);
   // The entry of a field whose parameters are about to change; empty when the field's text does
