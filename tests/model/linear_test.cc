@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <numeric>
 #include <random>
 
@@ -93,9 +94,10 @@ TEST(Linear, RemovalOfEach) {
       std::iota(numbers.begin(), numbers.end(), 0);
       std::shuffle(numbers.begin(), numbers.end(), random);
       for (int left = kMany; left > 0; --left) {
-        const LONG position = order == Order::kFront  ? 0
-                              : order == Order::kBack ? left - 1
-                                                      : static_cast<LONG>(random() % left);
+        const LONG position = order == Order::kFront ? 0
+                              : order == Order::kBack
+                                  ? left - 1
+                                  : static_cast<LONG>(random() % static_cast<unsigned>(left));
         const Variant index =
             order != Order::kByName
                 ? Variant(position)
