@@ -2,20 +2,22 @@
 // class object, from a stream in memory, on one thread.
 //
 //   tallowbrook-bench             speeds, each beside a memcpy of the same bytes in the same run
+//   tallowbrook-bench --coding    the same of the coders alone
+//   tallowbrook-bench --memory    how much is held while a large part is read and written
 //   tallowbrook-bench --scaling   time at n over time at n/2: about 2 when the cost is linear
 #include <malloc.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "bench/coding_bench.h"
 #include "bench/inputs.h"
+#include "bench/memory_bench.h"
+#include "bench/timing.h"
 #include "platform/com/activation.h"
 #include "tallowbrook/tallowbrook.h"
 #include "tests/support/host_stream.h"
@@ -25,20 +27,6 @@ namespace {
 
 using platform::ComPtr;
 using test::HostStream;
-using Clock = std::chrono::steady_clock;
-
-double seconds(const std::function<void()>& job) {
-  const auto start = Clock::now();
-  job();
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-// The quickest of a few rounds: what the machine does besides only ever adds.
-double best(int rounds, const std::function<void()>& job) {
-  double quickest = seconds(job);
-  for (int i = 1; i < rounds; ++i) quickest = std::min(quickest, seconds(job));
-  return quickest;
-}
 
 class Messages {
  public:
@@ -61,6 +49,8 @@ class Messages {
     }
     return message;
   }
+
+  [[nodiscard]] const ComPtr<IClassFactory>& factory() const { return factory_; }
 
  private:
   ComPtr<IClassFactory> factory_;
@@ -152,8 +142,12 @@ void scaling(const Messages& messages) {
 int main(int count, char** arguments) {
   try {
     const tallowbrook::bench::Messages messages;
-    const bool scaling = count > 1 && std::string_view(arguments[1]) == "--scaling";
-    if (scaling) {
+    const std::string_view what = count > 1 ? arguments[1] : "";
+    if (what == "--coding") {
+      tallowbrook::bench::coding_speeds();
+    } else if (what == "--memory") {
+      tallowbrook::bench::memory_of_a_large_part(messages.factory());
+    } else if (what == "--scaling") {
       tallowbrook::bench::scaling(messages);
     } else {
       tallowbrook::bench::speeds(messages);

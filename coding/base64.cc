@@ -1,8 +1,7 @@
 #include "coding/base64.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
+#include <string>
 
 #include "coding/block_io.h"
 
@@ -10,50 +9,32 @@ namespace tallowbrook {
 
 namespace {
 
-constexpr std::string_view kAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::size_t kLineBytes = 57;  // make 76 characters
-constexpr std::uint8_t kSkip = 0xFF;
-
-// The 6 bits of each alphabet character, kSkip for every other byte.
-constexpr std::array<std::uint8_t, 256> kValues = [] {
-  std::array<std::uint8_t, 256> values{};
-  values.fill(kSkip);
-  for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
-    values[static_cast<std::uint8_t>(kAlphabet[i])] = static_cast<std::uint8_t>(i);
-  }
-  return values;
-}();
 
 std::uint32_t octet(char byte) { return static_cast<std::uint8_t>(byte); }
 
 // Encodes `bytes` to `out`, closing a short last group with "="; returns the characters written,
 // 4 for every 3 bytes begun.
-std::size_t encode_groups(std::string_view bytes, char* out) {
-  char* const start = out;
-  std::size_t i = 0;
-  for (; i + 3 <= bytes.size(); i += 3) {
-    const std::uint32_t group =
-        octet(bytes[i]) << 16 | octet(bytes[i + 1]) << 8 | octet(bytes[i + 2]);
-    *out++ = kAlphabet[group >> 18];
-    *out++ = kAlphabet[group >> 12 & 63];
-    *out++ = kAlphabet[group >> 6 & 63];
-    *out++ = kAlphabet[group & 63];
-  }
-  if (const std::size_t left = bytes.size() - i; left > 0) {
-    const std::uint32_t group = octet(bytes[i]) << 16 | (left == 2 ? octet(bytes[i + 1]) << 8 : 0u);
-    *out++ = kAlphabet[group >> 18];
-    *out++ = kAlphabet[group >> 12 & 63];
-    *out++ = left == 2 ? kAlphabet[group >> 6 & 63] : '=';
-    *out++ = '=';
-  }
-  return static_cast<std::size_t>(out - start);
+std::size_t encode_groups(const Base64Groups& groups, std::string_view bytes, char* out) {
+  const std::size_t left = bytes.size() % 3;
+  const std::size_t whole = bytes.size() - left;
+  groups.encode(bytes.data(), whole, out);
+  if (left == 0) return whole / 3 * 4;
+  out += whole / 3 * 4;
+  const std::uint32_t group =
+      octet(bytes[whole]) << 16 | (left == 2 ? octet(bytes[whole + 1]) << 8 : 0u);
+  out[0] = kBase64Alphabet[group >> 18];
+  out[1] = kBase64Alphabet[group >> 12 & 63];
+  out[2] = left == 2 ? kBase64Alphabet[group >> 6 & 63] : '=';
+  out[3] = '=';
+  return whole / 3 * 4 + 4;
 }
 
 // Gathers lines of kLineBytes; all but the last are whole, so that only the last is padded.
 class Encoder {
  public:
-  Encoder(IStream& output, bool breaks) : writer_(output), breaks_(breaks) {}
+  Encoder(IStream& output, const Base64Groups& groups, bool breaks)
+      : writer_(output), groups_(groups), breaks_(breaks) {}
 
   void take(std::string_view block) {
     if (!carry_.empty()) {
@@ -79,7 +60,7 @@ class Encoder {
  private:
   void line(std::string_view bytes) {
     char* out = writer_.room(78);
-    std::size_t count = encode_groups(bytes, out);
+    std::size_t count = encode_groups(groups_, bytes, out);
     at_line_start_ = breaks_ && bytes.size() == kLineBytes;
     if (at_line_start_) {
       out[count++] = '\r';
@@ -89,6 +70,7 @@ class Encoder {
   }
 
   BlockWriter writer_;
+  const Base64Groups& groups_;
   std::string carry_;
   bool breaks_;
   bool at_line_start_ = false;
@@ -96,7 +78,7 @@ class Encoder {
 
 class Decoder {
  public:
-  explicit Decoder(IStream& output) : writer_(output) {}
+  Decoder(IStream& output, const Base64Groups& groups) : writer_(output), groups_(groups) {}
 
   void take(std::string_view block) {
     std::size_t i = 0;
@@ -109,31 +91,19 @@ class Decoder {
   void finish() { writer_.flush(); }
 
  private:
-  // Decodes groups of four alphabet characters up to the first other byte; returns the bytes taken.
+  // Returns the characters taken.
   std::size_t whole_groups(std::string_view text) {
-    constexpr std::size_t kMost = BlockWriter::kCapacity / 3 * 4;
+    constexpr std::size_t kMost = (BlockWriter::kCapacity - Base64Groups::kSlack) / 3 * 4;
     text = text.substr(0, kMost);
-    char* const start = writer_.room(text.size() / 4 * 3);
-    char* out = start;
-    std::size_t i = 0;
-    for (; i + 4 <= text.size(); i += 4) {
-      const std::uint32_t a = kValues[octet(text[i])];
-      const std::uint32_t b = kValues[octet(text[i + 1])];
-      const std::uint32_t c = kValues[octet(text[i + 2])];
-      const std::uint32_t d = kValues[octet(text[i + 3])];
-      if (((a | b | c | d) & 0xC0) != 0) break;
-      const std::uint32_t group = a << 18 | b << 12 | c << 6 | d;
-      *out++ = static_cast<char>(group >> 16);
-      *out++ = static_cast<char>(group >> 8);
-      *out++ = static_cast<char>(group);
-    }
-    writer_.filled(static_cast<std::size_t>(out - start));
-    return i;
+    char* const out = writer_.room(text.size() / 4 * 3 + Base64Groups::kSlack);
+    const Base64Groups::Progress progress = groups_.decode(text.data(), text.size(), out);
+    writer_.filled(progress.made);
+    return progress.taken;
   }
 
   void step(char byte) {
-    const std::uint32_t value = kValues[octet(byte)];
-    if (value == kSkip) return;
+    const std::uint32_t value = base64_value(byte);
+    if (value == kNoBase64) return;
     bits_ = bits_ << 6 | value;
     count_ += 6;
     if (count_ < 8) return;
@@ -142,6 +112,7 @@ class Decoder {
   }
 
   BlockWriter writer_;
+  const Base64Groups& groups_;
   std::uint32_t bits_ = 0;
   unsigned count_ = 0;
 };
@@ -162,10 +133,10 @@ void convert(IStream& input, Converter&& converter) {
 
 }  // namespace
 
-void CBase64::Decode(IStream& input, IStream& output) { convert(input, Decoder(output)); }
+void CBase64::Decode(IStream& input, IStream& output) { convert(input, Decoder(output, groups_)); }
 
 void CBase64::Encode(IStream& input, IStream& output) {
-  convert(input, Encoder(output, !no_line_breaks_));
+  convert(input, Encoder(output, groups_, !no_line_breaks_));
 }
 
 }  // namespace tallowbrook

@@ -8,19 +8,22 @@
 // 8 bits left at the end are dropped.
 #pragma once
 
+#include "coding/base64_groups.h"
 #include "coding/mime_code.h"
 
 namespace tallowbrook {
 
 class CBase64 final : public CMIMECode {
  public:
-  explicit CBase64(bool no_line_breaks = false) : no_line_breaks_(no_line_breaks) {}
+  explicit CBase64(bool no_line_breaks = false, const Base64Groups& groups = fastest_base64())
+      : groups_(groups), no_line_breaks_(no_line_breaks) {}
 
   // Both convert what lies between the input's position and its end at the moment of the call.
   void Decode(IStream& input, IStream& output) override;
   void Encode(IStream& input, IStream& output) override;
 
  private:
+  const Base64Groups& groups_;
   bool no_line_breaks_;
 };
 

@@ -106,20 +106,21 @@ class Decoder {
     char* out = start;
     std::size_t i = 0;
     while (i < length) {
-      const std::size_t plain = copy_plain(text.data() + i, length - i, out);
-      i += plain;
-      out += plain;
-      if (i == length) break;
-      if (text[i] == '.') {
+      if (text[i] == '=') {
+        if (length - i < 3 || text[i + 1] == '\n') break;
+        const unsigned high = kDigits[octet(text[i + 1])];
+        const unsigned low = kDigits[octet(text[i + 2])];
+        *out = static_cast<char>(16 * high + low);
+        const bool soft_break = text[i + 1] == '\r' && text[i + 2] == '\n';
+        out += *out != '\0' && !soft_break ? 1 : 0;
+        i += 3;
+      } else if (text[i] == '.') {
         if (ends_line(i == 0 ? previous_ : text[i - 1])) break;
         *out++ = text[i++];
       } else {
-        if (length - i < 3 || text[i + 1] == '\n') break;
-        if (text[i + 1] != '\r' || text[i + 2] != '\n') {
-          *out = byte_of(text[i + 1], text[i + 2]);
-          out += *out != '\0' ? 1 : 0;
-        }
-        i += 3;
+        const std::size_t plain = copy_plain(text.data() + i, length - i, out);
+        i += plain;
+        out += plain;
       }
     }
     writer_.filled(static_cast<std::size_t>(out - start));

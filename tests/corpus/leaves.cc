@@ -84,8 +84,8 @@ void print_leaves(const std::string& file, const ComPtr<IMimeDecoder>& message) 
       open.emplace_back(path + "." + std::to_string(i), std::move(child.value));
     }
     Variant major;
-    const bool multipart = SUCCEEDED(body->get_MajorContentType(&major)) && major.vt == VT_I4 &&
-                           major.lVal == 0;
+    const bool multipart =
+        SUCCEEDED(body->get_MajorContentType(&major)) && major.vt == VT_I4 && major.lVal == 0;
     if (!multipart) print_leaf(file, path, part.pdispVal);
   }
 }
