@@ -172,10 +172,10 @@ TALLOWBROOK_AVX2 inline bool decode_line(const char* text, std::size_t length, c
   return all_strays == 0;
 }
 
-// Decodes blocks from the start of a line up to the first that is not whole.
+// Goes on from `progress` up to the first block that is not whole.
 TALLOWBROOK_AVX2 inline Base64Groups::Progress decode_blocks(const char* text, std::size_t length,
-                                                             char* out) {
-  Base64Groups::Progress progress{};
+                                                             char* out,
+                                                             Base64Groups::Progress progress) {
   while (length - progress.taken >= 32) {
     std::uint32_t strays = 0;
     const __m256i values = values_of(load(text + progress.taken), strays);
@@ -194,15 +194,19 @@ TALLOWBROOK_AVX2 Base64Groups::Progress decode_avx2(const char* text, std::size_
   for (std::size_t usual = 0;;) {
     const char* const line = text + all.taken;
     const std::size_t left = length - all.taken;
-    Base64Groups::Progress here{usual, usual / 4 * 3};
-    if (usual == 0 || left < usual || !decode_line(line, usual, out + all.made)) {
-      here = decode_blocks(line, left, out + all.made);
+    Base64Groups::Progress here{};
+    if (usual > 0 && left >= usual && decode_line(line, usual, out + all.made)) {
+      here = {usual, usual / 4 * 3};
+    }
+    std::size_t end = line_end(line + here.taken, left - here.taken);
+    if (end == 0) {
+      here = decode_blocks(line, left, out + all.made, here);
       here = decode_groups(line, left, out + all.made, here);
       usual = here.taken >= 32 && here.taken <= 256 ? here.taken : 0;
+      end = line_end(line + here.taken, left - here.taken);
     }
     all.taken += here.taken;
     all.made += here.made;
-    const std::size_t end = line_end(line + here.taken, left - here.taken);
     if (end == 0) return all;
     all.taken += end;
   }

@@ -32,10 +32,15 @@ char byte_of(char first, char second) {
   return static_cast<char>(16u * kDigits[octet(first)] + kDigits[octet(second)]);
 }
 
+constexpr std::array<std::array<char, 4>, 256> kEscapes = [] {
+  std::array<std::array<char, 4>, 256> escapes{};
+  for (std::size_t i = 0; i < escapes.size(); ++i) escapes[i] = {'=', kHex[i >> 4], kHex[i & 15]};
+  return escapes;
+}();
+
+// Writes one byte more than the three that count.
 char* put_escape(char byte, char* out) {
-  out[0] = '=';
-  out[1] = kHex[octet(byte) >> 4];
-  out[2] = kHex[octet(byte) & 15];
+  std::memcpy(out, kEscapes[octet(byte)].data(), 4);
   return out + 3;
 }
 
@@ -244,16 +249,13 @@ class Encoder {
     char* out = start;
     std::size_t i = 0;
     while (i < text.size()) {
-      const std::size_t stretch = stretch_length(text.substr(i));
-      std::memcpy(out, text.data() + i, stretch);
-      out += stretch;
-      column_ += stretch;
-      i += stretch;
-      if (i == text.size()) break;
       const Kind kind = kind_of(text[i]);
       if (kind == Kind::kEscaped) {
-        out = put_escape(text[i], soft_break(3, out));
-        ++i;
+        out = put_escape(text[i++], soft_break(3, out));
+      } else if (const std::size_t stretch = copy_stretch(text.substr(i), out); stretch > 0) {
+        out += stretch;
+        column_ += stretch;
+        i += stretch;
       } else if (kind == Kind::kPlain || kind == Kind::kDot) {  // the line is full
         out = soft_break(1, out);
         if (kind == Kind::kDot) {
@@ -277,12 +279,12 @@ class Encoder {
     return i;
   }
 
-  // How many bytes of `text` fit into the line as they are. The last is no blank: that one may
-  // have to be escaped.
-  [[nodiscard]] std::size_t stretch_length(std::string_view text) const {
+  // Copies what of `text` fits into the line as it is and returns how many bytes that are. The last
+  // is no blank: that one may have to be escaped.
+  [[nodiscard]] std::size_t copy_stretch(std::string_view text, char* out) const {
     const std::size_t room = std::min(kWrapColumn - column_, text.size());
     std::size_t i = 0;
-    while (i < room && kind_of(text[i]) <= Kind::kDot) ++i;
+    for (; i < room && kind_of(text[i]) <= Kind::kDot; ++i) out[i] = text[i];
     while (i > 0 && kind_of(text[i - 1]) == Kind::kBlank) --i;
     return i;
   }
@@ -304,7 +306,7 @@ class Encoder {
   void step(char byte) {
     if (pending_.size() > 40) write_some(20);
     if (kind_of(byte) == Kind::kEscaped) {
-      char escape[3];
+      char escape[4];
       put_escape(byte, escape);
       pending_.append(escape, 3);
       return flush();
@@ -439,7 +441,7 @@ void CQuotedPrintable::EncodeToString(const char* source, std::int32_t length, s
     } else if (is_letter_or_digit(bytes[i])) {
       words += bytes[i];
     } else {
-      char escape[3];
+      char escape[4];
       put_escape(bytes[i], escape);
       words.append(escape, 3);
     }
