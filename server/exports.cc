@@ -2,6 +2,8 @@
 #include "core/module.h"
 #include "server/class_table.h"
 #include "server/module.h"
+#include "server/registration.h"
+#include "server/type_library.h"
 
 #define TALLOWBROOK_EXPORT extern "C" [[gnu::visibility("default")]]
 
@@ -26,5 +28,16 @@ TALLOWBROOK_EXPORT HRESULT DllDescribeClasses(const ComponentClass** classes, UL
   return S_OK;
 }
 
-TALLOWBROOK_EXPORT HRESULT DllRegisterServer() { return E_NOTIMPL; }
-TALLOWBROOK_EXPORT HRESULT DllUnregisterServer() { return E_NOTIMPL; }
+// Lends the tables of the type library to a reader that knows how they lie in memory.
+TALLOWBROOK_EXPORT HRESULT DllDescribeTypeLibrary(ULONG layout, const void** table) {
+  if (table == nullptr) return E_POINTER;
+  *table = nullptr;
+  if (layout != tallowbrook::platform::kTableLayout) return E_INVALIDARG;
+  *table = &tallowbrook::library_info();
+  return S_OK;
+}
+
+// Write the classes and the type library into the registry, of the machine or of the user
+// (CoPerUserRegistration), and take them out again. A failure is told by the thread's error object.
+TALLOWBROOK_EXPORT HRESULT DllRegisterServer() { return tallowbrook::register_server(); }
+TALLOWBROOK_EXPORT HRESULT DllUnregisterServer() { return tallowbrook::unregister_server(); }

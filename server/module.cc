@@ -5,6 +5,7 @@
 #include <mutex>
 #include <new>
 
+#include "core/module.h"
 #include "platform/kernel/random.h"
 #include "server/class_object.h"
 #include "server/class_table.h"
@@ -33,6 +34,15 @@ struct Attachment {
   ~Attachment() { module_detach(); }
 };
 const Attachment attachment;
+
+// Type information that a host holds reads the library's tables: it locks the library.
+void hold_while_used(bool used) {
+  if (used) {
+    Module::lock();
+  } else {
+    Module::unlock();
+  }
+}
 
 // The class object of the entry at `index`, made when it is the first request for it.
 CClassObject* class_object(std::size_t index) {
@@ -79,7 +89,8 @@ HRESULT module_type_library(ITypeLib** library) {
   const std::lock_guard guard(state.creation);
   *library = state.type_library.load(std::memory_order_relaxed);
   if (*library != nullptr) return S_OK;
-  const HRESULT status = platform::create_type_library(library_info(), library);
+  const HRESULT status =
+      platform::create_type_library(library_info(), library, {hold_while_used, nullptr});
   if (SUCCEEDED(status)) state.type_library.store(*library, std::memory_order_release);
   return status;
 }

@@ -156,4 +156,9 @@ struct LibraryInfo {
   std::span<const CoclassInfo* const> coclasses;
 };
 
+// How the tables lie in memory: who reads another module's asks whether it is the same there. The
+// last number is for changes that leave all sizes as they are.
+inline constexpr ULONG kTableLayout =
+    sizeof(LibraryInfo) << 24 | sizeof(InterfaceInfo) << 16 | sizeof(MemberInfo) << 4 | 1;
+
 }  // namespace tallowbrook::platform

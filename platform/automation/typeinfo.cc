@@ -2,6 +2,8 @@
 // library; behind its own types stand IUnknown and IDispatch, which the tables do not list.
 #include "platform/automation/typeinfo.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <atomic>
 #include <deque>
@@ -58,6 +60,8 @@ HRESULT give_documentation(const char16_t* name, const char16_t* help, BSTR* nam
 }
 
 class Library;
+
+using LoadedModule = std::unique_ptr<void, int (*)(void*)>;
 
 // What one description points at, freed with it.
 struct FunctionBlock : FUNCDESC {
@@ -140,13 +144,26 @@ class TypeInfo final : public ITypeInfo {
 
 class Library final : public Counted<ITypeLib> {
  public:
-  explicit Library(const LibraryInfo& table) : table_(table) {
+  Library(const LibraryInfo& table, void (*in_use)(bool), LoadedModule&& module)
+      : module_(std::move(module)), table_(table), in_use_(in_use) {
     for (const EnumInfo* type : table.enumerations) add(*type);
     for (const InterfaceInfo* type : table.interfaces) add(*type);
     for (const CoclassInfo* type : table.coclasses) add(*type);
     count_ = types_.size();
     add(kUnknownTable);
     add(kDispatchTable);
+  }
+
+  ULONG AddRef() override {
+    const ULONG count = Counted::AddRef();
+    if (count == 2 && in_use_ != nullptr) in_use_(true);
+    return count;
+  }
+  ULONG Release() override {
+    auto* const in_use = in_use_;
+    const ULONG count = Counted::Release();
+    if (count == 1 && in_use != nullptr) in_use(false);
+    return count;
   }
 
   UINT GetTypeInfoCount() override { return static_cast<UINT>(count_); }
@@ -245,7 +262,9 @@ class Library final : public Counted<ITypeLib> {
     types_.push_back(std::make_unique<TypeInfo>(*this, index, table));
   }
 
+  LoadedModule module_;  // goes last
   const LibraryInfo& table_;
+  void (*in_use_)(bool);
   std::vector<std::unique_ptr<TypeInfo>> types_;
   std::size_t count_ = 0;
 };
@@ -559,11 +578,13 @@ HRESULT TypeInfo::GetContainingTypeLib(ITypeLib** library, UINT* index) {
 
 }  // namespace
 
-HRESULT create_type_library(const LibraryInfo& table, ITypeLib** library) {
+HRESULT create_type_library(const LibraryInfo& table, ITypeLib** library,
+                            const TypeLibraryOwner& owner) {
+  LoadedModule module(owner.module, &dlclose);
   if (library == nullptr) return E_POINTER;
   *library = nullptr;
   return checked([&] {
-    *library = new Library(table);
+    *library = new Library(table, owner.in_use, std::move(module));
     return S_OK;
   });
 }

@@ -172,11 +172,51 @@ struct ITypeLib : IUnknown {
   virtual void ReleaseTLibAttr(TLIBATTR* attributes) = 0;
 };
 
+// --- type libraries in files and in the registry -------------------------------------------------
+//
+// A shared object is a type library file when it exports DllDescribeTypeLibrary. A library that was
+// loaded from one keeps it in memory. It is registered under HKEY_CLASSES_ROOT:
+//
+//   TypeLib\{identity}\1.0             its help string
+//   TypeLib\{identity}\1.0\0\win64     the file; the 0 is the locale, in hexadecimal
+//   TypeLib\{identity}\1.0\FLAGS
+//   TypeLib\{identity}\1.0\HELPDIR     when there is one
+
+// Lends the tables of the library. `layout` says how the caller reads them (kTableLayout of
+// tables.h); E_INVALIDARG when that is not how they lie.
+using DllDescribeTypeLibraryFunction = HRESULT(ULONG layout, const void** table);
+
+// TYPE_E_CANTLOADLIBRARY for a file that is missing or no type library; CoComponentError says why.
+HRESULT LoadTypeLib(const OLECHAR* path, ITypeLib** library);
+// The registered library of this identity, major version and locale with the highest minor version
+// that is `minor` or more. TYPE_E_LIBNOTREGISTERED, or as LoadTypeLib.
+HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, LCID lcid, ITypeLib** library);
+// The file that LoadRegTypeLib would load.
+HRESULT QueryPathOfRegTypeLib(REFGUID guid, WORD major, WORD minor, LCID lcid, BSTR* path);
+
+// E_ACCESSDENIED or TYPE_E_REGISTRYACCESS when the registry cannot be changed. `help_folder` may be
+// null. Where they write is told by CoPerUserRegistration; the ...ForUser forms write for the user.
+HRESULT RegisterTypeLib(ITypeLib* library, const OLECHAR* path, const OLECHAR* help_folder);
+HRESULT RegisterTypeLibForUser(ITypeLib* library, OLECHAR* path, OLECHAR* help_folder);
+// One that is not registered is no failure. Keys that become empty go.
+HRESULT UnRegisterTypeLib(REFGUID guid, WORD major, WORD minor, LCID lcid, SYSKIND kind);
+HRESULT UnRegisterTypeLibForUser(REFGUID guid, WORD major, WORD minor, LCID lcid, SYSKIND kind);
+
 namespace tallowbrook::platform {
 
+// Who stands behind the table of a library.
+struct TypeLibraryOwner {
+  // Called with true when somebody besides the creator begins to hold the library or one of its
+  // types, with false when the creator is the only one again.
+  void (*in_use)(bool used) = nullptr;
+  // A reference of the loader's, given back with the library.
+  HMODULE module = nullptr;
+};
+
 // A new type library over a table, which must outlive it: enumerations, then interfaces, then
-// coclasses. Its type information objects are made with it and share its count of references. They
-// lock no component: a host keeps the component loaded while it holds any of them.
-HRESULT create_type_library(const LibraryInfo& table, ITypeLib** library);
+// coclasses. Its type information objects are made with it and share its count of references. On
+// failure the owner's module is given back, too.
+HRESULT create_type_library(const LibraryInfo& table, ITypeLib** library,
+                            const TypeLibraryOwner& owner = {});
 
 }  // namespace tallowbrook::platform

@@ -9,18 +9,35 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/com/identity.h"
+#include "platform/com/open_component.h"
+#include "platform/com/registry.h"
+
+using tallowbrook::platform::classes_text;
 using tallowbrook::platform::ComPtr;
+using tallowbrook::platform::guid_of;
+using tallowbrook::platform::open_component;
+using tallowbrook::platform::text_of;
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kUsualDelay{10'000};
 
 struct Class {
   CLSID clsid;
@@ -36,6 +53,8 @@ struct Component {
   int uses = 0;              // CoUseComponent less CoForgetComponent
   int calls = 0;
   bool closing = false;
+  // When it was first found unused, with nothing made of it since.
+  std::optional<Clock::time_point> idle_since;
 };
 
 struct Registration {
@@ -79,8 +98,7 @@ bool same_name(std::u16string_view a, std::u16string_view b) {
                     [&](char16_t x, char16_t y) { return lower(x) == lower(y); });
 }
 
-// --- look-ups; each waits until no component is in doubt
-// -------------------------------------------
+// --- look-ups; each waits until no component is in doubt -----------------------------------------
 
 void settle(Lock& lock) {
   table().settled.wait(lock, [] {
@@ -89,8 +107,8 @@ void settle(Lock& lock) {
   });
 }
 
-// The one place where a class is looked up, by whatever `matches` looks at: here come the classes
-// of this process; a persistent registration is asked after them.
+// Looks a class of this process up, by whatever `matches` looks at. It goes before what is
+// registered, which may be older.
 template <class Matches>
 bool find_class(Matches&& matches, Class* found) {
   Lock lock(table().mutex);
@@ -103,6 +121,32 @@ bool find_class(Matches&& matches, Class* found) {
     }
   }
   return false;
+}
+
+// A ProgID as the registry has it; none when it cannot be one.
+std::optional<std::string> registry_name(std::u16string_view prog_id) {
+  std::string name;
+  for (const char16_t unit : prog_id) {
+    if (unit >= 0x80) return std::nullopt;
+    name += static_cast<char>(unit);
+  }
+  if (!tallowbrook::platform::valid_key_name(name)) return std::nullopt;
+  return name;
+}
+
+bool find_registered(std::u16string_view prog_id, CLSID* clsid) {
+  const auto name = registry_name(prog_id);
+  if (!name) return false;
+  auto text = classes_text(*name + "\\CLSID");
+  if (!text) {
+    const auto version = classes_text(*name + "\\CurVer");
+    if (version) text = classes_text(*version + "\\CLSID");
+  }
+  return text && guid_of(*text, clsid);
+}
+
+std::optional<std::string> registered_text(REFCLSID clsid, const char* key) {
+  return classes_text("CLSID\\" + text_of(clsid) + "\\" + key);
 }
 
 // The components that may have this class, kept from closing; those without a description of their
@@ -121,7 +165,10 @@ std::vector<std::shared_ptr<Component>> enter_components(REFCLSID clsid) {
       if (wanted) result.push_back(component);
     }
   }
-  for (const auto& component : result) ++component->calls;
+  for (const auto& component : result) {
+    ++component->calls;
+    component->idle_since.reset();
+  }
   return result;
 }
 
@@ -184,8 +231,15 @@ void erase_when_unwanted(const std::shared_ptr<Component>& component) {
   all.erase(std::remove(all.begin(), all.end(), component), all.end());
 }
 
-// Closes the library when nothing uses it; S_FALSE when it has to stay.
-HRESULT try_close(const std::shared_ptr<Component>& component) {
+bool has_other_threads() {
+  std::error_code error;
+  const std::filesystem::directory_iterator threads("/proc/self/task", error);
+  return error || std::distance(begin(threads), end(threads)) > 1;
+}
+
+// Closes the library when nothing uses it; S_FALSE when it has to stay. A library that is not used
+// any more since less than `delay` stays, too.
+HRESULT try_close(const std::shared_ptr<Component>& component, std::chrono::milliseconds delay) {
   {
     Lock lock(table().mutex);
     settle(lock);
@@ -194,11 +248,14 @@ HRESULT try_close(const std::shared_ptr<Component>& component) {
     component->closing = true;
   }
   const bool may_go = component->entries.can_unload_now() == S_OK;
+  const auto now = Clock::now();
   HMODULE handle = nullptr;
   {
     const Lock lock(table().mutex);
     component->closing = false;
-    if (may_go && component->loads == 0) {
+    if (!may_go) component->idle_since.reset();
+    if (may_go && !component->idle_since) component->idle_since = now;
+    if (may_go && component->loads == 0 && now - *component->idle_since >= delay) {
       handle = std::exchange(component->handle, nullptr);
       erase_when_unwanted(component);
     }
@@ -214,7 +271,11 @@ Function* entry_of(HMODULE module, const char* name) {
   return reinterpret_cast<Function*>(dlsym(module, name));
 }
 
-HRESULT add_loaded(HMODULE module) {
+// Takes over one reference of the loader's, also when it fails. A library that is loaded for a
+// registered class is not counted: it may go when it is unused. `entered` is then kept from
+// closing.
+HRESULT add_component(HMODULE module, std::shared_ptr<Component>* entered) {
+  std::unique_ptr<void, int (*)(void*)> handle(module, &dlclose);
   const ComponentEntries entries{
       entry_of<DllGetClassObjectFunction>(module, "DllGetClassObject"),
       entry_of<DllCanUnloadNowFunction>(module, "DllCanUnloadNow"),
@@ -225,42 +286,62 @@ HRESULT add_loaded(HMODULE module) {
   }
   std::vector<Class> classes;
   if (const HRESULT status = read_classes(entries, &classes); FAILED(status)) return status;
-  bool counted_before = false;
-  {
-    Lock lock(table().mutex);
-    settle(lock);
-    const auto component = find_or_add(entries, std::move(classes));
-    counted_before = component->handle != nullptr;
-    component->handle = module;
+  Lock lock(table().mutex);
+  settle(lock);
+  const auto component = find_or_add(entries, std::move(classes));
+  if (entered != nullptr) {
+    *entered = component;
+    ++component->calls;
+  } else {
     ++component->loads;
   }
-  if (counted_before) dlclose(module);  // one reference of the loader's is enough
+  component->idle_since.reset();
+  // One reference of the loader's is enough.
+  if (component->handle == nullptr) component->handle = handle.release();
   return S_OK;
+}
+
+// Loads the library that the registry has for the class.
+HRESULT load_registered(REFCLSID clsid, std::shared_ptr<Component>* entered) {
+  const auto path = registered_text(clsid, "InprocServer32");
+  if (!path || path->empty()) return REGDB_E_CLASSNOTREG;
+  HMODULE handle = open_component(path->c_str());
+  return handle == nullptr ? CO_E_DLLNOTFOUND : add_component(handle, entered);
 }
 
 // Keeps the components that may have a class from closing.
 class Entered {
  public:
-  explicit Entered(REFCLSID clsid) : components_(enter_components(clsid)) {}
+  explicit Entered(REFCLSID clsid) : components_(enter_components(clsid)) {
+    components_.reserve(components_.size() + 1);
+  }
   ~Entered() { leave_components(components_); }
   Entered(const Entered&) = delete;
   Entered& operator=(const Entered&) = delete;
 
-  [[nodiscard]] const std::vector<std::shared_ptr<Component>>& components() const {
-    return components_;
+  HRESULT ask(REFCLSID clsid, REFIID iid, void** object) {
+    for (const auto& component : components_) {
+      const HRESULT answer = component->entries.get_class_object(clsid, iid, object);
+      if (answer != CLASS_E_CLASSNOTAVAILABLE) return answer;
+    }
+    std::shared_ptr<Component> loaded;
+    if (const HRESULT status = load_registered(clsid, &loaded); FAILED(status)) return status;
+    components_.push_back(loaded);
+    const HRESULT answer = loaded->entries.get_class_object(clsid, iid, object);
+    return answer == CLASS_E_CLASSNOTAVAILABLE ? REGDB_E_CLASSNOTREG : answer;
   }
 
  private:
   std::vector<std::shared_ptr<Component>> components_;
 };
 
-HRESULT ask_components(REFCLSID clsid, REFIID iid, void** object) {
-  const Entered entered(clsid);
-  for (const auto& component : entered.components()) {
-    const HRESULT answer = component->entries.get_class_object(clsid, iid, object);
-    if (answer != CLASS_E_CLASSNOTAVAILABLE) return answer;
+HRESULT find_class_object(REFCLSID clsid, DWORD context, Entered& entered, REFIID iid,
+                          void** object) {
+  if ((context & CLSCTX_INPROC_SERVER) == 0) return REGDB_E_CLASSNOTREG;
+  if (const auto registered = registered_object(clsid)) {
+    return registered->QueryInterface(iid, object);
   }
-  return REGDB_E_CLASSNOTREG;
+  return entered.ask(clsid, iid, object);
 }
 
 }  // namespace
@@ -275,9 +356,11 @@ HRESULT CLSIDFromProgID(const OLECHAR* prog_id, CLSID* clsid) {
     const auto matches = [&](const Class& one) {
       return same_name(one.prog_id, wanted) || same_name(one.independent_prog_id, wanted);
     };
-    if (!find_class(matches, &found)) return CO_E_CLASSSTRING;
-    *clsid = found.clsid;
-    return S_OK;
+    if (find_class(matches, &found)) {
+      *clsid = found.clsid;
+      return S_OK;
+    }
+    return find_registered(wanted, clsid) ? S_OK : CO_E_CLASSSTRING;
   });
 }
 
@@ -289,7 +372,11 @@ HRESULT ProgIDFromCLSID(REFCLSID clsid, OLECHAR** prog_id) {
     const auto matches = [&](const Class& one) {
       return one.clsid == clsid && !one.prog_id.empty();
     };
-    if (!find_class(matches, &found)) return REGDB_E_CLASSNOTREG;
+    if (!find_class(matches, &found)) {
+      const auto registered = registered_text(clsid, "ProgID");
+      if (!registered) return REGDB_E_CLASSNOTREG;
+      found.prog_id.assign(registered->begin(), registered->end());
+    }
     const std::size_t bytes = (found.prog_id.size() + 1) * sizeof(OLECHAR);
     *prog_id = static_cast<OLECHAR*>(CoTaskMemAlloc(bytes));
     if (*prog_id == nullptr) return E_OUTOFMEMORY;
@@ -301,11 +388,10 @@ HRESULT ProgIDFromCLSID(REFCLSID clsid, OLECHAR** prog_id) {
 HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void*, REFIID iid, void** object) {
   if (object == nullptr) return E_INVALIDARG;
   *object = nullptr;
-  if ((context & CLSCTX_INPROC_SERVER) == 0) return REGDB_E_CLASSNOTREG;
-  if (const auto registered = registered_object(clsid)) {
-    return registered->QueryInterface(iid, object);
-  }
-  return checked([&] { return ask_components(clsid, iid, object); });
+  return checked([&] {
+    Entered entered(clsid);
+    return find_class_object(clsid, context, entered, iid, object);
+  });
 }
 
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid,
@@ -314,10 +400,10 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
   *object = nullptr;
   return checked([&] {
     // A cached class object locks nothing: the component is kept until the new object does.
-    const Entered entered(clsid);
+    Entered entered(clsid);
     ComPtr<IClassFactory> factory;
     const HRESULT status =
-        CoGetClassObject(clsid, context, nullptr, IClassFactory::kIid, factory.out_void());
+        find_class_object(clsid, context, entered, IClassFactory::kIid, factory.out_void());
     return FAILED(status) ? status : factory->CreateInstance(outer, iid, object);
   });
 }
@@ -350,19 +436,10 @@ HRESULT CoLoadComponent(const char* path, HMODULE* module) {
   if (path == nullptr || module == nullptr) return E_INVALIDARG;
   *module = nullptr;
   return checked([&] {
-    last_error.clear();
-    HMODULE handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
-      const char* const error = dlerror();
-      last_error = error == nullptr ? "" : error;
-      return CO_E_DLLNOTFOUND;
-    }
-    const HRESULT status = checked([&] { return add_loaded(handle); });
-    if (FAILED(status)) {
-      dlclose(handle);
-    } else {
-      *module = handle;
-    }
+    HMODULE handle = open_component(path);
+    if (handle == nullptr) return CO_E_DLLNOTFOUND;
+    const HRESULT status = add_component(handle, nullptr);
+    if (SUCCEEDED(status)) *module = handle;
     return status;
   });
 }
@@ -378,11 +455,15 @@ HRESULT CoUnloadComponent(HMODULE module) {
     if (!component) return E_INVALIDARG;
     if (--component->loads > 0) return S_OK;
   }
-  return try_close(component);
+  return try_close(component, {});
 }
 
-void CoFreeUnusedLibraries() {
+void CoFreeUnusedLibraries() { CoFreeUnusedLibrariesEx(INFINITE, 0); }
+
+void CoFreeUnusedLibrariesEx(DWORD delay, DWORD) {
   try {
+    auto wanted = delay == INFINITE ? kUsualDelay : std::chrono::milliseconds(delay);
+    if (delay == INFINITE && !has_other_threads()) wanted = {};
     std::vector<std::shared_ptr<Component>> unloaded;
     {
       const Lock lock(table().mutex);
@@ -390,13 +471,23 @@ void CoFreeUnusedLibraries() {
         if (one->handle != nullptr && one->loads == 0) unloaded.push_back(one);
       }
     }
-    for (const auto& component : unloaded) try_close(component);
+    for (const auto& component : unloaded) try_close(component, wanted);
   } catch (const std::bad_alloc&) {
     // They stay until the next call.
   }
 }
 
 const char* CoComponentError() { return last_error.c_str(); }
+
+void tallowbrook::platform::set_component_error(std::string text) { last_error = std::move(text); }
+
+HMODULE tallowbrook::platform::open_component(const char* path) {
+  last_error.clear();
+  HMODULE handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+  const char* const error = handle == nullptr ? dlerror() : nullptr;
+  if (error != nullptr) last_error = error;
+  return handle;
+}
 
 HRESULT CoUseComponent(const ComponentEntries& entries) {
   if (entries.get_class_object == nullptr) return E_INVALIDARG;
@@ -416,4 +507,18 @@ HRESULT CoForgetComponent(const ComponentEntries& entries) {
   --component->uses;
   erase_when_unwanted(component);
   return S_OK;
+}
+
+namespace {
+
+std::atomic<int> per_user{-1};  // -1: as the environment says
+
+}  // namespace
+
+void CoSetPerUserRegistration(BOOL enable) { per_user = enable != FALSE ? 1 : 0; }
+
+BOOL CoPerUserRegistration() {
+  if (const int set = per_user; set >= 0) return set;
+  const char* const wanted = secure_getenv("TALLOWBROOK_REGISTER_FOR_USER");
+  return wanted != nullptr && std::string_view(wanted) == "1" ? TRUE : FALSE;
 }

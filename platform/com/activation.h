@@ -1,8 +1,9 @@
 // Class activation: which class objects exist in this process, and how objects are made of them.
 //
-// A class is creatable when a component that describes it was loaded or made itself known, or when
-// a class object was registered. No persistent registration is needed. All functions may be called
-// from any thread.
+// A class is creatable when a component that describes it was loaded or made itself known, when a
+// class object was registered, or when the registry (registry.h) names the library of its
+// component, which is then loaded. They are asked in this order: what is in the process goes before
+// what is registered, which may be stale. All functions may be called from any thread.
 #pragma once
 
 #include <cstddef>
@@ -48,7 +49,8 @@ HRESULT CLSIDFromProgID(const OLECHAR* prog_id, CLSID* clsid);
 // The version-dependent ProgID, freed with CoTaskMemFree; REGDB_E_CLASSNOTREG.
 HRESULT ProgIDFromCLSID(REFCLSID clsid, OLECHAR** prog_id);
 
-// REGDB_E_CLASSNOTREG for a class that is not known.
+// REGDB_E_CLASSNOTREG for a class that is not known, CO_E_DLLNOTFOUND or CO_E_ERRORINDLL when its
+// registered library cannot be used (`CoComponentError` says why).
 HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* server, REFIID iid, void** object);
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object);
 
@@ -85,10 +87,16 @@ struct ComponentEntries {
 // CO_E_ERRORINDLL when it lacks an entry point.
 HRESULT CoLoadComponent(const char* path, HMODULE* module);
 // Undoes one CoLoadComponent. The library leaves memory at once when nobody else wants it and
-// DllCanUnloadNow answers S_OK; S_FALSE when it has to stay until CoFreeUnusedLibraries.
+// DllCanUnloadNow answers S_OK; S_FALSE when it has to stay until CoFreeUnusedLibraries. The caller
+// knows that no other thread is still inside the component's code, in a Release for instance.
 HRESULT CoUnloadComponent(HMODULE module);
-// Lets every library go that was unloaded and is no longer in use.
-void CoFreeUnusedLibraries();
+// Lets every library go that was unloaded, or was loaded for a registered class, and has been
+// unused for `delay` milliseconds and at an earlier call already: a thread that has given back the
+// last object may still be on its way out of the library. INFINITE is ten seconds, or no delay when
+// the calling thread is the only one. A host that holds a bare class object keeps the library with
+// IClassFactory::LockServer.
+void CoFreeUnusedLibrariesEx(DWORD delay, DWORD reserved);
+void CoFreeUnusedLibraries();  // with INFINITE
 // The calling thread's last text from the dynamic loader; empty for none.
 const char* CoComponentError();
 
@@ -97,3 +105,11 @@ const char* CoComponentError();
 // when it is unloaded.
 HRESULT CoUseComponent(const ComponentEntries& entries);
 HRESULT CoForgetComponent(const ComponentEntries& entries);
+
+// --- registration --------------------------------------------------------------------------------
+
+// Whether components register themselves for the user (HKEY_CLASSES_ROOT stands for
+// HKEY_CURRENT_USER\Software\Classes then) instead of the machine. Of the process; until it is set,
+// the environment variable TALLOWBROOK_REGISTER_FOR_USER says it with "1".
+void CoSetPerUserRegistration(BOOL enable);
+[[nodiscard]] BOOL CoPerUserRegistration();

@@ -2,9 +2,11 @@
 #include <sys/random.h>
 
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "platform/com/activation.h"
+#include "platform/com/identity.h"
 
 namespace {
 
@@ -115,3 +117,22 @@ HRESULT CLSIDFromString(const OLECHAR* text, CLSID* clsid) {
   if (text[0] == u'{') return parse(text, clsid) ? S_OK : CO_E_CLASSSTRING;
   return CLSIDFromProgID(text, clsid);
 }
+
+namespace tallowbrook::platform {
+
+std::string text_of(REFGUID guid) {
+  OLECHAR wide[kTextLength + 1];
+  StringFromGUID2(guid, wide, kTextLength + 1);
+  std::string text;
+  for (const OLECHAR unit : std::u16string_view(wide, kTextLength)) {
+    text += static_cast<char>(unit);
+  }
+  return text;
+}
+
+bool guid_of(std::string_view text, GUID* guid) {
+  *guid = GUID_NULL;
+  return parse(std::u16string(text.begin(), text.end()), guid);
+}
+
+}  // namespace tallowbrook::platform

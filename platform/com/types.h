@@ -29,6 +29,8 @@ using HMODULE = void*;
 inline constexpr BOOL FALSE = 0;
 inline constexpr BOOL TRUE = 1;
 
+inline constexpr DWORD INFINITE = 0xFFFFFFFF;  // time-out without end
+
 // A 128-bit identity of a class, an interface or a type library.
 struct GUID {
   std::uint32_t Data1;
@@ -86,6 +88,7 @@ inline constexpr HRESULT DISP_E_PARAMNOTOPTIONAL = make_status(0x8002000F);
 inline constexpr HRESULT DISP_E_DIVBYZERO = make_status(0x80020012);
 
 inline constexpr HRESULT TYPE_E_ELEMENTNOTFOUND = make_status(0x8002802B);
+inline constexpr HRESULT TYPE_E_REGISTRYACCESS = make_status(0x8002801C);
 inline constexpr HRESULT TYPE_E_CANTLOADLIBRARY = make_status(0x80029C4A);
 inline constexpr HRESULT TYPE_E_LIBNOTREGISTERED = make_status(0x8002801D);
 
