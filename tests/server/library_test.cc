@@ -90,7 +90,7 @@ TEST(Library, LendsItsClassesToAHostThatLoadsIt) {
 TEST(Library, ShowsItsEntryPointsAlone) {
   Library library;
   for (const char* name : {"DllGetClassObject", "DllCanUnloadNow", "DllRegisterServer",
-                           "DllUnregisterServer", "DllDescribeClasses"}) {
+                           "DllUnregisterServer", "DllDescribeClasses", "DllDescribeTypeLibrary"}) {
     EXPECT_NE(library.entry<void>(name), nullptr) << name;
   }
   FILE* symbols = popen("nm -D --defined-only " TALLOWBROOK_COMPONENT, "r");
