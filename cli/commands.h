@@ -20,6 +20,9 @@ void add_show(CLI::App& program, int& status);
 void add_headers(CLI::App& program, int& status);
 void add_copy(CLI::App& program, int& status);
 void add_check(CLI::App& program, int& status);
+void add_register(CLI::App& program, int& status);
+void add_unregister(CLI::App& program, int& status);
+void add_typelib(CLI::App& program, int& status);
 void add_manual(CLI::App& program, int& status);
 void add_completion(CLI::App& program, int& status);
 

@@ -24,12 +24,6 @@ using platform::Variant;
 constexpr char kLibrary[] = "libtallowbrook.so";
 constexpr char16_t kMessageClass[] = u"Tallowbrook.Decoder";
 
-std::string status_text(HRESULT status) {
-  char buffer[32];
-  std::snprintf(buffer, sizeof buffer, "status 0x%08X", static_cast<unsigned>(status));
-  return buffer;
-}
-
 // The places where the component may lie: beside the program as it is built or installed, then
 // wherever the loader looks.
 std::vector<std::string> candidates() {
@@ -46,15 +40,6 @@ std::vector<std::string> candidates() {
   return paths;
 }
 
-// Takes the thread's error description; empty when there is none.
-std::string take_error_text() {
-  ComPtr<IErrorInfo> info;
-  if (GetErrorInfo(0, info.out()) != S_OK || !info) return {};
-  Bstr text;
-  if (FAILED(info->GetDescription(text.out()))) return {};
-  return to_utf8(text.view());
-}
-
 // "parse error ... in Line 12": the number goes to `line`, the rest stays.
 void split_line(std::string& text, long& line) {
   constexpr std::string_view kMark = " in Line ";
@@ -66,21 +51,6 @@ void split_line(std::string& text, long& line) {
   if (parsed.ec != std::errc() || parsed.ptr != end) return;
   text.resize(at);
   line = number > 0 ? number : 0;
-}
-
-ComPtr<IDispatch> create_message() {
-  CLSID clsid{};
-  ComPtr<IDispatch> message;
-  HRESULT status = CLSIDFromProgID(kMessageClass, &clsid);
-  if (SUCCEEDED(status)) {
-    status =
-        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IDispatch::kIid, message.out_void());
-  }
-  if (FAILED(status)) {
-    throw std::runtime_error("the component creates no message object (" + status_text(status) +
-                             ")");
-  }
-  return message;
 }
 
 Loaded unreadable(int error) {
@@ -99,6 +69,27 @@ Loaded unparsable(HRESULT status) {
 }
 
 }  // namespace
+
+std::string status_text(HRESULT status) {
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "status 0x%08X", static_cast<unsigned>(status));
+  return buffer;
+}
+
+std::string take_error_text() {
+  ComPtr<IErrorInfo> info;
+  if (GetErrorInfo(0, info.out()) != S_OK || !info) return {};
+  Bstr text;
+  if (FAILED(info->GetDescription(text.out()))) return {};
+  return to_utf8(text.view());
+}
+
+std::string load_problem(const std::string& path) {
+  const std::string reason = CoComponentError();
+  // The loader's own texts mostly begin with it.
+  if (reason.rfind(path, 0) == 0) return printable(reason);
+  return printable(path + ": " + (reason.empty() ? "it cannot be loaded" : reason));
+}
 
 Object::Object(const VARIANT& value) {
   if (value.vt == VT_DISPATCH) {
@@ -166,13 +157,25 @@ std::string Loaded::complaint(std::string_view file) const {
 Host::Host() {
   std::string reasons;
   for (const std::string& path : candidates()) {
-    const HRESULT status = CoLoadComponent(path.c_str(), &module_);
-    if (SUCCEEDED(status)) return;
-    const char* const reason = CoComponentError();
-    reasons += "\n  " + printable(path) + ": " +
-               (reason != nullptr && *reason != 0 ? printable(reason) : status_text(status));
+    if (SUCCEEDED(CoLoadComponent(path.c_str(), &module_))) return;
+    reasons += "\n  " + load_problem(path);
   }
   throw std::runtime_error("the component cannot be loaded:" + reasons);
+}
+
+Object Host::create_message() const {
+  CLSID clsid{};
+  ComPtr<IDispatch> message;
+  HRESULT status = CLSIDFromProgID(kMessageClass, &clsid);
+  if (SUCCEEDED(status)) {
+    status =
+        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IDispatch::kIid, message.out_void());
+  }
+  if (FAILED(status)) {
+    throw std::runtime_error("the component creates no message object (" + status_text(status) +
+                             ")");
+  }
+  return Object(std::move(message));
 }
 
 Loaded Host::load(const std::string& file, bool keep_raw) const {
@@ -182,7 +185,7 @@ Loaded Host::load(const std::string& file, bool keep_raw) const {
   const auto stream = ComPtr<FileStream>::adopt(new FileStream(descriptor));
 
   Loaded result;
-  result.message = Object(create_message());
+  result.message = create_message();
   if (keep_raw && FAILED(result.message.put(u"CollectRawStream", Variant::boolean(true)))) {
     throw std::runtime_error("the component keeps no copy of what it loads");
   }

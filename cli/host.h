@@ -77,12 +77,27 @@ class Host {
   // loaded bytes back. Throws std::runtime_error when no message object can be created.
   [[nodiscard]] Loaded load(const std::string& file, bool keep_raw = false) const;
 
+  // A new message. Throws std::runtime_error when the component creates none.
+  [[nodiscard]] Object create_message() const;
+
+  // The component's library.
+  [[nodiscard]] HMODULE module() const { return module_; }
+
  private:
   HMODULE module_ = nullptr;
 };
 
 // The file's name as people see it.
 [[nodiscard]] std::string display_name(std::string_view file);
+
+// Takes the thread's error description, UTF-8; empty when there is none.
+[[nodiscard]] std::string take_error_text();
+
+// Why the library `path` could not be loaded, as CoComponentError has it; the path comes first.
+[[nodiscard]] std::string load_problem(const std::string& path);
+
+// "status 0x80004005"
+[[nodiscard]] std::string status_text(HRESULT status);
 
 // "tallowbrook: text" on standard error.
 void complain(std::string_view text);

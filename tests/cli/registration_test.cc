@@ -1,0 +1,115 @@
+// The commands register, unregister and typelib, run as users run them.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tests/support/scratch_folder.h"
+
+namespace tallowbrook::cli {
+namespace {
+
+using test::read_file;
+using test::ScratchRegistry;
+
+struct Outcome {
+  int status = -1;
+  std::string text;
+};
+
+Outcome run(const std::string& arguments) {
+  FILE* const pipe =
+      ::popen(("'" TALLOWBROOK_BINARY_DIR "/bin/tallowbrook' " + arguments + " 2>&1").c_str(), "r");
+  Outcome outcome;
+  for (int c = 0; (c = std::fgetc(pipe)) != EOF;) outcome.text += static_cast<char>(c);
+  const int status = ::pclose(pipe);
+  if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
+  return outcome;
+}
+
+std::size_t count(const std::string& text, const std::string& what) {
+  std::size_t found = 0;
+  for (std::size_t at = 0; (at = text.find(what, at)) != text.npos; at += what.size()) ++found;
+  return found;
+}
+
+TEST(RegistrationCommands, RegisterForTheMachineAndForTheUser) {
+  const ScratchRegistry registry;
+  EXPECT_EQ(run("typelib --registered").status, 3);
+  const Outcome done = run("register");
+  EXPECT_EQ(done.status, 0) << done.text;
+  EXPECT_EQ(count(read_file(registry.machine()), "\"ThreadingModel\"=\"Both\""), 14U);
+  EXPECT_EQ(read_file(registry.user()), "");
+  EXPECT_EQ(run("typelib --registered").text, run("typelib").text);
+  EXPECT_EQ(run("register --user").status, 0);
+  EXPECT_EQ(run("unregister").status, 0);
+  EXPECT_EQ(read_file(registry.machine()), "");
+  EXPECT_EQ(count(read_file(registry.user()), "\"ThreadingModel\"=\"Both\""), 14U);
+  EXPECT_EQ(run("unregister --user").status, 0);
+  EXPECT_EQ(read_file(registry.user()), "");
+}
+
+TEST(RegistrationCommands, TellWhatStandsInTheWay) {
+  const ScratchRegistry registry;
+  test::write_file(registry.machine(), "nonsense\n");
+  const Outcome refused = run("register");
+  EXPECT_EQ(refused.status, 3);
+  EXPECT_NE(refused.text.find(registry.machine() + ":1: "), std::string::npos) << refused.text;
+  const Outcome missing = run("register /nowhere/at-all.so");
+  EXPECT_EQ(missing.status, 3);
+  EXPECT_EQ(count(missing.text, "/nowhere/at-all.so"), 1U) << missing.text;
+  const Outcome foreign = run("typelib " + registry.machine());
+  EXPECT_EQ(foreign.status, 3);
+  EXPECT_NE(foreign.text.find("invalid ELF header"), std::string::npos) << foreign.text;
+  EXPECT_EQ(run("typelib --registered file").status, 2);
+}
+
+TEST(TypelibCommand, PrintsTheWholeLibrary) {
+  const Outcome printed = run("typelib");
+  ASSERT_EQ(printed.status, 0);
+  for (const char* piece : {
+           "library TALLOWBROOKLib {\n",
+           "    helpstring(\"Tallowbrook 1.0 Type Library\")\n",
+           "    typedef enum EncoderTypes {\n        SevenBit = 0,\n",
+           "    interface IMimeDecoder : IDispatch {\n",
+           "        [id(0x00000011), propput, helpstring(\"Subject\")]\n"
+           "        HRESULT Subject([in] VARIANT newVal);\n",
+           "HRESULT _NewEnum([out, retval] IUnknown** pVal);\n",
+           "HRESULT ConnectSMTP([in] BSTR strServer, [in, defaultvalue(25)] long nPort, "
+           "[out, retval] VARIANT_BOOL* pVal);\n",
+           "HRESULT ItemID([in] VARIANT Index, [out] VARIANT* ID, [out] VARIANT* Item);\n",
+           "void OnError([in] BSTR strHint, [in] long Line);\n",
+           "        [default] interface IMimeDecoder;\n"
+           "        [default, source] dispinterface _IMimeDecoderEvents;\n",
+       }) {
+    EXPECT_NE(printed.text.find(piece), std::string::npos) << piece;
+  }
+  EXPECT_EQ(count(printed.text, "    coclass "), 14U);
+  EXPECT_EQ(count(printed.text, "typedef enum "), 9U);
+  EXPECT_EQ(std::count(printed.text.begin(), printed.text.end(), '{'),
+            std::count(printed.text.begin(), printed.text.end(), '}'));
+}
+
+TEST(TypelibCommand, PrintsTheSameForPrograms) {
+  const auto library = nlohmann::json::parse(run("typelib --json").text);
+  EXPECT_EQ(library["name"], "TALLOWBROOKLib");
+  std::size_t members = 0;
+  for (const auto& type : library["types"]) {
+    if (type.contains("members")) members += type["members"].size();
+    if (type["name"] != "IMimeBody") continue;
+    const auto& members_of_body = type["members"];
+    const auto import = std::find_if(members_of_body.begin(), members_of_body.end(),
+                                     [](const auto& member) { return member["name"] == "Import"; });
+    ASSERT_NE(import, members_of_body.end());
+    EXPECT_EQ((*import)["parameters"][1]["default"], "0");
+    EXPECT_EQ((*import)["result"], "VARIANT_BOOL");
+  }
+  EXPECT_EQ(members, count(run("typelib").text, "[id("));
+}
+
+}  // namespace
+}  // namespace tallowbrook::cli
