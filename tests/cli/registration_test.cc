@@ -64,7 +64,7 @@ TEST(RegistrationCommands, TellWhatStandsInTheWay) {
   EXPECT_EQ(count(missing.text, "/nowhere/at-all.so"), 1U) << missing.text;
   const Outcome foreign = run("typelib " + registry.machine());
   EXPECT_EQ(foreign.status, 3);
-  EXPECT_NE(foreign.text.find("invalid ELF header"), std::string::npos) << foreign.text;
+  EXPECT_EQ(count(foreign.text, registry.machine() + ": "), 1U) << foreign.text;
   EXPECT_EQ(run("typelib --registered file").status, 2);
 }
 
@@ -81,7 +81,7 @@ TEST(TypelibCommand, PrintsTheWholeLibrary) {
            "HRESULT _NewEnum([out, retval] IUnknown** pVal);\n",
            "HRESULT ConnectSMTP([in] BSTR strServer, [in, defaultvalue(25)] long nPort, "
            "[out, retval] VARIANT_BOOL* pVal);\n",
-           "HRESULT ItemID([in] VARIANT Index, [out] VARIANT* ID, [out] VARIANT* Item);\n",
+           "HRESULT ItemID([in] long Index, [out] VARIANT* ID, [out] VARIANT* Item);\n",
            "void OnError([in] BSTR strHint, [in] long Line);\n",
            "        [default] interface IMimeDecoder;\n"
            "        [default, source] dispinterface _IMimeDecoderEvents;\n",
