@@ -1,5 +1,7 @@
 #include "streams/output_modifier.h"
 
+#include "streams/write_whole.h"
+
 namespace tallowbrook {
 
 ULONG COutputStreamModifier::Release() {
@@ -9,12 +11,8 @@ ULONG COutputStreamModifier::Release() {
 }
 
 HRESULT COutputStreamModifier::pass_on(std::string_view block, ULONG* written) {
-  if (block.empty()) return S_OK;
-  const auto size = static_cast<ULONG>(block.size());
-  ULONG count = size;  // a stream that does not tell took what it says S_OK for
-  HRESULT status = inner_.Write(block.data(), size, &count);
-  if (FAILED(status) && count == size) count = 0;
-  if (SUCCEEDED(status) && count < size) status = STG_E_MEDIUMFULL;
+  ULONG count = 0;
+  const HRESULT status = write_whole(inner_, block, count);
   if (written != nullptr) *written += count;
   if (FAILED(status) && !failed()) status_ = status;
   return status;

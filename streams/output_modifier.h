@@ -34,8 +34,8 @@ class COutputStreamModifier final : public IStream {
   ULONG Release() override;
 
   // `written` counts the bytes that reached the inner stream, added CRs included. A failing inner
-  // write ends the call with its status; one that takes fewer bytes than it got has failed, too,
-  // with STG_E_MEDIUMFULL.
+  // write ends the call with its status; one that takes fewer bytes than it got is followed by
+  // another for the rest, one that takes none has failed, with STG_E_MEDIUMFULL.
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
 
   HRESULT Read(void* pv, ULONG cb, ULONG* read) override { return inner_.Read(pv, cb, read); }

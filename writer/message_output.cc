@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "streams/write_whole.h"
+
 namespace tallowbrook {
 
 void MessageOutput::pass_on(std::string_view block) {
@@ -10,7 +12,7 @@ void MessageOutput::pass_on(std::string_view block) {
     const auto size =
         static_cast<ULONG>(std::min<std::size_t>(block.size(), std::numeric_limits<LONG>::max()));
     ULONG taken = 0;
-    failed_ = FAILED(target_.Write(block.data(), size, &taken)) || taken < size;
+    failed_ = FAILED(write_whole(target_, block.substr(0, size), taken));
     block.remove_prefix(size);
   }
 }

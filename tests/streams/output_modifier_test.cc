@@ -54,14 +54,24 @@ TEST(OutputModifier, ReportsAndRemembersAFailingWrite) {
   }
 }
 
-TEST(OutputModifier, ATargetThatTakesLessHasFailed) {
+// As a socket does.
+TEST(OutputModifier, GoesOnBehindAShortWrite) {
   test::HostStream target;
   target.most_taken = 3;
   COutputStreamModifier filter(target);
   ULONG written = 9;
-  EXPECT_EQ(filter.Write("abcdef\n", 7, &written), STG_E_MEDIUMFULL);
-  EXPECT_EQ(written, 3u);
-  EXPECT_EQ(target.written(), "abc");
+  EXPECT_EQ(filter.Write("abcdef\nghij", 11, &written), S_OK);
+  EXPECT_EQ(written, 12u);
+  EXPECT_EQ(target.written(), "abcdef\r\nghij");
+}
+
+TEST(OutputModifier, ATargetThatTakesNothingHasFailed) {
+  test::HostStream target;
+  target.most_taken = 0;
+  COutputStreamModifier filter(target);
+  ULONG written = 9;
+  EXPECT_EQ(filter.Write("abc", 3, &written), STG_E_MEDIUMFULL);
+  EXPECT_EQ(written, 0u);
   EXPECT_TRUE(filter.failed());
 }
 

@@ -227,6 +227,9 @@ TEST(PartWriter, TellsWhenContentIsMissing) {
   }
   test::HostStream small;
   small.most_taken = 5;
+  EXPECT_TRUE(save_part(&small, part({}, HeaderValue::raw("content")), nullptr, false).complete);
+  EXPECT_EQ(small.written(), "\r\ncontent");
+  small.most_taken = 0;
   EXPECT_FALSE(save_part(&small, part({}, HeaderValue::raw("content")), nullptr, false).complete);
 }
 
