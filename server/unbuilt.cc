@@ -12,7 +12,6 @@ HRESULT not_built(void** object) {
 
 }  // namespace
 
-[[gnu::weak]] HRESULT create_client_socket(REFIID, void** object) { return not_built(object); }
 [[gnu::weak]] HRESULT create_dialup_connection(REFIID, void** object) { return not_built(object); }
 
 }  // namespace tallowbrook

@@ -51,6 +51,8 @@ void SetDebugOutputHandler(DebugOutputHandler handler) {
   handler_slot().swap(slot);
 }
 
+bool debug_output_wanted() { return present_handler() != nullptr || wanted_on_standard_error(); }
+
 }  // namespace tallowbrook::platform
 
 using tallowbrook::platform::narrow;

@@ -22,4 +22,7 @@ using DebugOutputHandler = std::function<void(std::string_view)>;
 // Sets the handler of the process; an empty one goes back to the standard error stream.
 void SetDebugOutputHandler(DebugOutputHandler handler);
 
+// True when a text that is put out now would reach somebody, so that it is worth making.
+[[nodiscard]] bool debug_output_wanted();
+
 }  // namespace tallowbrook::platform

@@ -1,6 +1,7 @@
 #include "platform/net/sockets.h"
 
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -88,11 +89,12 @@ class Waited {
   void add(const SocketSet* set, Kind kind) {
     if (set == nullptr) return;
     for (std::size_t i = 0; i < set->size(); ++i) {
-      polled_[count_++] = {descriptor_of((*set)[i]), kind.wanted, 0};
+      const int descriptor = descriptor_of((*set)[i]);
+      if (descriptor < 0) invalid_ = true;
+      polled_[count_++] = {descriptor, kind.wanted, 0};
     }
   }
   [[nodiscard]] bool empty() const { return count_ == 0; }
-
   // True when a descriptor is ready or the time has passed; false for a failure.
   bool wait(const std::optional<Clock::time_point>& end) {
     for (;;) {
@@ -107,11 +109,13 @@ class Waited {
       if (errno != EINTR) return false;
     }
   }
-  [[nodiscard]] bool holds_no_socket() const {
+  // True when a descriptor is none. poll tells of closed ones and passes over negative ones.
+  [[nodiscard]] bool invalid() const {
+    bool found = invalid_;
     for (std::size_t i = 0; i < count_; ++i) {
-      if (polled_[i].fd < 0 || (polled_[i].revents & POLLNVAL) != 0) return true;
+      found = found || (polled_[i].revents & POLLNVAL) != 0;
     }
-    return false;
+    return found;
   }
   // Leaves in `set`, the next one in the order of `add`, what is ready.
   int keep_ready(SocketSet* set, Kind kind) {
@@ -126,6 +130,7 @@ class Waited {
 
  private:
   std::array<pollfd, 3 * 64> polled_;
+  bool invalid_ = false;
   std::size_t count_ = 0;
   std::size_t told_ = 0;
 };
@@ -194,6 +199,12 @@ int ioctlsocket(SOCKET socket, DWORD command, ULONG* argument) {
 
 int setsockopt(SOCKET socket, int level, int option, const void* value, int length) {
   if (!started()) return SOCKET_ERROR;
+  if (level == kTcpLevel && option == kNoDelayOption) {
+    int on = 0;
+    if (value == nullptr || length < static_cast<int>(sizeof on)) return fail(WSAEFAULT);
+    std::memcpy(&on, value, sizeof on);
+    return checked(::setsockopt(descriptor_of(socket), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
+  }
   if (level != kSocketLevel || option != kLingerOption) return fail(WSAENOPROTOOPT);
   Linger linger{};
   if (value == nullptr || length < static_cast<int>(sizeof linger)) return fail(WSAEFAULT);
@@ -281,8 +292,9 @@ int select(SocketSet* read, SocketSet* write, SocketSet* except, const Timeout* 
   waited.add(write, kWrite);
   waited.add(except, kExcept);
   if (waited.empty()) return fail(WSAEINVAL);
+  if (waited.invalid()) return fail(WSAENOTSOCK);
   if (!waited.wait(end)) return fail_from_system();
-  if (waited.holds_no_socket()) return fail(WSAENOTSOCK);
+  if (waited.invalid()) return fail(WSAENOTSOCK);
   return waited.keep_ready(read, kRead) + waited.keep_ready(write, kWrite) +
          waited.keep_ready(except, kExcept);
 }

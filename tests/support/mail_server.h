@@ -32,7 +32,10 @@ class Peer {
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
 
-  void say(const std::string& text) { ::send(descriptor_, text.data(), text.size(), MSG_NOSIGNAL); }
+  void say(const std::string& text) {
+    rejected_ = !text.empty() && (text[0] == '4' || text[0] == '5');
+    ::send(descriptor_, text.data(), text.size(), MSG_NOSIGNAL);
+  }
   // The next line without its end; false when the connection ended.
   bool line(std::string& text) {
     std::size_t end = 0;
@@ -73,6 +76,8 @@ class Peer {
     ::setsockopt(descriptor_, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
     close();
   }
+  // True when what was said last rejects a command.
+  [[nodiscard]] bool rejected() const { return rejected_; }
   [[nodiscard]] int descriptor() const { return descriptor_; }
 
  private:
@@ -84,6 +89,7 @@ class Peer {
   }
 
   int descriptor_;
+  bool rejected_ = false;
   std::string pending_;
 };
 
@@ -142,6 +148,9 @@ class MailServer {
 
   [[nodiscard]] int port() const { return port_; }
 
+  void await_connection() const {
+    while (connections == 0) pause(1);
+  }
   // Waits for the present connection to end. What follows may be read afterwards.
   void stop() {
     if (!thread_.joinable()) return;
@@ -178,7 +187,7 @@ class MailServer {
         continue;
       }
       if (!step->second(peer)) return;
-      if (verb != "DATA") continue;
+      if (verb != "DATA" || peer.rejected()) continue;
       std::string text;
       if (!peer.text_of_message(text)) return;
       messages.push_back(std::move(text));

@@ -1,0 +1,83 @@
+#include "smtp/envelope.h"
+
+#include <string_view>
+
+#include "core/text.h"
+#include "platform/automation/late_bound.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::Variant;
+
+constexpr char kNoSender[] = "Message has no sender";
+constexpr char kNoRecipients[] = "Message has no To list";
+constexpr char kUnreadable[] = "Address could not be read";
+constexpr char kUnsafe[] = "Address holds a line end or a NUL";
+constexpr char kUnwritable[] = "Address cannot be written in the ANSI code page";
+
+// A property without arguments; empty when it cannot be read.
+Variant property(IDispatch* object, std::u16string_view name) {
+  auto outcome = platform::invoke_by_name(object, name, DISPATCH_PROPERTYGET, nullptr, 0);
+  return SUCCEEDED(outcome.status) ? std::move(outcome.value) : Variant();
+}
+
+// The object in a value; null for any other value.
+IDispatch* object_in(const Variant& value) {
+  return value.vt == VT_DISPATCH ? value.pdispVal : nullptr;
+}
+
+bool convert(const Variant& value, VARTYPE type, Variant& result) {
+  return SUCCEEDED(VariantChangeTypeEx(&result, &value, LOCALE_USER_DEFAULT, 0, type));
+}
+
+// The default member of a list, which may go by another name.
+Variant item(IDispatch* list, LONG index) {
+  Variant argument(index);
+  DISPPARAMS arguments{&argument, nullptr, 1, 0};
+  Variant result;
+  const HRESULT status = list->Invoke(DISPID_VALUE, GUID_NULL, LOCALE_USER_DEFAULT,
+                                      DISPATCH_PROPERTYGET, &arguments, &result, nullptr, nullptr);
+  return SUCCEEDED(status) ? std::move(result) : Variant();
+}
+
+const char* read_address(IDispatch* address, std::string& route) {
+  Variant text;
+  const Variant value = property(address, u"RouteAddress");
+  if (value.vt == VT_EMPTY || !convert(value, VT_BSTR, text)) return kUnreadable;
+  const std::u16string_view wide = text.text();
+  if (wide.find_first_of(std::u16string_view(u"\r\n\0", 3)) != wide.npos) return kUnsafe;
+  route = to_ansi(wide);
+  // A character that the code page lacks would make it another mailbox's address.
+  return to_wide(route) == wide ? nullptr : kUnwritable;
+}
+
+const char* read_sender(IDispatch* message, std::string& route) {
+  const Variant sender = property(message, u"Sender");
+  if (object_in(sender) != nullptr) return read_address(sender.pdispVal, route);
+  const Variant from = property(message, u"From");
+  if (object_in(from) == nullptr) return kNoSender;
+  const Variant first = item(from.pdispVal, 0);
+  if (object_in(first) == nullptr) return kNoSender;
+  return read_address(first.pdispVal, route);
+}
+
+}  // namespace
+
+const char* read_envelope(IDispatch* message, Envelope& envelope) {
+  if (const char* const failure = read_sender(message, envelope.sender)) return failure;
+  const Variant to = property(message, u"To");
+  if (object_in(to) == nullptr) return kNoRecipients;
+  Variant count;
+  if (!convert(property(to.pdispVal, u"Count"), VT_I4, count)) return kUnreadable;
+  for (LONG i = 0; i < count.lVal; ++i) {
+    const Variant recipient = item(to.pdispVal, i);
+    if (object_in(recipient) == nullptr) return kUnreadable;
+    std::string route;
+    if (const char* const failure = read_address(recipient.pdispVal, route)) return failure;
+    envelope.recipients.push_back(std::move(route));
+  }
+  return nullptr;
+}
+
+}  // namespace tallowbrook

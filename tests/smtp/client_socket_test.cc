@@ -1,0 +1,271 @@
+// The socket object as hosts use it: late-bound, and as the stream that a message is saved into.
+#include "smtp/client_socket.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "core/text.h"
+#include "tests/model/host.h"
+#include "tests/support/mail_server.h"
+#include "tests/support/mail_texts.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+using platform::Variant;
+using test::MailServer;
+using test::Peer;
+using test::polite;
+using test::Steps;
+
+ComPtr<IDispatch> new_socket() {
+  ComPtr<IDispatch> socket;
+  EXPECT_EQ(create_client_socket(IDispatch::kIid, socket.out_void()), S_OK);
+  return socket;
+}
+
+// Calls a method of the socket; its outcome.
+template <class... Argument>
+bool ask(const ComPtr<IDispatch>& socket, std::u16string_view method,
+         const Argument&... arguments) {
+  const auto outcome = platform::call(socket.get(), method, arguments...);
+  EXPECT_EQ(outcome.status, S_OK) << to_ansi(method);
+  EXPECT_EQ(outcome.value.vt, VT_BOOL) << to_ansi(method);
+  return outcome.value.boolVal == VARIANT_TRUE;
+}
+
+bool connect(const ComPtr<IDispatch>& socket, const MailServer& server) {
+  return ask(socket, u"ConnectSMTP", u"127.0.0.1", LONG{server.port()});
+}
+
+// Saves by the message's own late-bound method.
+bool save(const ComPtr<IMimeDecoder>& message, const ComPtr<IDispatch>& socket) {
+  const auto outcome = platform::call(message.get(), u"Save", socket.get());
+  EXPECT_EQ(outcome.status, S_OK);
+  return outcome.value.vt == VT_BOOL && outcome.value.boolVal == VARIANT_TRUE;
+}
+
+bool deliver(const ComPtr<IMimeDecoder>& message, const MailServer& server) {
+  const auto socket = new_socket();
+  return connect(socket, server) && ask(socket, u"PrepareSMTP", message.get()) &&
+         save(message, socket) && ask(socket, u"GetResultSMTP") && ask(socket, u"DisconnectSMTP");
+}
+
+TEST(ClientSocket, AnswersToItsInterfaces) {
+  const auto socket = new_socket();
+  EXPECT_TRUE(socket.query<IStream>());
+  EXPECT_TRUE(socket.query<IClientSocket>());
+  const auto errors = socket.query<ISupportErrorInfo>();
+  EXPECT_EQ(errors->InterfaceSupportsErrorInfo(IClientSocket::kIid), S_OK);
+  EXPECT_EQ(errors->InterfaceSupportsErrorInfo(IStream::kIid), S_FALSE);
+}
+
+TEST(ClientSocket, DeliversWhatTheMessageSaves) {
+  for (const auto& [name, text] : test::mail_texts()) {
+    for (const int window : {0, 4096}) {
+      MailServer server(polite(), window);
+      const auto message = test::loaded(text);
+      EXPECT_TRUE(deliver(message, server)) << name;
+      server.stop();
+      ASSERT_EQ(server.messages.size(), 1U) << name;
+      EXPECT_TRUE(server.messages[0] == test::saved(message)) << name;
+    }
+  }
+}
+
+// The server's window is a few kilobytes, so that nearly every send waits.
+TEST(ClientSocket, ASlowReceiverGetsEveryByte) {
+  MailServer server(polite(), 4096);
+  const auto message = test::loaded(test::header() + test::lines(50'000'000));
+  EXPECT_TRUE(deliver(message, server));
+  server.stop();
+  ASSERT_EQ(server.messages.size(), 1U);
+  EXPECT_TRUE(server.messages[0] == test::saved(message));
+}
+
+TEST(ClientSocket, ARawCopyWithoutADotLineIsEnded) {
+  MailServer server(polite());
+  const auto message = test::new_message();
+  ASSERT_EQ(message->put_CollectRawStream(VARIANT_TRUE), S_OK);
+  const std::string text = test::header() + "text\r\n";
+  ASSERT_EQ(test::load(message, text), S_OK);
+  EXPECT_TRUE(deliver(message, server));
+  server.stop();
+  EXPECT_EQ(server.messages, std::vector<std::string>{text + ".\r\n"});
+}
+
+// One connection may carry several messages, and one that was taken down can be made anew.
+TEST(ClientSocket, AConnectionCarriesManyMessages) {
+  MailServer server(polite());
+  const int before = test::open_descriptors();
+  const auto message = test::loaded(test::header() + "text\r\n");
+  const auto socket = new_socket();
+  for (int connection = 0; connection < 2; ++connection) {
+    EXPECT_TRUE(connect(socket, server));
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_TRUE(ask(socket, u"PrepareSMTP", message.get()));
+      EXPECT_TRUE(save(message, socket));
+      EXPECT_TRUE(ask(socket, u"GetResultSMTP"));
+    }
+    EXPECT_TRUE(ask(socket, u"DisconnectSMTP"));
+  }
+  server.stop();
+  EXPECT_EQ(server.messages.size(), 6U);
+  EXPECT_EQ(server.connections, 2);
+  EXPECT_LT(test::open_descriptors(), before);  // the listening socket is closed, and no other left
+}
+
+TEST(ClientSocket, ANullServerKeepsTheLastOne) {
+  MailServer server(polite());
+  const auto socket = new_socket().query<IClientSocket>();
+  VARIANT_BOOL done = VARIANT_FALSE;
+  EXPECT_EQ(socket->ConnectSMTP(platform::Bstr(u"127.0.0.1").get(), server.port(), &done), S_OK);
+  EXPECT_EQ(done, VARIANT_TRUE);
+  EXPECT_EQ(socket->DisconnectSMTP(&done), S_OK);
+  EXPECT_EQ(socket->ConnectSMTP(nullptr, 1, &done), S_OK);
+  EXPECT_EQ(done, VARIANT_TRUE);
+  EXPECT_EQ(socket->DisconnectSMTP(nullptr), E_POINTER);
+  EXPECT_EQ(socket->PrepareSMTP(nullptr, &done), S_OK);
+  EXPECT_EQ(done, VARIANT_FALSE);
+}
+
+TEST(ClientSocket, StreamMovesBytesOnceAndRefusesTheRest) {
+  MailServer server([](Peer& peer) {
+    peer.say("220 ready\r\n");
+    std::string line;
+    while (peer.line(line)) peer.say(line == "NOOP" ? "252 well\r\n" : "250 hello\r\n");
+  });
+  const auto socket = new_socket();
+  const auto stream = socket.query<IStream>();
+  char bytes[32]{};
+  ULONG count = 9;
+  EXPECT_EQ(stream->Write("x", 1, &count), E_FAIL);
+  EXPECT_EQ(count, 0U);
+  EXPECT_EQ(stream->Read(bytes, 1, &count), E_FAIL);
+  ASSERT_TRUE(connect(socket, server));
+  EXPECT_EQ(stream->Write("NOOP\r\n", 6, &count), S_OK);
+  EXPECT_EQ(count, 6U);
+  EXPECT_EQ(stream->Write("", 0, nullptr), S_OK);
+  EXPECT_EQ(stream->Write(nullptr, 1, nullptr), STG_E_INVALIDPOINTER);
+  EXPECT_EQ(stream->Read(bytes, sizeof bytes, &count), S_OK);
+  EXPECT_EQ(std::string(bytes, count), "252 well\r\n");
+  ULARGE_INTEGER size{};
+  STATSTG stat{};
+  ComPtr<IStream> clone;
+  EXPECT_EQ(stream->Seek({0}, STREAM_SEEK_SET, &size), E_NOTIMPL);
+  EXPECT_EQ(stream->SetSize(size), E_NOTIMPL);
+  EXPECT_EQ(stream->CopyTo(stream.get(), size, &size, &size), E_NOTIMPL);
+  EXPECT_EQ(stream->Commit(0), E_NOTIMPL);
+  EXPECT_EQ(stream->Stat(&stat, 0), E_NOTIMPL);
+  EXPECT_EQ(stream->Clone(clone.out()), E_NOTIMPL);
+  EXPECT_FALSE(ask(socket, u"DisconnectSMTP"));  // QUIT is answered with 250
+}
+
+// A connection that breaks in the middle of a message fails the save; no SIGPIPE ends the host.
+TEST(ClientSocket, ABrokenConnectionFailsTheSave) {
+  const auto before = std::signal(SIGPIPE, SIG_DFL);
+  for (const bool reset : {false, true}) {
+    Steps steps = polite();
+    steps["DATA"] = [reset](Peer& peer) {
+      peer.say("354 go on\r\n");
+      test::pause(20);
+      if (reset) peer.reset();
+      return false;
+    };
+    MailServer server(std::move(steps));
+    const auto message = test::loaded(test::header() + test::lines(8'000'000));
+    const auto socket = new_socket();
+    ASSERT_TRUE(connect(socket, server));
+    ASSERT_TRUE(ask(socket, u"PrepareSMTP", message.get()));
+    EXPECT_FALSE(save(message, socket));
+    ULONG count = 9;
+    EXPECT_EQ(socket.query<IStream>()->Write("x", 1, &count),
+              make_status(0x80070000U | WSAECONNRESET));
+    EXPECT_EQ(count, 0U);
+    EXPECT_FALSE(ask(socket, u"GetResultSMTP"));
+    ask(socket, u"DisconnectSMTP");
+    EXPECT_EQ(socket.query<IStream>()->Write("x", 1, nullptr), E_FAIL);
+  }
+  std::signal(SIGPIPE, before);
+}
+
+// ---- messages that are none of ours ---------------------------------------------------------
+
+// An object with named properties; a list answers to its default member alone.
+class Foreign final : public IDispatch {
+ public:
+  std::map<std::u16string, Variant> properties;
+  std::vector<Variant> items;
+
+  HRESULT QueryInterface(REFIID iid, void** object) override {
+    *object = nullptr;
+    if (iid != IUnknown::kIid && iid != IDispatch::kIid) return E_NOINTERFACE;
+    *object = static_cast<IDispatch*>(this);
+    return S_OK;
+  }
+  ULONG AddRef() override { return 2; }
+  ULONG Release() override { return 1; }
+  HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT GetIDsOfNames(REFIID, OLECHAR** names, UINT, LCID, DISPID* ids) override {
+    DISPID id = 1;
+    for (const auto& [name, value] : properties) {
+      if (name == names[0]) return (*ids = id), S_OK;
+      ++id;
+    }
+    return DISP_E_UNKNOWNNAME;
+  }
+  HRESULT Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* arguments, VARIANT* result,
+                 EXCEPINFO*, UINT*) override {
+    if (flags != DISPATCH_PROPERTYGET) return DISP_E_MEMBERNOTFOUND;
+    if (member == DISPID_VALUE) {
+      if (arguments->cArgs != 1 || arguments->rgvarg[0].vt != VT_I4) return DISP_E_BADPARAMCOUNT;
+      const auto index = static_cast<std::size_t>(arguments->rgvarg[0].lVal);
+      return index < items.size() ? VariantCopy(result, &items[index]) : DISP_E_BADINDEX;
+    }
+    return VariantCopy(result, &std::next(properties.begin(), member - 1)->second);
+  }
+};
+
+TEST(ClientSocket, AnyObjectWithThePropertiesIsAMessage) {
+  Foreign sender;
+  sender.properties[u"RouteAddress"] = Variant(u"<me@x.org>");
+  std::vector<Foreign> people(200);
+  Foreign recipients;
+  for (std::size_t i = 0; i < people.size(); ++i) {
+    people[i].properties[u"RouteAddress"] = Variant(to_wide("<" + std::to_string(i) + "@x.org>"));
+    recipients.items.emplace_back(static_cast<IDispatch*>(&people[i]));
+  }
+  recipients.properties[u"Count"] = Variant(u"200");
+  Foreign message;
+  message.properties[u"Sender"] = Variant();
+  message.properties[u"From"] = Variant(static_cast<IDispatch*>(&recipients));
+  message.properties[u"To"] = Variant(static_cast<IDispatch*>(&recipients));
+
+  MailServer server(polite());
+  const auto socket = new_socket();
+  ASSERT_TRUE(connect(socket, server));
+  EXPECT_TRUE(ask(socket, u"PrepareSMTP", static_cast<IDispatch*>(&message)));
+  EXPECT_TRUE(ask(socket, u"GetResultSMTP"));
+
+  // A recipient that cannot be read, or not be written, stops the transaction before its start.
+  const Variant snowman(u"<\u2603@x.org>");
+  for (const Variant& broken : {Variant(), snowman}) {
+    people[150].properties.clear();
+    if (broken.vt != VT_EMPTY) people[150].properties[u"RouteAddress"] = broken;
+    EXPECT_FALSE(ask(socket, u"PrepareSMTP", static_cast<IDispatch*>(&message)));
+  }
+  EXPECT_TRUE(ask(socket, u"DisconnectSMTP"));
+  server.stop();
+  ASSERT_EQ(server.commands.size(), 204U);
+  EXPECT_EQ(server.commands[1], "MAIL From: <0@x.org>");
+  EXPECT_EQ(server.commands[201], "RCPT TO: <199@x.org>");
+}
+
+}  // namespace
+}  // namespace tallowbrook

@@ -1,0 +1,484 @@
+// The session against servers that behave, and against every way in which they do not.
+#include "smtp/session.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "core/text.h"
+#include "platform/kernel/debug_output.h"
+#include "tests/model/host.h"
+#include "tests/support/mail_server.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+using test::Action;
+using test::MailServer;
+using test::Peer;
+using test::polite;
+using test::say;
+using test::Steps;
+
+constexpr char kMessage[] =
+    "From: a@example.org\r\nTo: b@example.net, c@example.net\r\nSubject: hello\r\n\r\ntext\r\n";
+
+class Session : public ::testing::Test {
+ protected:
+  static CSMTP* connect(CSMTP& session, const MailServer& server) {
+    session.set_server("127.0.0.1", server.port());
+    return session.connect_session() ? &session : nullptr;
+  }
+  static bool prepare(CSMTP& session, std::string_view message = kMessage) {
+    return session.prepare(test::loaded(message).get());
+  }
+};
+
+TEST_F(Session, TakesAMessageThroughTheWholeDialogue) {
+  MailServer server(polite());
+  CSMTP session;
+  EXPECT_EQ(session.last_error(), "OK");
+  ASSERT_TRUE(connect(session, server)) << session.last_error();
+  EXPECT_TRUE(session.connect_session());
+  EXPECT_TRUE(prepare(session));
+  EXPECT_EQ(session.write("Subject: x\r\n\r\n..\r\n.\r\n"), 21);
+  EXPECT_TRUE(session.result());
+  EXPECT_TRUE(session.disconnect_session());
+  EXPECT_TRUE(session.disconnect_session());
+  EXPECT_EQ(session.last_error(), "OK");
+  server.stop();
+  EXPECT_EQ(server.connections, 1);
+  EXPECT_EQ(server.messages, std::vector<std::string>{"Subject: x\r\n\r\n..\r\n.\r\n"});
+  ASSERT_EQ(server.commands.size(), 6U);
+  EXPECT_EQ(server.commands[0].substr(0, 5), "HELO ");
+  const std::vector<std::string> rest(server.commands.begin() + 1, server.commands.end());
+  EXPECT_EQ(rest,
+            (std::vector<std::string>{"MAIL From: <a@example.org>", "RCPT TO: <b@example.net>",
+                                      "RCPT TO: <c@example.net>", "DATA", "QUIT"}));
+}
+
+// ---- the envelope ---------------------------------------------------------------------------
+
+TEST_F(Session, EnvelopeComesFromSenderFromAndTo) {
+  const struct {
+    const char* header;
+    std::vector<std::string> commands;  // none: nothing is sent
+  } cases[] = {
+      {"Sender: s@x.org\r\nFrom: a@x.org\r\nTo: b@x.org\r\n",
+       {"MAIL From: <s@x.org>", "RCPT TO: <b@x.org>", "DATA"}},
+      {"From: a@x.org, c@x.org\r\nTo: b@x.org\r\nCc: d@x.org\r\nBcc: e@x.org\r\n",
+       {"MAIL From: <a@x.org>", "RCPT TO: <b@x.org>", "DATA"}},
+      {"From: Ann Other <a@x.org>\r\nTo: \"B, b\" <b@x.org>\r\n",
+       {"MAIL From: <a@x.org>", "RCPT TO: <b@x.org>", "DATA"}},
+      {"From: a@x.org\r\n", {}},
+      {"To: b@x.org\r\n", {}},
+  };
+  for (const auto& c : cases) {
+    MailServer server(polite());
+    {
+      CSMTP session;
+      ASSERT_TRUE(connect(session, server));
+      EXPECT_EQ(prepare(session, std::string(c.header) + "\r\n"), !c.commands.empty()) << c.header;
+    }
+    server.stop();
+    const std::size_t last = c.commands.empty() ? 2 : 1 + c.commands.size();
+    ASSERT_EQ(server.commands.size(), last) << c.header;
+    for (std::size_t i = 0; i < c.commands.size(); ++i) {
+      EXPECT_EQ(server.commands[i + 1], c.commands[i]);
+    }
+  }
+}
+
+TEST_F(Session, AnEmptyToListGivesNoRecipient) {
+  MailServer server(polite());
+  const auto message = test::loaded("From: a@x.org\r\n\r\n");
+  ComPtr<IDispatch> empty;
+  ASSERT_EQ(create_collection(IDispatch::kIid, empty.out_void()), S_OK);
+  ASSERT_EQ(test::put(message.get(), u"To", platform::Variant(empty.get())), S_OK);
+  CSMTP session;
+  ASSERT_TRUE(connect(session, server));
+  EXPECT_TRUE(session.prepare(message.get()));
+  session.disconnect_session();
+  server.stop();
+  EXPECT_EQ(server.commands.size(), 3U);
+}
+
+// No address can hold a command, and none of the transaction is sent.
+TEST_F(Session, AddressesWithLineEndsOrNulsAreRefused) {
+  const std::vector<std::string> bad = {"x@y>\r\nRCPT TO: <evil@x.org", "x\ny@x.org", "x\ry@x.org",
+                                        std::string("x\0y@x.org", 9)};
+  for (const std::string& address : bad) {
+    for (const char16_t* field : {u"Sender", u"To"}) {
+      MailServer server(polite());
+      const auto message = test::loaded("From: a@x.org\r\nTo: b@x.org\r\n\r\n");
+      ASSERT_EQ(test::put(message.get(), field, test::text(address)), S_OK);
+      CSMTP session;
+      ASSERT_TRUE(connect(session, server));
+      EXPECT_FALSE(session.prepare(message.get())) << address;
+      EXPECT_EQ(session.last_error(), "Address holds a line end or a NUL");
+      EXPECT_EQ(session.write("RSET\r\n"), -1);
+      EXPECT_TRUE(session.disconnect_session());
+      server.stop();
+      EXPECT_EQ(server.commands.size(), 2U);
+    }
+  }
+}
+
+TEST_F(Session, WithoutAConnectionNothingIsDone) {
+  CSMTP session;
+  EXPECT_FALSE(prepare(session));
+  EXPECT_EQ(session.last_error(), "Must be connected");
+  EXPECT_FALSE(session.result());
+  EXPECT_TRUE(session.disconnect_session());
+  session.set_server("no such host", 25);
+  EXPECT_FALSE(session.connect_session());
+  EXPECT_EQ(session.last_error(), "Hostname could not be resolved.");
+  session.set_server(std::string("127.0.0.1\0.example", 18), 25);
+  EXPECT_FALSE(session.connect_session());
+  EXPECT_EQ(session.last_error(), "Hostname could not be resolved.");
+  for (const LONG port : {0, -1, 65536 + 25}) {
+    session.set_server("127.0.0.1", port);
+    EXPECT_FALSE(session.connect_session());
+    EXPECT_EQ(session.last_error(), CWinSockException(WSAEADDRNOTAVAIL).what());
+  }
+}
+
+// ---- faults of servers ----------------------------------------------------------------------
+
+struct Step {
+  const char* verb;
+  const char* reply;
+  const char* failure;  // the text of its row
+};
+const Step kSteps[] = {
+    {"", "220", "SMTP server not available"},
+    {"HELO", "250", "SMTP server error"},
+    {"MAIL", "250", "SMTP server error"},
+    {"RCPT", "250", "SMTP server error"},
+    {"DATA", "354", "SMTP server not ready for data"},
+    {".", "250", "SMTP server error"},
+    {"QUIT", "221", "SMTP server didn't terminate session"},
+};
+
+enum class Effect { kNone, kFails, kEnds };  // the connection goes on, goes on rejected, is gone
+
+struct Fault {
+  const char* name;
+  Effect effect;
+  const char* code;  // that the error text begins with; null: that of a reset connection
+  std::function<Action(const std::string& reply)> action;
+};
+
+Action then(const std::string& text, void (Peer::*end)()) {
+  return [text, end](Peer& peer) {
+    peer.say(text);
+    if (!text.empty()) test::pause(20);  // so that it arrives
+    (peer.*end)();
+    return false;
+  };
+}
+
+const Fault kFaults[] = {
+    {"closes", Effect::kEnds, "0", [](const std::string&) { return then("", &Peer::close); }},
+    {"closes in the middle", Effect::kEnds, "2",
+     [](const std::string&) { return then("2", &Peer::close); }},
+    {"resets", Effect::kEnds, nullptr, [](const std::string&) { return then("", &Peer::reset); }},
+    {"answers in two packets", Effect::kNone, "",
+     [](const std::string& reply) {
+       return [reply](Peer& peer) {
+         peer.say(reply + " fi");
+         test::pause(30);
+         peer.say("ne\r\n");
+         return true;
+       };
+     }},
+    {"breaks the code in two", Effect::kFails, "2",
+     [](const std::string& reply) {
+       return [reply](Peer& peer) {
+         peer.say("2");
+         test::pause(30);
+         peer.say(reply.substr(1) + " late\r\n");
+         return true;
+       };
+     }},
+    {"answers with several lines", Effect::kNone, "",
+     [](const std::string& reply) {
+       return say(reply + "-one\r\n" + reply + "-two\r\n" + reply + " three\r\n");
+     }},
+    {"answers with several packets", Effect::kNone, "",
+     [](const std::string& reply) {
+       return [reply](Peer& peer) {
+         peer.say(reply + "-one\r\n");
+         test::pause(30);
+         peer.say(reply + " two\r\n");
+         return true;
+       };
+     }},
+    {"has a code of four digits", Effect::kNone, "",
+     [](const std::string& reply) { return say(reply + "0\r\n"); }},
+    {"has a code of two digits", Effect::kFails, "25",
+     [](const std::string&) { return say("25\r\n"); }},
+    {"has no code", Effect::kFails, "0", [](const std::string&) { return say("abc\r\n"); }},
+    {"says an empty line", Effect::kFails, "0", [](const std::string&) { return say("\r\n"); }},
+    {"rejects", Effect::kFails, "554", [](const std::string&) { return say("554 no\r\n"); }},
+    {"says 10 KB without a line end", Effect::kFails, "0",
+     [](const std::string&) { return say(std::string(10240, 'x')); }},
+};
+
+// Which steps succeed, and with what text the others fail: greeting and HELO decide Connect, MAIL
+// and DATA decide Prepare.
+void expect_outcome(const Step& step, const Fault& fault, int port) {
+  SCOPED_TRACE(std::string("at \"") + step.verb + "\" the server " + fault.name);
+  const std::string verb = step.verb;
+  const bool fails = fault.effect != Effect::kNone;
+  const bool ends = fault.effect == Effect::kEnds;
+  const bool in_connect = verb.empty() || verb == "HELO";
+  const bool in_prepare = verb == "MAIL" || verb == "DATA" || verb == "RCPT";
+  std::string expected = fault.code == nullptr ? CWinSockException(WSAECONNRESET).what()
+                                               : std::string(fault.code) + ":" + step.failure;
+  if (verb.empty()) expected = "Server didn't respond.";
+  if (!fails) expected = "OK";
+
+  CSMTP session("127.0.0.1", port);
+  EXPECT_EQ(session.connect_session(), !(in_connect && fails)) << session.last_error();
+  EXPECT_EQ(session.connected(), !(in_connect && fails));
+  if (in_connect) {
+    EXPECT_EQ(session.last_error(), expected);
+  }
+  if (!session.connected()) return;
+
+  const bool prepared = session.prepare(test::loaded(kMessage).get());
+  EXPECT_EQ(prepared, !(in_prepare && fails && (verb != "RCPT" || ends))) << session.last_error();
+  if (in_prepare && !(verb == "RCPT" && ends)) {
+    EXPECT_EQ(session.last_error(), expected);
+  }
+  if (prepared) {
+    EXPECT_EQ(session.write("text"), 4);
+    EXPECT_EQ(session.result(), !(verb == "." && fails)) << session.last_error();
+    if (verb == ".") {
+      EXPECT_EQ(session.last_error(), expected);
+    }
+  }
+  const bool left = session.disconnect_session();
+  EXPECT_FALSE(session.connected());
+  if (verb == "QUIT") {
+    EXPECT_EQ(left, !fails);
+    EXPECT_EQ(session.last_error(), expected);
+  } else if (verb == "DATA" && fails && !ends && fault.code != std::string("554")) {
+    EXPECT_FALSE(left);  // the server may wait for a text and would take QUIT for its first line
+  } else if (!(ends && (in_prepare || verb == "."))) {
+    EXPECT_TRUE(left) << session.last_error();
+  }
+}
+
+TEST_F(Session, FaultsOfServersFailTheStepAndNoMore) {
+  const int before = test::open_descriptors();
+  for (const Step& step : kSteps) {
+    for (const Fault& fault : kFaults) {
+      Steps steps = polite();
+      steps[step.verb] = fault.action(step.reply);
+      MailServer server(std::move(steps));
+      const auto start = std::chrono::steady_clock::now();
+      expect_outcome(step, fault, server.port());
+      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << fault.name;
+      server.stop();
+      EXPECT_EQ(test::open_descriptors(), before) << fault.name << " at " << step.verb;
+    }
+  }
+}
+
+TEST_F(Session, ARefusedConnectionTellsSo) {
+  int port = 0;
+  {
+    MailServer server(polite());
+    port = server.port();
+  }
+  const int before = test::open_descriptors();
+  CSMTP session("127.0.0.1", port);
+  EXPECT_FALSE(session.connect_session());
+  EXPECT_EQ(session.last_error(), CWinSockException(WSAECONNREFUSED).what());
+  EXPECT_FALSE(session.is_open());
+  EXPECT_EQ(test::open_descriptors(), before);
+}
+
+// A server that says nothing is waited for; that it closes ends the wait.
+TEST_F(Session, ASilentServerBlocksUntilItCloses) {
+  MailServer server([](Peer&) { test::pause(400); });
+  CSMTP session("127.0.0.1", server.port());
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(session.connect_session());
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(350));
+  EXPECT_EQ(session.last_error(), "Server didn't respond.");
+}
+
+// All steps at once, so that the test takes no longer than the slowest of them.
+TEST_F(Session, ThreadsWaitForSlowServers) {
+  std::vector<std::thread> threads;
+  std::atomic<int> delivered{0};
+  for (const Step& slow : kSteps) {
+    threads.emplace_back([&slow, &delivered] {
+      Steps steps = polite();
+      steps[slow.verb] = [at_once = steps[slow.verb]](Peer& peer) {
+        test::pause(3000);
+        return at_once(peer);
+      };
+      MailServer server(std::move(steps));
+      CSMTP session("127.0.0.1", server.port());
+      const std::string text = "From: a@example.org\r\nTo: b@example.net\r\n\r\n";
+      if (session.connect_session() && session.prepare(test::loaded(text).get()) &&
+          session.write("text\r\n.\r\n") == 9 && session.result() && session.disconnect_session()) {
+        ++delivered;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(delivered, 7);
+}
+
+TEST_F(Session, ARejectedRecipientDoesNotStopTheRest) {
+  for (const bool all : {false, true}) {
+    Steps steps = polite();
+    steps["RCPT"] = [all, n = 0](Peer& peer) mutable {
+      peer.say(all || n++ == 0 ? "550 no such user\r\n" : "250 fine\r\n");
+      return true;
+    };
+    if (all) steps["DATA"] = say("503 no recipients\r\n");
+    MailServer server(std::move(steps));
+    CSMTP session;
+    ASSERT_TRUE(connect(session, server));
+    EXPECT_EQ(prepare(session), !all);
+    EXPECT_EQ(session.last_error(),
+              all ? "503:SMTP server not ready for data" : "550:SMTP server error");
+  }
+}
+
+// ---- the text of a message ------------------------------------------------------------------
+
+TEST_F(Session, NothingIsTakenBehindTheEndOfTheText) {
+  MailServer server(polite());
+  CSMTP session;
+  ASSERT_TRUE(connect(session, server));
+  ASSERT_TRUE(prepare(session));
+  EXPECT_EQ(session.write("text\r\n.\r\nMAIL From: <evil@x.org>\r\n"), 9);
+  EXPECT_EQ(session.write("MAIL From: <evil@x.org>\r\n"), -1);
+  EXPECT_EQ(session.last_error(), "Data refused, server is not ready for it");
+  EXPECT_TRUE(session.result());
+  EXPECT_TRUE(session.disconnect_session());
+  server.stop();
+  EXPECT_EQ(server.commands.size(), 6U);
+  EXPECT_EQ(server.messages, std::vector<std::string>{"text\r\n.\r\n"});
+}
+
+TEST_F(Session, AnAmbiguousEndBreaksTheConnectionOff) {
+  MailServer server(polite());
+  CSMTP session;
+  ASSERT_TRUE(connect(session, server));
+  ASSERT_TRUE(prepare(session));
+  EXPECT_EQ(session.write("text\n"), 5);
+  EXPECT_EQ(session.write(".\nMAIL From: <evil@x.org>\r\n"), -1);
+  EXPECT_EQ(session.last_error(), "Line end around a lone dot is not CR LF");
+  EXPECT_FALSE(session.connected());
+  EXPECT_FALSE(session.result());
+  server.stop();
+  EXPECT_TRUE(server.messages.empty());
+}
+
+TEST_F(Session, ResultSuppliesTheEndThatIsMissing) {
+  for (const char* text : {"", "text", "text\r", "text\r\n", "text\r\n.", "text\r\n.\r"}) {
+    MailServer server(polite());
+    CSMTP session;
+    ASSERT_TRUE(connect(session, server));
+    ASSERT_TRUE(prepare(session));
+    if (*text != '\0') session.write(text);
+    EXPECT_TRUE(session.result()) << text;
+    EXPECT_TRUE(session.disconnect_session()) << session.last_error();
+    server.stop();
+    const std::string wanted = *text == '\0' ? ".\r\n" : "text\r\n.\r\n";
+    EXPECT_EQ(server.messages, std::vector<std::string>{wanted});
+  }
+}
+
+// The server must not take half of a message for the whole.
+TEST_F(Session, DisconnectingInTheMiddleOfATextDropsIt) {
+  MailServer server(polite());
+  CSMTP session;
+  ASSERT_TRUE(connect(session, server));
+  ASSERT_TRUE(prepare(session));
+  session.write("half of the text\r\n");
+  EXPECT_FALSE(session.disconnect_session());
+  EXPECT_FALSE(session.connected());
+  EXPECT_EQ(session.last_error(), "Message data was not finished");
+  server.stop();
+  EXPECT_TRUE(server.messages.empty());
+}
+
+// Bytes that do not go out at once: the watch follows what was sent, not what was given.
+TEST_F(Session, ShortSendsAreCountedAndWatchedAsSent) {
+  std::string received;
+  Steps steps = polite();
+  steps["DATA"] = [](Peer& peer) {
+    peer.say("354 go on\r\n");
+    test::pause(200);
+    return true;
+  };
+  MailServer server(std::move(steps), 4096);
+  std::string text;
+  while (text.size() < 8'000'000) text += "..a line with a dot. and more\r\n";
+  text += ".\r\n";
+  CSMTP session;
+  ASSERT_TRUE(connect(session, server));
+  ASSERT_TRUE(prepare(session));
+  session.set_blocking(false);
+  std::size_t done = 0;
+  int writes = 0;
+  for (; done < text.size(); ++writes) {
+    const int sent = session.write(std::string_view(text).substr(done));
+    ASSERT_GE(sent, 0);
+    done += static_cast<std::size_t>(sent);
+  }
+  EXPECT_GT(writes, 1);
+  EXPECT_TRUE(session.result());
+  EXPECT_TRUE(session.disconnect_session());
+  server.stop();
+  ASSERT_EQ(server.messages.size(), 1U);
+  EXPECT_TRUE(server.messages[0] == text);
+}
+
+// ---- what the debug output tells ------------------------------------------------------------
+
+TEST_F(Session, TheDebugOutputTellsTheDialogue) {
+  std::mutex lock;
+  std::string told;
+  platform::SetDebugOutputHandler([&](std::string_view text) {
+    const std::lock_guard hold(lock);
+    told += text;
+  });
+  Steps steps = polite();
+  steps["MAIL"] = say("250-fine\r\n250 \x1B[31mred\r\n");
+  steps["RCPT"] = say("550 no\r\n");
+  MailServer server(std::move(steps));
+  CSMTP session;
+  ASSERT_TRUE(connect(session, server));
+  ASSERT_TRUE(prepare(session, "From: a@x.org\r\nTo: b@x.org\r\n\r\n"));
+  session.write("text\r\n");
+  session.result();
+  session.disconnect_session();
+  platform::SetDebugOutputHandler({});
+  char name[256]{};
+  ASSERT_EQ(::gethostname(name, sizeof name - 1), 0);
+  EXPECT_EQ(told, "SMTP * connected to 127.0.0.1:" + std::to_string(server.port()) +
+                      "\nSMTP < 220 ready\nSMTP > HELO " + name +
+                      "\nSMTP < 250 hello\nSMTP > MAIL From: <a@x.org>\nSMTP < 250-fine\n"
+                      "SMTP < 250 \\x1B[31mred\nSMTP > RCPT TO: <b@x.org>\nSMTP < 550 no\n"
+                      "SMTP ! 550:SMTP server error\nSMTP > DATA\nSMTP < 354 go on\n"
+                      "SMTP > (9 bytes of message)\nSMTP < 250 taken\nSMTP > QUIT\n"
+                      "SMTP < 221 bye\n");
+}
+
+}  // namespace
+}  // namespace tallowbrook
