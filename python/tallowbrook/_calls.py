@@ -5,7 +5,7 @@ from ctypes import addressof, byref, c_char_p, c_int32, c_uint16, c_uint32, c_vo
 from . import _abi, _threads, _values
 from ._abi import DISPPARAMS, EXCEPINFO, GUID, GUID_NULL, LOCALE_USER_DEFAULT, VARIANT, slot
 from ._errors import ComError, Status
-from ._library import platform, take_bstr, wide
+from ._library import load_failure, platform, take_bstr, wide
 from ._values import MISSING
 
 _get_type_info = slot(4, c_uint32, c_uint32, c_void_p)
@@ -214,7 +214,7 @@ def create(name):
         status = layer.create_instance(byref(clsid), None, _abi.CLSCTX_INPROC_SERVER,
                                        byref(_abi.IID_IDISPATCH), byref(pointer))
     if status < 0:
-        error = ComError(status, member=f"CreateObject({name!r})")
+        error = ComError(status, load_failure(), member=f"CreateObject({name!r})")
         home.error_text = error.description
         raise error
     return pointer.value

@@ -88,38 +88,48 @@ def _file_in(folder, name):
 
 
 def _find():
-    """The paths of the layer and of the component. A component of None is left to the
-    registration."""
+    """The paths of the layer and of the component; a bare name is left to the system's loader."""
     setting = os.environ.get(VARIABLE)
     if setting and os.path.isfile(setting):
-        folder = Path(setting).absolute().parent
-        return _file_in(folder, PLATFORM) or PLATFORM, str(Path(setting).absolute())
-    for folder in _folders():
+        component = Path(setting).absolute()
+        return _file_in(component.parent, PLATFORM) or PLATFORM, str(component)
+    folders = list(_folders())
+    for folder in folders:
         component = _file_in(folder, COMPONENT)
         if component:
             layer = _file_in(folder, PLATFORM) or _file_in(folder.parent, PLATFORM)
             return layer or PLATFORM, component
     if setting:
         raise OSError(f"{VARIABLE} is {setting!r}, and {COMPONENT} is not there")
-    layers = (_file_in(folder, PLATFORM) for folder in _folders())
-    return next(filter(None, layers), PLATFORM), None
+    layers = (_file_in(folder, PLATFORM) for folder in folders)
+    return next(filter(None, layers), PLATFORM), COMPONENT
 
 
-def _load():
-    layer, component = _find()
-    try:
-        platform = _Platform(layer)
-    except (OSError, AttributeError) as error:
-        raise OSError(f"Tallowbrook's platform layer cannot be used: {error}; set {VARIABLE} to "
-                      f"the path of {COMPONENT}") from None
-    module = c_void_p()
-    # Without a component in sight the system's loader is asked, then the registration.
-    path = component or COMPONENT
-    status = platform.load_component(os.fsencode(path), ctypes.byref(module))
-    if status < 0 and component:
-        text = platform.component_error() or b""
-        raise ComError(status, f"{path}: {os.fsdecode(text)}" if text else path)
-    return platform, component
+def _load_layer(path):
+    # Where the files for building are not installed, only the name with the version is there.
+    for name in (path, path + ".1") if path == PLATFORM else (path,):
+        try:
+            return _Platform(name)
+        except (OSError, AttributeError) as error:
+            failure = error
+    raise OSError(f"Tallowbrook's platform layer cannot be used: {failure}; set {VARIABLE} to the "
+                  f"path of {COMPONENT}")
+
+
+class _Loaded:
+    """The layer and what became of the component."""
+
+    def __init__(self):
+        layer, self.component = _find()
+        self.platform = _load_layer(layer)
+        module = c_void_p()
+        status = self.platform.load_component(os.fsencode(self.component), ctypes.byref(module))
+        self.failure = ""
+        if status < 0:
+            text = os.fsdecode(self.platform.component_error() or b"") or self.component
+            if self.component != COMPONENT:
+                raise ComError(status, text)
+            self.failure = text  # a registration may still know a component
 
 
 _lock = threading.Lock()
@@ -131,18 +141,23 @@ def _load_once():
     if _loaded is None:
         with _lock:
             if _loaded is None:
-                _loaded = _load()
+                _loaded = _Loaded()
     return _loaded
 
 
 def platform():
     """The functions of the platform layer; loads it and the component on the first call."""
-    return _load_once()[0]
+    return _load_once().platform
 
 
 def component_path():
-    """The file that the component was loaded from; None when it was left to the system."""
-    return _load_once()[1]
+    """The file that the component was loaded from, or its bare name."""
+    return _load_once().component
+
+
+def load_failure():
+    """Why the component could not be loaded; empty when it was."""
+    return _load_once().failure
 
 
 # --- texts ---------------------------------------------------------------------------------------

@@ -36,10 +36,10 @@ def _check(status, member):
 
 
 def _write_all(stream, data):
-    view = memoryview(data).cast("B")
+    data = bytes(data)
     done = c_uint32()
-    for start in range(0, len(view), _FAR):
-        block = bytes(view[start:start + _FAR])
+    for start in range(0, len(data), _FAR):
+        block = data[start:start + _FAR]
         _check(_stream_write(stream, block, len(block), byref(done)), "IStream.Write")
         if done.value != len(block):
             raise ComError(Status.STG_E_MEDIUMFULL, member="IStream.Write")

@@ -30,6 +30,8 @@ _PARAMETER_NOT_FOUND = 0x80020004
 _DAY_ZERO = datetime.datetime(1899, 12, 30)
 _DAY = datetime.timedelta(days=1)
 _MICROSECONDS = 86_400_000_000
+# Up to here (the year 2079) a date's number tells microseconds, later only milliseconds.
+_FINE_DAYS = 1 << 16
 
 
 def date_to_python(days):
@@ -38,6 +40,8 @@ def date_to_python(days):
     try:
         whole = math.trunc(days)
         time = round(abs(days - whole) * _MICROSECONDS)
+        if abs(whole) >= _FINE_DAYS:
+            time = round(time, -3)
         return _DAY_ZERO + datetime.timedelta(days=whole, microseconds=time)
     except (OverflowError, ValueError):
         return days

@@ -1,0 +1,47 @@
+"""What the tests of the Python binding share."""
+
+import ctypes
+import gc
+import os
+import pathlib
+import unittest
+
+import tallowbrook
+from tallowbrook import _library
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+SAMPLES = ROOT / "samples"
+CORPUS = ROOT.parent / "shared" / "corpus"
+SANITIZED = "asan" in os.environ.get("LD_PRELOAD", "")
+
+
+def new_message(file=None):
+    message = tallowbrook.CreateObject("Tallowbrook.Decoder")
+    if file is not None:
+        message.LoadFromFile(file if os.path.isabs(file) else str(SAMPLES / file))
+    return message
+
+
+def new_collection(*items):
+    collection = tallowbrook.CreateObject("Tallowbrook.Collection")
+    for item in items:
+        collection.Add(item)
+    return collection
+
+
+def nothing_alive():
+    """True when the component counts no object any more."""
+    gc.collect()
+    tallowbrook.last_error()  # gives back what other threads dropped
+    return ctypes.CDLL(_library.component_path()).DllCanUnloadNow() == 0
+
+
+def memory():
+    """Bytes of this process in memory."""
+    with open("/proc/self/statm") as file:
+        return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+
+class TestCase(unittest.TestCase):
+    def tearDown(self):
+        self.assertTrue(nothing_alive(), "an object was not given back")

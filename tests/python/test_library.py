@@ -1,0 +1,123 @@
+"""Where the package finds the component; what scripts and documents promise."""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import sysconfig
+import tempfile
+import unittest
+
+from support import CORPUS, ROOT, SAMPLES, SANITIZED
+from tallowbrook import _library
+
+PACKAGE = ROOT / "python" / "tallowbrook"
+CREATE = ("import tallowbrook; tallowbrook.CreateObject('Tallowbrook.Decoder'); "
+          "print(tallowbrook._library.component_path())")
+
+
+def run(*arguments, **environment):
+    """Runs the interpreter of the tests with this environment instead of theirs."""
+    passed = {name: value for name, value in os.environ.items()
+              if name not in ("PYTHONPATH", "TALLOWBROOK_LIBRARY")}
+    passed.update({name: str(value) for name, value in environment.items()})
+    return subprocess.run([sys.executable, *map(str, arguments)], env=passed, text=True,
+                          capture_output=True, cwd=tempfile.gettempdir(), timeout=300)
+
+
+class Finding(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        component = pathlib.Path(_library.component_path()).resolve()
+        self.files = [component, *component.parent.glob("libtallowbrook-platform.so*")]
+
+    def put_libraries(self, folder):
+        """As they are installed: without the name for building."""
+        target = self.folder / folder
+        target.mkdir(parents=True, exist_ok=True)
+        for file in self.files:
+            if file.name != "libtallowbrook-platform.so":
+                shutil.copy(file, target, follow_symlinks=False)
+        return target / "libtallowbrook.so"
+
+    def put_package(self, folder):
+        shutil.copytree(PACKAGE, self.folder / folder / "tallowbrook")
+        return self.folder / folder
+
+    def assert_finds(self, library, **environment):
+        done = run("-c", CREATE, **environment)
+        self.assertEqual((done.stdout.strip(), done.stderr), (str(library), ""))
+
+    def test_the_environment_variable_names_a_file_or_a_folder(self):
+        library = self.put_libraries("somewhere")
+        for setting in (library, library.parent):
+            self.assert_finds(library, PYTHONPATH=ROOT / "python", TALLOWBROOK_LIBRARY=setting)
+        done = run("-c", CREATE, PYTHONPATH=ROOT / "python", TALLOWBROOK_LIBRARY=self.folder)
+        self.assertIn("libtallowbrook.so is not there", done.stderr)
+
+    def test_the_build_tree(self):
+        package = self.put_package("python")
+        (self.folder / "CMakeLists.txt").touch()
+        self.assert_finds(self.put_libraries("build/debug/lib"), PYTHONPATH=package)
+        self.assert_finds(self.put_libraries("build/release/lib"), PYTHONPATH=package)
+
+    def test_the_prefix_of_the_package(self):
+        multiarch = sysconfig.get_config_var("MULTIARCH") or "x86_64-linux-gnu"
+        package = self.put_package("usr/lib/python3/dist-packages")
+        self.assert_finds(self.put_libraries("usr/lib"), PYTHONPATH=package)
+        self.assert_finds(self.put_libraries(f"usr/lib/{multiarch}"), PYTHONPATH=package)
+
+    def test_the_loader(self):
+        package = self.put_package("modules")
+        library = self.put_libraries("libraries")
+        self.assert_finds("libtallowbrook.so", PYTHONPATH=package, LD_LIBRARY_PATH=library.parent)
+
+    def test_nowhere(self):
+        done = run("-c", CREATE, PYTHONPATH=self.put_package("modules"))
+        if done.returncode == 0:
+            self.skipTest("Tallowbrook is installed on this machine")
+        self.assertRegex(done.stderr, "OSError: Tallowbrook's platform layer .*TALLOWBROOK_LIBRARY")
+
+
+class Scripts(unittest.TestCase):
+    ENVIRONMENT = {"PYTHONPATH": ROOT / "python",
+                   "TALLOWBROOK_LIBRARY": _library.component_path()}
+
+    def test_stubs_are_up_to_date(self):
+        done = run(ROOT / "scripts" / "python-stubs", "--check", **self.ENVIRONMENT)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        for stub in PACKAGE.glob("*.pyi"):
+            compile(stub.read_text(), str(stub), "exec")
+
+    def test_samples_say_the_same(self):
+        program = os.environ.get("TALLOWBROOK_SAMPLE")
+        if not program:
+            self.skipTest("TALLOWBROOK_SAMPLE does not name the built sample")
+        for folder in filter(pathlib.Path.is_dir, (SAMPLES, CORPUS)):
+            script = run(SAMPLES / "attachments.py", folder, **self.ENVIRONMENT)
+            self.assertEqual(script.stderr, "")
+            environment = {**os.environ, "TALLOWBROOK_LIBRARY": _library.component_path()}
+            compiled = subprocess.run([program, folder], text=True, capture_output=True,
+                                      env=environment, timeout=300)
+            self.assertEqual(script.stdout, compiled.stdout)
+            self.assertIn(".eml: ", script.stdout)
+
+    def test_the_documents(self):
+        """Every example runs, the ones of a document one after the other."""
+        for document in (ROOT / "README.md", ROOT / "docs" / "guide.md", ROOT / "docs" / "python.md"):
+            blocks = re.findall(r"^```python\n(.*?)^```$", document.read_text(), re.M | re.S)
+            self.assertTrue(blocks, document)
+            with tempfile.TemporaryDirectory() as folder:
+                os.symlink(SAMPLES, os.path.join(folder, "samples"))
+                file = pathlib.Path(folder, "examples.py")
+                file.write_text(f"import os\nos.chdir({folder!r})\n" + "\n".join(blocks))
+                done = run(file, **self.ENVIRONMENT)
+                self.assertEqual(done.stderr, "", document.name)
+
+
+if __name__ == "__main__":
+    unittest.main()

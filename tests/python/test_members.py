@@ -1,0 +1,159 @@
+"""Members by name: calls, properties, arguments, help, errors."""
+
+import copy
+import inspect
+import pickle
+import pydoc
+import unittest
+
+import tallowbrook
+from support import SAMPLES, TestCase, new_collection, new_message
+from tallowbrook import ComError, Status
+
+
+class Names(TestCase):
+    def test_letter_case_does_not_count(self):
+        message = new_message("welcome.eml")
+        self.assertEqual(message.SUBJECT, "Welcome to the garden club")
+        message.subject = "other"
+        self.assertEqual(message.Subject, "other")
+        self.assertTrue(message.loadfromfile(PATH=str(SAMPLES / "plain.eml")))
+        self.assertEqual(message.body.extfield["x-none"], "")
+
+    def test_names_that_do_not_exist(self):
+        message = new_message()
+        with self.assertRaisesRegex(AttributeError, "'IMimeDecoder' object has no attribute 'Nope'"):
+            message.Nope
+        with self.assertRaisesRegex(AttributeError, "Nope"):
+            message.Nope = 1
+        self.assertFalse(hasattr(message, "__array__"))
+        with self.assertRaisesRegex(AttributeError, "Charset can be set, not read"):
+            message.Charset
+        for name in ("Count", "Load"):
+            with self.assertRaises(AttributeError, msg=name):
+                setattr(message, name, 1)
+
+    def test_dir_shows_the_members(self):
+        names = dir(new_message())
+        for name in ("Subject", "LoadFromFile", "CurrentValues", "Charset"):
+            self.assertIn(name, names)
+        self.assertNotIn("subject", names)
+
+    def test_help_comes_from_the_type_information(self):
+        text = pydoc.render_doc(new_message().Body, renderer=pydoc.plaintext)
+        self.assertIn("class IMimeBody(", text)
+        self.assertIn("Import(self, pStream: Any, StreamByReference: bool = False) -> bool", text)
+        self.assertIn("ExtField(strName: str) -> Any", text)
+        self.assertIn("Writes the decoded content to a file", text)
+        self.assertEqual(str(inspect.signature(tallowbrook.IClientSocket.ConnectSMTP)),
+                         "(self, strServer: str, nPort: int = 25) -> bool")
+        self.assertIs(type(new_message()), tallowbrook.IMimeDecoder)
+
+    def test_identity(self):
+        message = new_message()
+        collection = new_collection(message)
+        self.assertEqual(collection[0], message)
+        self.assertEqual(len({collection[0], message}), 1)
+        self.assertNotEqual(message, new_message())
+        self.assertNotEqual(message, 5)
+        self.assertTrue(message and not len(message))
+        for attempt in (copy.copy, copy.deepcopy, pickle.dumps):
+            with self.assertRaises(TypeError):
+                attempt(message)
+        with self.assertRaises(TypeError):
+            tallowbrook.IMimeDecoder()
+
+
+class Arguments(TestCase):
+    def test_by_call_by_index_and_put(self):
+        body = new_message().Body
+        body.ExtField["X-Mark"] = "1"
+        self.assertEqual(body.ExtField["X-Mark"], "1")
+        self.assertEqual(body.ExtField("X-Mark"), "1")
+        self.assertEqual(body.ExtField(STRNAME="X-Mark"), "1")
+        with self.assertRaisesRegex(AttributeError, "takes an argument"):
+            body.ExtField = "1"
+        with self.assertRaisesRegex(AttributeError, "can be read, not set"):
+            body.Item[0] = 1
+        with self.assertRaises(TypeError):
+            list(body.ExtField)
+        self.assertIn("ExtField(strName)", repr(body.ExtField))
+
+    def test_default_members_are_called(self):
+        self.assertEqual(new_collection("a", "b")(1), "b")
+        parameters = new_message("plain.eml").Body.ContentType.Parameters
+        parameters.Modify("x", "y")
+        self.assertEqual(parameters("x"), "y")
+
+    def test_optional_named_and_wrong_ones(self):
+        parameters = new_message("plain.eml").Body.ContentType.Parameters
+        parameters.Modify("a", "ä")
+        parameters.Modify(item="ä", index="b", bquote=False)
+        self.assertEqual(parameters.Item("a"), "ä")
+        self.assertEqual(parameters.Item("b"), "ä")
+        part = new_message().Body
+        for arguments, keywords, text in (
+                ((), {}, "needs the argument 'pStream'"),
+                ((1, 2, 3), {}, "takes 2 arguments but 3 were given"),
+                ((1,), {"pStream": 1}, "'pStream' twice"),
+                ((1,), {"Nope": 1}, "no argument 'Nope'"),
+                ((set(),), {}, "argument pStream: 'set'")):
+            with self.assertRaisesRegex(TypeError, text):
+                part.Import(*arguments, **keywords)
+
+    def test_out_arguments_come_back(self):
+        with self.assertRaises(ComError) as caught:
+            new_collection(1).ItemID(0)
+        self.assertEqual(caught.exception.hresult, Status.E_NOTIMPL)
+        self.assertEqual(str(inspect.signature(tallowbrook.IDialupCollection.ItemID)),
+                         "(self, Index: int) -> Tuple[Any, Any]")
+
+
+class Errors(TestCase):
+    def test_a_failing_status(self):
+        with self.assertRaises(ComError) as caught:
+            new_message().LoadFromFile("/nowhere/to be found.eml")
+        error = caught.exception
+        self.assertEqual(error.hresult, 0x80004005)
+        self.assertIs(error.hresult, Status.E_FAIL)
+        self.assertEqual(error.description, 'File not found: "/nowhere/to be found.eml"')
+        self.assertIsNone(error.line)
+        self.assertEqual(str(error), f"IMimeDecoder.LoadFromFile: {error.description} "
+                                     "(E_FAIL, 0x80004005)")
+        self.assertEqual(tallowbrook.last_error(), error.description)
+
+    def test_the_line_that_the_text_tells(self):
+        with self.assertRaises(ComError) as caught:
+            new_message("broken.eml")
+        self.assertEqual(caught.exception.hresult, Status.E_ABORT)
+        self.assertEqual(caught.exception.line, 2)
+        for text, line in (("Line 3 of 5", 3), ("x in Line -1", None), ("online 3", None),
+                           ('parse error "in Line 7" in Line 2', 2)):
+            self.assertEqual(ComError(Status.E_FAIL, text).line, line, text)
+
+    def test_an_argument_of_the_wrong_type_is_named(self):
+        with self.assertRaisesRegex(ComError, r"IMimeBody.Item\(Index\).*DISP_E_TYPEMISMATCH"):
+            new_message().Body.Item("x")
+
+    def test_a_method_that_answers_false(self):
+        message = new_message()
+        self.assertFalse(message.Load(tallowbrook.blob(b"no message")))
+        text = tallowbrook.last_error()
+        self.assertRegex(text, "^parse error .* in Line 3$")
+        self.assertIsNone(message.Body)
+        self.assertEqual(tallowbrook.last_error(), text)  # reading a property changes nothing
+        self.assertTrue(message.Load(tallowbrook.blob(b"To: a@b\n\nx\n")))
+        self.assertEqual(tallowbrook.last_error(), "")
+
+    def test_classes(self):
+        name = "{C6A87D9D-09D2-4C84-8544-45EC94E45DCA}"
+        self.assertIs(type(tallowbrook.CreateObject(name)), tallowbrook.IMimeDecoder)
+        self.assertIs(type(tallowbrook.CreateObject("tallowbrook.blob.1")), tallowbrook.IBlob)
+        for name in ("Tallowbrook.Nothing", "", "{}"):
+            with self.assertRaises(ComError) as caught:
+                tallowbrook.CreateObject(name)
+            self.assertIn(repr(name), str(caught.exception))
+
+
+if __name__ == "__main__":
+    unittest.main()

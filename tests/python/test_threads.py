@@ -1,0 +1,248 @@
+"""Threads, references and memory."""
+
+import gc
+import io
+import threading
+import time
+import unittest
+
+import tallowbrook
+from support import SAMPLES, SANITIZED, TestCase, memory, new_collection, new_message, nothing_alive
+from tallowbrook import _abi, _threads
+
+ROUNDS = 10_000 if SANITIZED else 100_000
+
+
+def on_thread(work):
+    """Runs it on a thread of its own and hands on what it raises or returns."""
+    outcome = []
+
+    def run():
+        try:
+            outcome.append((True, work()))
+        except BaseException as error:
+            outcome.append((False, error))
+
+    thread = threading.Thread(target=run)
+    thread.start()
+    thread.join()
+    done, value = outcome.pop()
+    if not done:
+        raise value
+    return value
+
+
+class Releases:
+    """Remembers the thread of every release that goes through a home."""
+
+    def __enter__(self):
+        self.threads = []
+        self.real = _threads.release
+
+        def release(pointer):
+            self.threads.append(threading.get_ident())
+            return self.real(pointer)
+
+        _threads.release = release
+        self.defaults = _threads.give_back.__defaults__
+        _threads.give_back.__defaults__ = (*self.defaults[:-1], release)
+        return self
+
+    def __exit__(self, *_):
+        _threads.release = self.real
+        _threads.give_back.__defaults__ = self.defaults
+
+
+class OwnThread(TestCase):
+    def test_a_foreign_drop_is_given_back_at_home(self):
+        held = [new_message()]
+        with Releases() as releases:
+            on_thread(held.clear)
+            self.assertEqual(releases.threads, [])
+            self.assertEqual(len(_threads._local.home.dropped), 1)
+            new_collection()
+            self.assertEqual(set(releases.threads), {threading.get_ident()})
+        self.assertTrue(nothing_alive())
+
+    def test_the_collector_on_a_foreign_thread(self):
+        class Knot:
+            pass
+
+        knot = Knot()
+        knot.self, knot.message = knot, new_message("welcome.eml")
+        knot.body = knot.message.Body
+        gc.disable()
+        try:
+            del knot
+            with Releases() as releases:
+                on_thread(gc.collect)
+                self.assertEqual(releases.threads, [])
+                tallowbrook.last_error()
+                self.assertEqual(releases.threads, [threading.get_ident()] * 2)
+        finally:
+            gc.enable()
+
+    def test_an_object_belongs_to_the_thread_that_used_it_last(self):
+        held = [new_message("welcome.eml")]
+
+        def work():
+            self.assertEqual(held[0].Subject, "Welcome to the garden club")
+            with Releases() as releases:
+                held.clear()
+            return releases.threads
+
+        self.assertEqual(len(on_thread(work)), 1)
+
+    def test_a_thread_that_has_ended(self):
+        held = on_thread(lambda: [new_message(), new_collection()])
+        home = held[0]._home
+        self.assertFalse(home.open)
+        with Releases() as releases:
+            held.clear()
+            self.assertEqual(releases.threads, [threading.get_ident()] * 2)
+
+    def test_what_waits_when_a_thread_ends(self):
+        ready, go = threading.Event(), threading.Event()
+        held = []
+
+        def work():
+            held.append(new_message())
+            ready.set()
+            go.wait()
+
+        thread = threading.Thread(target=work)
+        thread.start()
+        ready.wait()
+        held.clear()
+        self.assertFalse(nothing_alive())
+        go.set()
+        thread.join()
+        self.assertTrue(nothing_alive())
+
+
+class Parallel(TestCase):
+    def test_other_threads_run_during_a_call(self):
+        """A load that waits for its file does not stop the interpreter."""
+        entered, go = threading.Event(), threading.Event()
+
+        class Slow(io.BytesIO):
+            def read(self, size=-1):
+                entered.set()
+                go.wait(10)
+                return super().read(size)
+
+        message = new_message()
+        thread = threading.Thread(target=message.Load, args=(Slow(b"To: a@b\n\n"),))
+        thread.start()
+        self.assertTrue(entered.wait(10))
+        self.assertEqual(new_message("welcome.eml").Body[1].FileName, "seeds.csv")
+        go.set()
+        thread.join()
+        self.assertEqual(message.To[0].Address, "a@b")
+        del message, thread
+
+    def test_the_lock_is_free_while_the_component_works(self):
+        text = b"To: a@b\n\n" + b"line of text\n" * (100_000 if SANITIZED else 1_000_000)
+        blob = tallowbrook.blob(text)
+        message = new_message()
+        ticks = []
+        done = threading.Event()
+
+        def tick():
+            while not done.is_set():
+                ticks.append(time.perf_counter())
+                time.sleep(0)
+
+        thread = threading.Thread(target=tick)
+        thread.start()
+        start = time.perf_counter()
+        message.Load(blob)
+        end = time.perf_counter()
+        done.set()
+        thread.join()
+        self.assertTrue(any(start + (end - start) / 4 < at < end - (end - start) / 4
+                            for at in ticks))
+
+    def test_many_threads_load(self):
+        files = [str(file) for file in SAMPLES.glob("*.eml") if file.stem != "broken"]
+
+        def work():
+            for file in files * 5:
+                message = new_message(file)
+                message.Subject, list(message.To or ()), message.Body.Count
+            return True
+
+        threads = [threading.Thread(target=work) for _ in range(16)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+
+
+class Leaks(TestCase):
+    """Memory after many rounds is what it was after few."""
+
+    def steady(self, work, rounds=ROUNDS):
+        for _ in range(max(rounds // 20, 50)):
+            work()
+        gc.collect()
+        before = memory()
+        for _ in range(rounds):
+            work()
+        gc.collect()
+        grown = memory() - before
+        if not SANITIZED:  # which keeps freed memory apart for a while
+            self.assertLess(grown, 2 << 20)
+        self.assertTrue(nothing_alive())
+
+    def test_create_and_release(self):
+        self.steady(lambda: tallowbrook.CreateObject("Tallowbrook.MailAddress"))
+
+    def test_messages(self):
+        self.steady(lambda: tallowbrook.CreateObject("Tallowbrook.Decoder"), ROUNDS // 10)
+
+    def test_arguments_results_and_errors(self):
+        message = new_message("welcome.eml")
+        file = SAMPLES / "broken.eml"
+
+        def work():
+            message.Subject = "text"
+            message.To = ["a@b", message.From[0]]
+            message.Body.ExtField["X"] = "y"
+            with self.assertRaises(tallowbrook.ComError):
+                new_message().LoadFromFile(file)
+            with self.assertRaises(TypeError):
+                message.Body.Import(io.BytesIO(b"x"), set())
+            for part in message.Body:
+                part.Export(io.BytesIO())
+            tallowbrook.read(tallowbrook.blob(b"x"))
+
+        self.steady_with(message, work)
+
+    def steady_with(self, message, work):
+        for _ in range(50):
+            work()
+        gc.collect()
+        before = memory()
+        for _ in range(ROUNDS // 100):
+            work()
+        gc.collect()
+        if not SANITIZED:
+            self.assertLess(memory() - before, 2 << 20)
+
+    def test_counts_of_references(self):
+        """A call changes the count of an object that it gets, and gives it back."""
+        message = new_message()
+        _abi.add_ref(message._pointer)
+        before = _abi.release(message._pointer)
+        collection = new_collection(message)
+        got = collection[0]
+        self.assertEqual(_abi.add_ref(message._pointer), before + 3)
+        _abi.release(message._pointer)
+        del got, collection
+        _abi.add_ref(message._pointer)
+        self.assertEqual(_abi.release(message._pointer), before)
+
+
+if __name__ == "__main__":
+    unittest.main()
