@@ -98,4 +98,4 @@ configure_and_build() {
 build() { with_lock "$1" configure_and_build "$@"; }
 
 build_packages=(g++ cmake ninja-build bison re2c libcli11-dev nlohmann-json3-dev libgtest-dev)
-test_packages=(clang-format clang-tidy ccache)
+test_packages=(clang-format clang-tidy ccache python3)

@@ -96,8 +96,8 @@ class _LentFile:
     def __init__(self, file):
         self.file = file
         self.count = 1
-        self.words = (c_void_p * 2)(ctypes.addressof(_DISPATCH_TABLE),
-                                    ctypes.addressof(_STREAM_TABLE))
+        self.words = (c_void_p * 2)(ctypes.addressof(_DISPATCH_TABLE) + _FIRST_SLOT,
+                                    ctypes.addressof(_STREAM_TABLE) + _FIRST_SLOT)
         self.dispatch = ctypes.addressof(self.words)
         self.stream = self.dispatch + sizeof(c_void_p)
         _live[self.dispatch] = _live[self.stream] = self
@@ -329,10 +329,17 @@ _STREAM = _UNKNOWN + [
 ]
 
 
+_FIRST_SLOT = 2 * sizeof(c_void_p)
+
+
 def _table(callbacks):
-    """A table of functions. It lives as long as the process: an object may outlive this module."""
+    """A table of functions. It lives as long as the process: an object may outlive this module.
+
+    In front of the first slot stand, as in the tables of C++, the offset of the object's start and
+    the description of its type, which is none here.
+    """
     addresses = [ctypes.cast(one, c_void_p).value for one in callbacks]
-    return (c_void_p * len(addresses))(*addresses)
+    return (c_void_p * (2 + len(addresses)))(None, None, *addresses)
 
 
 _DISPATCH_TABLE = _table(_DISPATCH)

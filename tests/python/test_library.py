@@ -114,7 +114,10 @@ class Scripts(unittest.TestCase):
             with tempfile.TemporaryDirectory() as folder:
                 os.symlink(SAMPLES, os.path.join(folder, "samples"))
                 file = pathlib.Path(folder, "examples.py")
-                file.write_text(f"import os\nos.chdir({folder!r})\n" + "\n".join(blocks))
+                before = f"import os, sys\nos.chdir({folder!r})\n"
+                if SANITIZED:
+                    before += f"sys.path.append({os.path.dirname(__file__)!r})\nimport support\n"
+                file.write_text(before + "\n".join(blocks))
                 done = run(file, **self.ENVIRONMENT)
                 self.assertEqual(done.stderr, "", document.name)
 
