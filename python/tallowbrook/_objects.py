@@ -406,8 +406,7 @@ class Untyped(Object):
 _WANTS_CALL = (Status.DISP_E_MEMBERNOTFOUND, Status.DISP_E_BADPARAMCOUNT,
                Status.DISP_E_PARAMNOTOPTIONAL)
 
-_lock = threading.RLock()
-_class_by_info = {}  # by the address of type information, which is held
+_lock = threading.Lock()
 _class_by_iid = {}
 
 
@@ -420,22 +419,16 @@ def class_of_interface(interface):
 
 
 def _class_of(pointer):
+    """The class of an object's own interface. Its type information is not kept: whoever holds that
+    keeps the component in use."""
     info = _calls.type_info(pointer)
     if not info:
         return Untyped
-    known = _class_by_info.get(info)
-    if known is not None:
-        _abi.release(info)
-        return known
-    with _lock:
+    try:
         known = _class_by_iid.get(_typeinfo.iid_of(info))
-        if known is None:
-            known = class_of_interface(_typeinfo.read_interface(info))
-        if known in _class_by_info.values():  # the component hands out more than one
-            _abi.release(info)
-        else:
-            _class_by_info[info] = known
-    return known
+        return known or class_of_interface(_typeinfo.read_interface(info))
+    finally:
+        _abi.release(info)
 
 
 # --- pointers ------------------------------------------------------------------------------------

@@ -119,7 +119,7 @@ class Member(NamedTuple):
 class Interface(NamedTuple):
     name: str
     help: str
-    iid: str
+    iid: bytes
     members: Tuple[Member, ...]
 
 
@@ -168,8 +168,9 @@ def _attributes(info):
 
 
 def iid_of(info):
+    """The identity of the type, as bytes."""
     with _attributes(info) as attributes:
-        return _abi.guid_text(attributes.guid)
+        return bytes(attributes.guid)
 
 
 def documentation(info, member=_MEMBER_OF_TYPE):
@@ -258,7 +259,7 @@ _FIELD_OF_KIND = {
 def read_interface(info):
     name, text = documentation(info)
     with _attributes(info) as attributes:
-        iid, count = _abi.guid_text(attributes.guid), attributes.function_count
+        iid, count = bytes(attributes.guid), attributes.function_count
     members = {}
     for index in range(count):
         function = _function(info, name, index)
