@@ -19,6 +19,7 @@
 #pragma once
 
 #include <limits>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -45,6 +46,17 @@ struct VariantCopyPolicy {
     return VariantCopyInd(target, &source);
   }
 
+  // As ItemSource::copy_items, for a container that is indexed from 0 and knows its size.
+  template <class Container>
+  static HRESULT copy_items(const Container& items, ULONG index, ULONG wanted, VARIANT* values,
+                            ULONG& copied) {
+    for (; copied < wanted && index < items.size(); ++index, ++copied) {
+      const HRESULT status = copy(&values[copied], items[index]);
+      if (FAILED(status)) return status;
+    }
+    return copied < wanted ? S_FALSE : S_OK;
+  }
+
  private:
   static constexpr bool owns_nothing(VARTYPE type) {
     return type <= VT_DATE || type == VT_BOOL || type == VT_ERROR ||
@@ -52,7 +64,8 @@ struct VariantCopyPolicy {
   }
 };
 
-// `Container` is indexed from 0 and knows its size.
+// The copy policy tells how items leave the container. The enumerator walks the live collection as
+// an ItemSource, or the container itself when it is made for one.
 template <class Base, class Container, class CopyPolicy = VariantCopyPolicy,
           class Enumerator = CComEnumOnSTL>
 class IMyCollectionOnSTLImpl : public Base, private ItemSource {
@@ -64,18 +77,28 @@ class IMyCollectionOnSTLImpl : public Base, private ItemSource {
       IUnknown* self = nullptr;
       this->QueryInterface(IUnknown::kIid, reinterpret_cast<void**>(&self));
       const auto owner = platform::ComPtr<IUnknown>::adopt(self);
-      *enumerator = make_object<Enumerator>(self, static_cast<ItemSource*>(this)).detach();
+      if constexpr (std::is_constructible_v<Enumerator, IUnknown*, ItemSource*>) {
+        *enumerator = make_object<Enumerator>(self, static_cast<ItemSource*>(this)).detach();
+      } else {
+        *enumerator = make_object<Enumerator>(self, items_).detach();
+      }
       return S_OK;
     });
   }
 
   HRESULT get_Count(LONG* count) override {
     if (count == nullptr) return E_POINTER;
-    *count = static_cast<LONG>(items_.size());
-    return S_OK;
+    *count = 0;
+    return guarded([&] {
+      *count = static_cast<LONG>(items_.size());
+      return S_OK;
+    });
   }
 
  protected:
+  IMyCollectionOnSTLImpl() = default;
+  explicit IMyCollectionOnSTLImpl(Container items) : items_(std::move(items)) {}
+
   // The item at `index`, the first one for a negative index; E_FAIL past the end.
   HRESULT item_at(LONG index, VARIANT* item) {
     if (item == nullptr) return E_POINTER;
@@ -90,15 +113,7 @@ class IMyCollectionOnSTLImpl : public Base, private ItemSource {
  private:
   HRESULT copy_items(ULONG index, ULONG wanted, VARIANT* values, ULONG& copied) override {
     copied = 0;
-    return guarded([&] {
-      while (copied < wanted && index < items_.size()) {
-        const HRESULT status = CopyPolicy::copy(&values[copied], items_[index]);
-        if (FAILED(status)) return status;
-        ++copied;
-        ++index;
-      }
-      return copied < wanted ? S_FALSE : S_OK;
-    });
+    return guarded([&] { return CopyPolicy::copy_items(items_, index, wanted, values, copied); });
   }
   ULONG item_count() override { return static_cast<ULONG>(items_.size()); }
 };

@@ -47,8 +47,9 @@ struct IDialupCollection : IDispatch {
   virtual HRESULT ModifyByID(VARIANT id, VARIANT item) = 0;
 };
 
-// A list whose items live as elements of a storage. Every object that it takes or hands out gets
-// its element's id, a number, in its property "ItemData".
+// A list whose items, which are objects, live as elements of a storage. Every object that it hands
+// out is a new one and has its element's id, a number, in its property "ItemData"; one that it
+// takes gets the id of the element that it replaces, or -1 when it is added.
 struct IComCollection : IDispatch {
   using Base = IDispatch;
   static constexpr GUID kIid{
