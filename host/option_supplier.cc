@@ -14,8 +14,9 @@ using platform::Variant;
 
 namespace {
 
-// A collection that claims to have more items than it gives is left after so many failures.
-constexpr int kMostFailures = 64;
+// A collection that claims to have more items than it gives is left after so many useless ones in a
+// row.
+constexpr int kMostUseless = 1000;
 
 // Puts a property of a host's object; one that fails is passed over.
 void put(IDispatch& object, std::u16string_view name, const Variant& value) {
@@ -170,26 +171,25 @@ void COptionSupplier::reread(IDispatch& accessor) {
   auto count = platform::get(&accessor, u"Count");
   if (FAILED(count.status)) return;
   if (FAILED(VariantChangeType(&count.value, &count.value, 0, VT_I4))) return;
-  int failures = 0;
-  for (LONG index = 0; index < count.value.lVal && failures < kMostFailures; ++index) {
+  int useless = 0;
+  for (LONG index = 0; index < count.value.lVal && useless < kMostUseless; ++index) {
     const auto item = platform::get(&accessor, u"Item", index);
     const auto object = object_in(item.value).query<IDispatch>();
-    if (SUCCEEDED(item.status) && object) {
-      reread_item(*object);
-    } else {
-      ++failures;
-    }
+    const bool read = SUCCEEDED(item.status) && object && reread_item(*object);
+    useless = read ? 0 : useless + 1;
   }
 }
 
-void COptionSupplier::reread_item(IDispatch& item) {
+bool COptionSupplier::reread_item(IDispatch& item) {
   const auto option = platform::get(&item, u"IsValueOfOption");
   const auto x_value = platform::get(&item, u"XValue");
-  if (FAILED(option.status) || FAILED(x_value.status)) return;
+  if (FAILED(option.status) || FAILED(x_value.status)) return false;
   const auto stream = object_in(x_value.value).query<IStream>();
-  if (!stream || FAILED(stream->Seek(LARGE_INTEGER{0}, STREAM_SEEK_SET, nullptr))) return;
+  if (!stream || FAILED(stream->Seek(LARGE_INTEGER{0}, STREAM_SEEK_SET, nullptr))) return false;
   Variant value;
-  if (SUCCEEDED(ReadVariant(*stream, value))) write_back(option.value.text(), value);
+  if (FAILED(ReadVariant(*stream, value))) return false;
+  write_back(option.value.text(), value);
+  return true;
 }
 
 // --- children and pictures -----------------------------------------------------------------------

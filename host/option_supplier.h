@@ -99,7 +99,8 @@ class COptionSupplier : public ExplorerNode, protected CAccessorEventsCallback {
   void fill_options(IDispatch& options);
   void fill_values(IDispatch& values, std::u16string_view option, ValueSource source);
   void reread(IDispatch& accessor);
-  void reread_item(IDispatch& item);
+  // Hands one value to `write_back`; false when the item holds none.
+  bool reread_item(IDispatch& item);
 
   platform::ComPtr<IDispatch> options_;
   Subscriptions subscriptions_;
