@@ -1,11 +1,12 @@
 // The component beside its rivals, in one run: each job over each folder of messages, all
 // candidates in turn in every round, the median of the rounds.
 //
-//   tallowbrook-rivals [--rounds N] [--quick] FOLDER...
+//   tallowbrook-rivals [--rounds N] [--quick] [--own] [--job NAME] FOLDER...
 //
 // prints a table in Markdown. --quick takes one short round: it shows that everything runs, not how
-// fast. Where the messages were made by make_corpus.py, whoever reads other numbers of leaves or
-// addresses than were written, or the component other bytes, makes the status 1.
+// fast. --own leaves the rivals out and --job the other jobs (for a profiler). Where the messages
+// were made by make_corpus.py, whoever reads other numbers of leaves or addresses than were
+// written, or the component other bytes, makes the status 1.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -188,17 +189,23 @@ bool check_readings(const std::filesystem::path& folder, const Candidates& candi
 int run(int count, char** arguments) {
   Effort effort;
   std::vector<std::filesystem::path> folders;
+  std::string_view only_job;
+  bool own = false;
   for (int i = 1; i < count; ++i) {
     const std::string_view argument(arguments[i]);
     if (argument == "--quick") {
       effort = {1, 0};
+    } else if (argument == "--own") {
+      own = true;
+    } else if (argument == "--job" && i + 1 < count) {
+      only_job = arguments[++i];
     } else if (argument == "--rounds" && i + 1 < count) {
       effort.rounds = std::max(1, std::atoi(arguments[++i]));
     } else {
       folders.emplace_back(argument);
     }
   }
-  Candidates candidates = make_rivals();
+  Candidates candidates = own ? Candidates() : make_rivals();
   candidates.insert(candidates.begin(), make_component(TALLOWBROOK_LIBRARY));
   std::printf(
       "| messages | job | library | MB/s | messages/s | allocations/message | peak/size | time |\n"
@@ -211,7 +218,11 @@ int run(int count, char** arguments) {
     if (refused > 0) std::fprintf(stderr, "%s: %zu messages left out\n", name.c_str(), refused);
     if (messages.empty()) continue;
     right = check_readings(folder, candidates, messages) && right;
-    for (const Job& job : jobs()) compare(name, job, candidates, messages, effort);
+    for (const Job& job : jobs()) {
+      if (only_job.empty() || only_job == job.name) {
+        compare(name, job, candidates, messages, effort);
+      }
+    }
   }
   return right ? 0 : 1;
 }
