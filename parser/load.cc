@@ -12,6 +12,7 @@
 #include "parser/input_reader.h"
 #include "parser/report.h"
 #include "parser/scanner.h"
+#include "parser/usual_addresses.h"
 #include "platform/automation/dispatch.h"
 #include "platform/kernel/handles.h"
 #include "platform/kernel/message_queue.h"
@@ -216,7 +217,23 @@ void give_back_unread(const ParseRun& run, IStream& stream) {
   static_cast<void>(move_back(stream, back));
 }
 
+namespace {
+
+bool is_address_list(std::string_view name) {
+  return name == kPseudoAddress ||
+         std::any_of(all_fields().begin(), all_fields().end(), [name](const FieldInfo& field) {
+           return field.rule == FieldRule::AddressList && field.name == name;
+         });
+}
+
+}  // namespace
+
 HRESULT parse_field(std::string_view name, std::string_view text, HeaderValue& value) {
+  if (is_address_list(name) && read_usual_addresses(text, value)) return S_OK;
+  return parse_field_by_grammar(name, text, value);
+}
+
+HRESULT parse_field_by_grammar(std::string_view name, std::string_view text, HeaderValue& value) {
   const std::string_view separator = name == kPseudoUuencode ? "\r\n" : ": ";
   CISSHelper input;
   input.reserve(static_cast<ULONG>(name.size() + text.size() + 8));

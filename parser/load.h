@@ -58,6 +58,10 @@ void give_back_unread(const ParseRun& run, IStream& stream);
 // Reports nothing and changes no message.
 [[nodiscard]] HRESULT parse_field(std::string_view name, std::string_view text, HeaderValue& value);
 
+// The same without the quick ways that usual values take: what those are held to.
+[[nodiscard]] HRESULT parse_field_by_grammar(std::string_view name, std::string_view text,
+                                             HeaderValue& value);
+
 // Parses the text of one Received field into its clauses and its date.
 [[nodiscard]] HRESULT parse_received(std::string_view text, HeaderValue& parameters,
                                      HeaderValue& date);

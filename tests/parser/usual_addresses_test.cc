@@ -1,0 +1,101 @@
+// The quick reading of address lists gives what the grammar gives, or leaves the text to it.
+#include "parser/usual_addresses.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "parser/load.h"
+#include "tests/support/dump.h"
+
+namespace tallowbrook::test {
+namespace {
+
+// Whether the quick way took the text; it must then have read what the grammar reads.
+bool quick(const std::string& text) {
+  HeaderValue value;
+  if (!read_usual_addresses(text, value)) return false;
+  HeaderValue reference;
+  EXPECT_EQ(parse_field_by_grammar("To", text, reference), S_OK) << text;
+  EXPECT_EQ(dump(value), dump(reference)) << text;
+  return true;
+}
+
+TEST(UsualAddresses, TakesTheUsualForms) {
+  for (const char* text : {
+           "a@b",
+           "a.b-c+d@e.example.org",
+           "<a@b>",
+           "A <a@b>",
+           "A B  C <a@b>, \"D, E\" <d@e>,<f@g>,h@i",
+           "\"A\"B\"\" <a@b>",
+           "=?utf-8?Q?=41=2C_b?= C =?x?b?QQ==?= <a@b>",
+           "=?utf-8?Q?a b?=<a@b>",
+           "A\t <a@b>\t,\r\n\tB\r\n <c@d>,\n e@f",
+           "A <a@b>, B <a@b>, a@b, a@b",
+           " a@b ",
+       }) {
+    EXPECT_TRUE(quick(text)) << text;
+  }
+}
+
+TEST(UsualAddresses, LeavesTheRestToTheGrammar) {
+  for (const char* text : {
+           "",
+           ",",
+           "a@b,",
+           ", a@b",
+           "a",
+           "a b@c",
+           "a@b c",
+           "a . b@c",
+           "a @ b",
+           "a..b@c",
+           "a@b.",
+           "a@[1.2.3.4]",
+           "\"a b\"@c",
+           "a@b <c@d>",
+           "A <a@b> c",
+           "A < a@b>",
+           "A <@x:a@b>",
+           "<>",
+           "G: a@b;",
+           "a@b (c)",
+           "A \"b\\\"\" <a@b>",
+           "A \"b <a@b>",
+           "A <a@b",
+           "=?a?b <c@d>",
+           "=?a?b?c <c@d>",
+           "x.=?a?b?c@d",
+           "\xe4 <a@b>",
+           "a@b,\r\nc@d",
+           "a@b,\r\n \r\n c@d",
+           "a@b\r\n ",
+           "a@b,\r c@d",
+       }) {
+    EXPECT_FALSE(quick(text)) << text;
+  }
+}
+
+// Texts put together at random from what lists are made of.
+TEST(UsualAddresses, AgreesWithTheGrammar) {
+  static constexpr const char* kPieces[] = {"a@b", "<c@d.e>", "Ann", "\"B, c\"", "=?utf-8?Q?d_e?=",
+                                            ",",   ", ",      " ",   "\r\n ",    "\t",
+                                            ".",   "@",       "<",   ">",        "=?",
+                                            "?=",  "\"",      ":",   ";",        "(x)",
+                                            "\\",  "[1]"};
+  constexpr std::size_t kUsual = 10;  // the first ones alone make many lists that are taken
+  std::mt19937 random(5);
+  int taken = 0;
+  for (int round = 0; round < 20000; ++round) {
+    const std::size_t among = round % 4 == 0 ? std::size(kPieces) : kUsual;
+    std::string text;
+    for (std::size_t i = 1 + random() % 8; i > 0; --i) text += kPieces[random() % among];
+    taken += quick(text) ? 1 : 0;
+  }
+  EXPECT_GT(taken, 300);
+}
+
+}  // namespace
+}  // namespace tallowbrook::test
