@@ -12,6 +12,7 @@ The named members keep the component's own rules.
 import datetime
 import decimal
 import inspect
+import io
 import threading
 import typing
 from ctypes import byref, c_uint32, c_void_p
@@ -446,25 +447,31 @@ def take_object(pointer):
     if not dispatch:
         return Unknown._adopt(pointer)
     _abi.release(pointer)
-    return _class_of(dispatch)._adopt(dispatch)
+    try:
+        made = _class_of(dispatch)
+    except BaseException:
+        _abi.release(dispatch)
+        raise
+    return made._adopt(dispatch)
 
 
 def pointer_of(value, wanted, keep):
-    """The IDispatch that stands for `value`, held by the list `keep`; None when there is none."""
+    """The VT_* and the pointer of what stands for `value`, held by the list `keep`; None when there
+    is nothing."""
     if isinstance(value, Object):
         value._use_at(_threads.current_home())
         keep.append(value)
-        return value._pointer
+        return (_abi.VT_UNKNOWN if isinstance(value, Unknown) else _abi.VT_DISPATCH), value._pointer
     if isinstance(value, (list, tuple)):
         collection = new_object("Tallowbrook.Collection")
         for item in value:
             collection.Add(item)
         keep.append(collection)
-        return collection._pointer
+        return _abi.VT_DISPATCH, collection._pointer
     if hasattr(value, "read") or hasattr(value, "write"):
-        return _streams.lend(value, keep)
+        return _abi.VT_DISPATCH, _streams.lend(value, keep)
     if wanted in (_abi.VT_DISPATCH, _abi.VT_UNKNOWN) and _streams.is_bytes(value):
-        return _streams.lend_bytes(value, keep)
+        return _abi.VT_DISPATCH, _streams.lend(io.BytesIO(value), keep)
     return None
 
 

@@ -8,7 +8,6 @@ for the caller, who gets it in place of the component's answer.
 
 import ctypes
 import io
-import threading
 from ctypes import byref, c_int32, c_int64, c_uint32, c_uint64, c_void_p, sizeof
 
 from . import _abi, _objects, _threads
@@ -45,32 +44,59 @@ def _write_all(stream, data):
             raise ComError(Status.STG_E_MEDIUMFULL, member="IStream.Write")
 
 
+def _seek_to(stream, place):
+    _check(_stream_seek(stream, place, io.SEEK_SET, None), "IStream.Seek")
+
+
+def _stream_of(source, iid=_abi.IID_ISTREAM):
+    """The stream that an object answers to, as an object of its own; None when there is none."""
+    source._use_at(_threads.current_home())
+    pointer = _abi.query(source._pointer, iid)
+    return _objects.Unknown._adopt(pointer) if pointer else None
+
+
 def blob(data=b""):
-    """A new Blob object that holds the bytes."""
+    """A new Blob object that holds the bytes. Reading starts at its start, writing at its end."""
     if not is_bytes(data):
         raise TypeError(f"a blob holds bytes, not {type(data).__name__}")
     made = _objects.new_object("Tallowbrook.Blob")
-    stream = _objects.Unknown._adopt(_abi.query(made._pointer, _abi.IID_ISTREAM))
-    _write_all(stream._pointer, data)
-    _check(_stream_seek(stream._pointer, 0, io.SEEK_SET, None), "IStream.Seek")
+    _write_all(_stream_of(made)._pointer, data)
     return made
 
 
 def read(source):
-    """All bytes of an object that answers to a stream, from its start."""
+    """All bytes of an object that answers to a stream, or of a Python file, from its start.
+
+    A blob is then read from its start and written at its end again; other streams stand where they
+    stood before.
+    """
     if not isinstance(source, _objects.Object):
-        raise TypeError(f"{type(source).__name__!r} is no object with a stream")
-    source._use_at(_threads.current_home())
-    pointer = _abi.query(source._pointer, _abi.IID_ISTREAM)
-    if pointer:
-        stream = _objects.Unknown._adopt(pointer)
-        _check(_stream_seek(pointer, 0, io.SEEK_SET, None), "IStream.Seek")
-    else:
-        pointer = _abi.query(source._pointer, _abi.IID_ISEQUENTIALSTREAM)
-        if not pointer:
+        return _read_file(source)
+    stream = _stream_of(source)
+    if stream is None:
+        stream = _stream_of(source, _abi.IID_ISEQUENTIALSTREAM)
+        if stream is None:
             raise ComError(Status.E_NOINTERFACE, member=f"{type(source).__name__} as a stream")
-        stream = _objects.Unknown._adopt(pointer)
-    return b"".join(_blocks(stream))
+        return b"".join(_blocks(stream))
+    before = c_uint64()
+    _check(_stream_seek(stream._pointer, 0, io.SEEK_CUR, byref(before)), "IStream.Seek")
+    _seek_to(stream._pointer, 0)
+    data = b"".join(_blocks(stream))
+    if type(source).__name__ == "IBlob":
+        # It has two positions, which a seek makes one. Writing the same bytes parts them.
+        _seek_to(stream._pointer, 0)
+        _write_all(stream._pointer, data)
+    else:
+        _seek_to(stream._pointer, before.value)
+    return data
+
+
+def _read_file(file):
+    if not hasattr(file, "read"):
+        raise TypeError(f"{type(file).__name__!r} is no object with a stream")
+    if _can_seek(file):
+        file.seek(0)
+    return file.read()
 
 
 def _blocks(stream):
@@ -86,7 +112,6 @@ def _blocks(stream):
 # --- files that the component uses ---------------------------------------------------------------
 
 _live = {}  # by the address of each of an object's two interfaces
-_counting = threading.Lock()
 
 
 class _LentFile:
@@ -95,7 +120,8 @@ class _LentFile:
 
     def __init__(self, file):
         self.file = file
-        self.count = 1
+        # Appending and popping are one step each, also where the collector runs between the lines.
+        self.references = [None]
         self.words = (c_void_p * 2)(ctypes.addressof(_DISPATCH_TABLE) + _FIRST_SLOT,
                                     ctypes.addressof(_STREAM_TABLE) + _FIRST_SLOT)
         self.dispatch = ctypes.addressof(self.words)
@@ -103,16 +129,15 @@ class _LentFile:
         _live[self.dispatch] = _live[self.stream] = self
 
     def add_ref(self):
-        with _counting:
-            self.count += 1
-            return self.count
+        self.references.append(None)
+        return len(self.references)
 
     def release(self):
-        with _counting:
-            self.count -= 1
-            left = self.count
+        self.references.pop()
+        left = len(self.references)
         if not left:
-            del _live[self.dispatch], _live[self.stream]
+            _live.pop(self.dispatch, None)
+            _live.pop(self.stream, None)
         return left
 
 
@@ -131,10 +156,6 @@ def lend(file, keep):
     lent = _LentFile(file)
     keep.append(_Lent(lent))
     return lent.dispatch
-
-
-def lend_bytes(data, keep):
-    return lend(io.BytesIO(data), keep)
 
 
 def file_behind(pointer):

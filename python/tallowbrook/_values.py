@@ -169,10 +169,9 @@ def _put_currency(variant, value):
 
 
 def _put_other(variant, value, wanted, keep):
-    pointer = _objects.pointer_of(value, wanted, keep)
-    if pointer is not None:
-        variant.pointer = pointer
-        variant.vt = _abi.VT_DISPATCH
+    lent = _objects.pointer_of(value, wanted, keep)
+    if lent is not None:
+        variant.vt, variant.pointer = lent
     elif isinstance(value, datetime.date):  # datetime.datetime is one
         variant.r8 = date_from_python(value)
         variant.vt = _abi.VT_DATE
@@ -200,5 +199,5 @@ def discard(variant):
 
 def own(variant):
     """Makes a VARIANT whose object is lent hold a reference of its own."""
-    if variant.vt == _abi.VT_DISPATCH and variant.pointer:
+    if variant.vt in (_abi.VT_DISPATCH, _abi.VT_UNKNOWN) and variant.pointer:
         _abi.add_ref(variant.pointer)

@@ -8,7 +8,7 @@ import unittest
 
 import tallowbrook
 from support import SAMPLES, TestCase, new_collection, new_message
-from tallowbrook import ComError, Status
+from tallowbrook import ComError, Status, _abi, _objects
 
 
 class Names(TestCase):
@@ -102,11 +102,39 @@ class Arguments(TestCase):
                 part.Import(*arguments, **keywords)
 
     def test_out_arguments_come_back(self):
+        collection = tallowbrook.CreateObject("Tallowbrook.DialupCollection")
+        message = new_message()
+        collection.Clear()
+        collection.Add(message)  # any object with a property "ID"
+        self.assertEqual(collection.ItemID(0), ("email", message))
+        self.assertEqual(collection["email"], message)
+        self.assertRegex(str(inspect.signature(type(collection).ItemID)),
+                         r"^\(self, Index: int\) -> .*Tuple\[.*Any, .*Any\]$")
         with self.assertRaises(ComError) as caught:
             new_collection(1).ItemID(0)
         self.assertEqual(caught.exception.hresult, Status.E_NOTIMPL)
-        self.assertEqual(str(inspect.signature(tallowbrook.IDialupCollection.ItemID)),
-                         "(self, Index: int) -> Tuple[Any, Any]")
+
+
+class WithoutTypeInformation(TestCase):
+    """The same objects, asked for each name."""
+
+    def untyped(self, typed):
+        _abi.add_ref(typed._pointer)
+        return _objects.Untyped._adopt(typed._pointer)
+
+    def test_members(self):
+        message = self.untyped(new_message("welcome.eml"))
+        self.assertEqual(message.subject, "Welcome to the garden club")
+        message.Subject = "other"
+        self.assertEqual(message.SUBJECT, "other")
+        self.assertTrue(message.LoadFromFile(str(SAMPLES / "plain.eml")))
+        self.assertEqual(self.untyped(message.Body).ExtField("Nothing"), "")
+        for attempt in (lambda: message.Nope, lambda: setattr(message, "Nope", 1),
+                        lambda: message.__nope__):
+            with self.assertRaisesRegex(AttributeError, "(?i)nope"):
+                attempt()
+        with self.assertRaises(ComError):
+            message.LoadFromFile()
 
 
 class Errors(TestCase):

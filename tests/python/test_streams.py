@@ -77,8 +77,27 @@ class Blobs(TestCase):
     def test_what_is_no_stream(self):
         with self.assertRaises(ComError):
             tallowbrook.read(new_collection())
-        with self.assertRaises(TypeError):
-            tallowbrook.read(io.BytesIO())
+        for value in (None, 5, "text"):
+            with self.assertRaises(TypeError):
+                tallowbrook.read(value)
+
+    def test_a_blob_reads_from_the_start_and_writes_at_the_end(self):
+        message, out = new_message("plain.eml"), tallowbrook.blob()
+        message.Save(out)
+        once = tallowbrook.read(out)
+        self.assertTrue(message.Load(out))  # also when it was looked at
+        message.Save(out)
+        self.assertEqual(tallowbrook.read(out), once + once)
+
+    def test_a_stream_without_members(self):
+        data = tallowbrook.read(new_message().SmallImageList)
+        self.assertGreater(len(data), 0)
+        for way in (lambda icons: icons, lambda icons: new_collection(icons)[0], tallowbrook.read):
+            part, content = new_message().Body, tallowbrook.blob()
+            part.MajorContentType = "image"
+            self.assertTrue(part.Import(way(new_message().SmallImageList)))
+            self.assertTrue(part.Export(content))
+            self.assertEqual(tallowbrook.read(content), data)
 
 
 class Files(TestCase):
