@@ -27,8 +27,8 @@ void put_text(IDispatch& object, std::u16string_view name, std::string_view ansi
   if (!ansi.empty()) put(object, name, Variant(to_wide(ansi)));
 }
 
-void add(IDispatch& collection, IDispatch& item) {
-  (void)platform::call(&collection, u"Add", Variant(&item));
+HRESULT add(IDispatch& collection, IDispatch& item) {
+  return platform::call(&collection, u"Add", Variant(&item)).status;
 }
 
 ComPtr<IUnknown> object_in(const Variant& value) {
@@ -50,19 +50,20 @@ void add_definition(IDispatch& options, const OptionRow& row) {
     put(*definition, u"DataFormat", Variant(std::u16string_view(row.data_format)));
   }
   put(*definition, u"Type", Variant(row.type));
-  add(options, *definition);
+  (void)add(options, *definition);
 }
 
-void add_value(IDispatch& values, std::u16string_view option, const NamedValue& named) {
+HRESULT add_value(IDispatch& values, std::u16string_view option, const NamedValue& named) {
   ComPtr<IDispatch> value;
-  if (FAILED(create_host_object(kOptionValueClass, value))) return;
   const auto stream = CISSHelper::create();
-  if (FAILED(WriteVariant(*stream, named.value))) return;
+  HRESULT status = create_host_object(kOptionValueClass, value);
+  if (SUCCEEDED(status)) status = WriteVariant(*stream, named.value);
+  if (FAILED(status)) return status;
   stream->rewind();
   put(*value, u"ID", Variant(named.id));
   put(*value, u"IsValueOfOption", Variant(option));
   put(*value, u"XValue", Variant(static_cast<IUnknown*>(stream.get())));
-  add(values, *value);
+  return add(values, *value);
 }
 
 }  // namespace
@@ -102,36 +103,41 @@ void COptionSupplier::fill_options(IDispatch& options) {
 
 // --- values --------------------------------------------------------------------------------------
 
-void COptionSupplier::fill_values(IDispatch& values, std::u16string_view option,
-                                  ValueSource source) {
+HRESULT COptionSupplier::fill_values(IDispatch& values, std::u16string_view option,
+                                     ValueSource source) {
+  HRESULT first = S_OK;
   for (ULONG index = 0;; ++index) {
     const auto value = (this->*source)(option, index);
-    if (!value) return;
-    add_value(values, option, *value);
+    if (!value) return first;
+    const HRESULT status = add_value(values, option, *value);
+    if (FAILED(status) && SUCCEEDED(first)) first = status;
   }
 }
 
-HRESULT COptionSupplier::current_values(std::u16string_view option, IDispatch** values) {
+// A new list of the host's. Values that it does not take are missing in it.
+HRESULT COptionSupplier::new_values(std::u16string_view option, ValueSource source,
+                                    ComPtr<IDispatch>& values) {
   if (!attached()) return E_UNEXPECTED;
   subscriptions_.drop_released();
+  const HRESULT status = create_host_object(kOptionValueCollectionClass, values);
+  if (SUCCEEDED(status)) (void)fill_values(*values, option, source);
+  return status;
+}
+
+HRESULT COptionSupplier::current_values(std::u16string_view option, IDispatch** values) {
   ComPtr<IDispatch> made;
-  const HRESULT status = create_host_object(kOptionValueCollectionClass, made);
+  const HRESULT status = new_values(option, &COptionSupplier::current_value, made);
   if (FAILED(status)) return status;
-  fill_values(*made, option, &COptionSupplier::current_value);
   subscriptions_.connect(*made, *this);
   *values = made.detach();
-  return S_OK;
+  return status;
 }
 
 HRESULT COptionSupplier::choice_values(std::u16string_view option, IDispatch** values) {
-  if (!attached()) return E_UNEXPECTED;
-  subscriptions_.drop_released();
   ComPtr<IDispatch> made;
-  const HRESULT status = create_host_object(kOptionValueCollectionClass, made);
-  if (FAILED(status)) return status;
-  fill_values(*made, option, &COptionSupplier::choice);
+  const HRESULT status = new_values(option, &COptionSupplier::choice, made);
   *values = made.detach();
-  return S_OK;
+  return status;
 }
 
 std::optional<NamedValue> COptionSupplier::choice(std::u16string_view option, ULONG index) {

@@ -4,7 +4,8 @@
 // current values, what to do with a changed one); the supplier makes of that description what hosts
 // ask for:
 //
-//   option_supplier.cc  the host's option objects: definitions, values, changes, storage
+//   option_supplier.cc  the host's option objects: definitions, values, changes
+//   option_storage.cc   values in structured storage
 //   node_menu.cc        the context menu
 //   node_images.cc      image lists in streams
 //
@@ -50,6 +51,8 @@ class COptionSupplier : public ExplorerNode, protected CAccessorEventsCallback {
   HRESULT options(IDispatch** options) override;
   HRESULT current_values(std::u16string_view option, IDispatch** values) override;
   HRESULT choice_values(std::u16string_view option, IDispatch** values) override;
+  HRESULT load_options(IStorage& storage) override;
+  HRESULT save_options(IStorage& storage) override;
   HRESULT query_context_menu(HMENU menu, UINT index, UINT first, UINT last) override;
   HRESULT invoke_command(const CMINVOKECOMMANDINFO* info) override;
   HRESULT command_string(std::uintptr_t command, UINT kind, char* buffer, UINT size) override;
@@ -97,7 +100,11 @@ class COptionSupplier : public ExplorerNode, protected CAccessorEventsCallback {
   // The first child with that name (in any case) or type; for a foreign one, with that "ID".
   [[nodiscard]] std::optional<ChildNode> find_child(std::u16string_view wanted);
   void fill_options(IDispatch& options);
-  void fill_values(IDispatch& values, std::u16string_view option, ValueSource source);
+  // Adds what the source gives to the list; the first failure, after all were tried.
+  HRESULT fill_values(IDispatch& values, std::u16string_view option, ValueSource source);
+  HRESULT new_values(std::u16string_view option, ValueSource source,
+                     platform::ComPtr<IDispatch>& values);
+  HRESULT save_values(IStorage& storage, const OptionRow& row, REFCLSID value_class);
   void reread(IDispatch& accessor);
   // Hands one value to `write_back`; false when the item holds none.
   bool reread_item(IDispatch& item);

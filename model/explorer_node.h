@@ -10,10 +10,8 @@
 
 #include "platform/automation/dispatch.h"
 #include "platform/shell/context_menu.h"
-#include "platform/storage/stream.h"
+#include "platform/storage/storage.h"
 #include "tallowbrook/mime_decoder.h"
-
-struct IStorage;
 
 namespace tallowbrook {
 
@@ -43,6 +41,10 @@ class ExplorerNode {
   // A new collection of the host's: the values that an option has, and those that it may have.
   virtual HRESULT current_values(std::u16string_view option, IDispatch** values) = 0;
   virtual HRESULT choice_values(std::u16string_view option, IDispatch** values) = 0;
+
+  // --- the members of IPersistOptions ---
+  virtual HRESULT load_options(IStorage& storage) = 0;
+  virtual HRESULT save_options(IStorage& storage) = 0;
 
   // --- the members of IContextMenu ---
   virtual HRESULT query_context_menu(HMENU menu, UINT index, UINT first, UINT last) = 0;

@@ -17,6 +17,7 @@
 #include "streams/memory_stream.h"
 #include "streams/persist_base.h"
 #include "tallowbrook/mime_decoder.h"
+#include "tallowbrook/options.h"
 #include "writer/message_writer.h"
 
 namespace tallowbrook {
@@ -24,7 +25,7 @@ namespace tallowbrook {
 class CMimeDecoder final
     : public IPersistBaseImpl<
           Object<Confined, Dispatching<IMimeDecoder>, IPersistStream, IPersistStreamInit,
-                 IConnectionPointContainer, IContextMenu, ISupportErrorInfo>>,
+                 IConnectionPointContainer, IContextMenu, ISupportErrorInfo, IPersistOptions>>,
       public MessageOwner {
  public:
   CMimeDecoder();
@@ -120,6 +121,8 @@ class CMimeDecoder final
   HRESULT get_Options(IDispatch** options) override;
   HRESULT get_CurrentValues(BSTR id, VARIANT_BOOL put, IDispatch** values) override;
   HRESULT get_ChoiceValues(BSTR id, VARIANT_BOOL put, IDispatch** values) override;
+  HRESULT LoadOptions(IStorage* storage) override;
+  HRESULT SaveOptions(IStorage* storage) override;
   HRESULT DebugPrint(BSTR text) override;
   HRESULT QueryContextMenu(HMENU menu, UINT index, UINT first, UINT last, UINT flags) override;
   HRESULT InvokeCommand(CMINVOKECOMMANDINFO* info) override;

@@ -130,6 +130,22 @@ HRESULT CMimeDecoder::get_ChoiceValues(BSTR id, VARIANT_BOOL, IDispatch** values
   });
 }
 
+HRESULT CMimeDecoder::LoadOptions(IStorage* storage) {
+  if (storage == nullptr) return E_POINTER;
+  return guarded([&] {
+    const auto held = self();
+    return node().load_options(*storage);
+  });
+}
+
+HRESULT CMimeDecoder::SaveOptions(IStorage* storage) {
+  if (storage == nullptr) return E_POINTER;
+  return guarded([&] {
+    const auto held = self();
+    return node().save_options(*storage);
+  });
+}
+
 // --- context menu --------------------------------------------------------------------------------
 
 HRESULT CMimeDecoder::QueryContextMenu(HMENU menu, UINT index, UINT first, UINT last, UINT) {

@@ -31,4 +31,5 @@
 #include "tallowbrook/mail_address.h"
 #include "tallowbrook/mime_body.h"
 #include "tallowbrook/mime_decoder.h"
+#include "tallowbrook/options.h"
 #include "tallowbrook/trace_headers.h"

@@ -308,6 +308,40 @@ TEST_F(Options, AMessageReleasedByAnEventEndsBehindIt) {
   EXPECT_EQ(sinks_of(values).size(), 0U);
 }
 
+TEST_F(Options, ASinkThatForwardsHandsOnWholeCalls) {
+  struct Callback final : CAccessorEventsCallback {
+    void on_added(CAccessorEvents&, IDispatch&, const VARIANT&) override { FAIL(); }
+    void on_removed(CAccessorEvents&, IDispatch&, const VARIANT&) override { FAIL(); }
+    void on_changed(CAccessorEvents&, IDispatch&, const VARIANT&) override { FAIL(); }
+    void on_reloaded(CAccessorEvents&, IDispatch&, const VARIANT&) override { FAIL(); }
+    void on_state_changed(CAccessorEvents&, IDispatch&, const VARIANT& value,
+                          SHORT given) override {
+      EXPECT_EQ(value.vt, VT_EMPTY);
+      state = given;
+    }
+    HRESULT forward(CAccessorEvents&, DISPID event, DISPPARAMS* arguments) override {
+      return event == 3 ? static_cast<HRESULT>(arguments->cArgs) : E_FAIL;
+    }
+    ComPtr<IUnknown> keeper() override { return nullptr; }
+    SHORT state = 0;
+  } callback;
+  const auto forwarding =
+      make_object<CAccessorEvents>(callback, CAccessorEvents::Delivery::kForward);
+  const ComPtr<IDispatch> sink = forwarding;
+  EXPECT_EQ(fire(sink, 3, {Variant()}), 1) << "even with too few arguments";
+  EXPECT_EQ(fire(sink, 4, {}), E_FAIL);
+  EXPECT_EQ(fire(sink, 6, {}), DISP_E_MEMBERNOTFOUND);
+  forwarding->detach();
+  EXPECT_EQ(fire(sink, 3, {}), DISP_E_MEMBERNOTFOUND);
+
+  const auto calling = make_object<CAccessorEvents>(callback);
+  const Variant accessor(sink.get());
+  EXPECT_EQ(fire(calling, 5, {accessor, Variant(), Variant(LONG{-7})}), S_OK);
+  EXPECT_EQ(callback.state, -7);
+  EXPECT_EQ(fire(calling, 5, {accessor, Variant(), Variant(u"no number")}), S_OK);
+  EXPECT_EQ(callback.state, -7);
+}
+
 // --- other threads -------------------------------------------------------------------------------
 
 TEST_F(Options, AnEventOnAnotherThreadWaitsForTheOwner) {
@@ -375,6 +409,25 @@ TEST(OptionsOfAPoorHost, EveryCallFails) {
   use_all(message);
   const auto options = object(read(message.get(), u"Options"));
   EXPECT_EQ(object(read(message.get(), u"Options")).get(), options.get());
+}
+
+// The n-th call on any host object fails, for every n.
+TEST(OptionsOfAPoorHost, AnyCallFails) {
+  int calls = 0;
+  for (int failing = 0; failing == 0 || calls > failing; ++failing) {
+    calls = 0;
+    const ScriptHost host([&](const test::HostCall& call) {
+      if (calls++ == failing) return E_ACCESSDENIED;
+      if (call.name == u"Count") Variant(LONG{0}).detach_to(call.result);
+      return S_OK;
+    });
+    const auto message = test::loaded(kMessage);
+    use_all(message);
+    EXPECT_EQ(object(read(message.get(), u"Options")).get(),
+              object(read(message.get(), u"Options")).get());
+    ASSERT_LT(failing, 100);
+  }
+  EXPECT_GT(calls, 8);
 }
 
 TEST(OptionsOfAPoorHost, ClassesMakeNothing) {

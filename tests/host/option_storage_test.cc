@@ -1,0 +1,142 @@
+// Option values that are kept in a storage.
+#include "platform/storage/storage.h"
+#include "tallowbrook/options.h"
+#include "tests/host/fake_node.h"
+#include "tests/host/script_host.h"
+#include "tests/model/host.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+using platform::Variant;
+using test::FakeNode;
+using test::read_text;
+
+class OptionStorage : public ::testing::Test {
+ protected:
+  OptionStorage() {
+    EXPECT_EQ(CoLoadComponent(BRAMBLESCOPE_COMPONENT, &component_), S_OK);
+    EXPECT_EQ(StgCreateDocfile(nullptr, kCreate, 0, storage_.out()), S_OK);
+  }
+  ~OptionStorage() override {
+    storage_.reset();
+    EXPECT_EQ(CoUnloadComponent(component_), S_OK) << "host objects leak";
+  }
+
+  // "name/" for a storage, "name" for a stream, each followed by a space.
+  static std::string list(IStorage& storage) {
+    ComPtr<IEnumSTATSTG> walk;
+    EXPECT_EQ(storage.EnumElements(0, nullptr, 0, walk.out()), S_OK);
+    std::string names;
+    for (STATSTG one{}; walk->Next(1, &one, nullptr) == S_OK; one = {}) {
+      names += to_ansi(one.pwcsName) + (one.type == STGTY_STORAGE ? "/ " : " ");
+      CoTaskMemFree(one.pwcsName);
+    }
+    return names;
+  }
+  [[nodiscard]] std::string list(const char16_t* name) const {
+    ComPtr<IStorage> inner;
+    const HRESULT status = storage_->OpenStorage(name, nullptr, STGM_READ, nullptr, 0, inner.out());
+    return FAILED(status) ? "(none)" : list(*inner);
+  }
+  void add_stream(const char16_t* name, const char16_t* element, std::string_view bytes) {
+    ComPtr<IStorage> inner;
+    ComPtr<IStream> stream;
+    if (FAILED(storage_->OpenStorage(name, nullptr, STGM_READWRITE, nullptr, 0, inner.out()))) {
+      ASSERT_EQ(storage_->CreateStorage(name, kCreate, 0, 0, inner.out()), S_OK);
+    }
+    ASSERT_EQ(inner->CreateStream(element, kCreate, 0, 0, stream.out()), S_OK);
+    stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr);
+    EXPECT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
+    EXPECT_EQ(inner->Commit(STGC_DEFAULT), S_OK);
+  }
+
+  static constexpr DWORD kCreate = STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
+  ComPtr<IStorage> storage_;
+
+ private:
+  HMODULE component_ = nullptr;
+};
+
+TEST_F(OptionStorage, AMessageTakesTheSubjectOfAnother) {
+  const auto first = test::loaded("Subject: =?utf-8?q?gr=C3=BCn?=\r\n\r\n.\r\n");
+  ASSERT_EQ(first.query<IPersistOptions>()->SaveOptions(storage_.get()), S_OK);
+  EXPECT_EQ(list(*storage_), "Subject/ ");
+  EXPECT_EQ(list(u"Subject"), "0000000000 ");
+  const auto second = test::new_message();
+  ASSERT_EQ(second.query<IPersistOptions>()->LoadOptions(storage_.get()), S_OK);
+  EXPECT_EQ(test::read(second.get(), u"Subject").text(), u"gr\u00FCn");
+  EXPECT_EQ(second.query<IPersistOptions>()->LoadOptions(nullptr), E_POINTER);
+  EXPECT_EQ(second.query<IPersistOptions>()->SaveOptions(nullptr), E_POINTER);
+}
+
+TEST_F(OptionStorage, SavingAgainReplaces) {
+  FakeNode node;
+  node.options_given = {{.short_name = u"many", .listed = false},
+                        {.short_name = u"none"},
+                        {.short_name = u"__CHAIN_TO_DISPATCH__"}};
+  node.values[u"many"] = {Variant(u"one"), Variant(LONG{2}), Variant::boolean(true)};
+  add_stream(u"other", u"0000000000", "kept");
+  ASSERT_EQ(node.save_options(*storage_), S_OK);
+  EXPECT_EQ(list(*storage_), "many/ none/ other/ ");
+  EXPECT_EQ(list(u"many"), "0000000000 0000000001 0000000002 ");
+  EXPECT_EQ(list(u"none"), "");
+  node.values[u"many"].pop_back();
+  ASSERT_EQ(node.save_options(*storage_), S_OK);
+  EXPECT_EQ(list(u"many"), "0000000000 0000000001 ");
+
+  FakeNode other;
+  EXPECT_TRUE(FAILED(other.load_options(*storage_))) << "of what is no value";
+  ASSERT_EQ(other.written.size(), 2U);
+  EXPECT_EQ(other.written[0].first, u"many");
+  EXPECT_EQ(other.written[0].second.text(), u"one");
+  EXPECT_EQ(other.written[1].second.lVal, 2);
+}
+
+TEST_F(OptionStorage, WhatCannotBeReadIsPassedOver) {
+  const auto message = test::loaded("Subject: kept\r\n\r\n.\r\n");
+  const auto options = message.query<IPersistOptions>();
+  ASSERT_EQ(options->SaveOptions(storage_.get()), S_OK);
+  add_stream(u"Subject", u"0000000001", "\xFF\xFF\xFF\x7F");  // a length without so many bytes
+  add_stream(u"Subject", u"readme", "no value");
+  test::put(message.get(), u"Subject", Variant(u"changed"));
+  EXPECT_EQ(options->LoadOptions(storage_.get()), E_FAIL);
+  EXPECT_EQ(read_text(message.get(), u"Subject"), "kept");
+}
+
+// A host's value class that keeps nothing leaves what was saved before.
+TEST_F(OptionStorage, AFailedSaveKeepsTheFormerValues) {
+  const auto message = test::loaded("Subject: former\r\n\r\n.\r\n");
+  const auto options = message.query<IPersistOptions>();
+  ASSERT_EQ(options->SaveOptions(storage_.get()), S_OK);
+  test::put(message.get(), u"Subject", Variant(u"later"));
+  DWORD cookie = 0;
+  CLSID clsid{};
+  ASSERT_EQ(host_class(kOptionValueClass, &clsid), S_OK);
+  struct Factory final : Object<Shared, IClassFactory> {
+    HRESULT CreateInstance(IUnknown*, REFIID iid, void** object) override {
+      return make_object<test::ScriptObject>([](const test::HostCall&) { return S_OK; })
+          ->QueryInterface(iid, object);
+    }
+    HRESULT LockServer(BOOL) override { return S_OK; }
+  };
+  ASSERT_EQ(CoRegisterClassObject(clsid, make_object<Factory>().get(), CLSCTX_INPROC_SERVER,
+                                  REGCLS_MULTIPLEUSE, &cookie),
+            S_OK);
+  EXPECT_EQ(options->SaveOptions(storage_.get()), E_NOINTERFACE);
+  EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
+  EXPECT_EQ(options->LoadOptions(storage_.get()), S_OK);
+  EXPECT_EQ(read_text(message.get(), u"Subject"), "former");
+}
+
+TEST(OptionStorageWithoutAHost, Fails) {
+  const auto options = test::new_message().query<IPersistOptions>();
+  ComPtr<IStorage> storage;
+  ASSERT_EQ(StgCreateDocfile(nullptr, STGM_CREATE | STGM_READWRITE, 0, storage.out()), S_OK);
+  EXPECT_EQ(options->SaveOptions(storage.get()), CO_E_CLASSSTRING);
+  EXPECT_EQ(options->LoadOptions(storage.get()), CO_E_CLASSSTRING);
+}
+
+}  // namespace
+}  // namespace tallowbrook
