@@ -3,6 +3,7 @@
 //
 //   tallowbrook-bench             speeds, each beside a memcpy of the same bytes in the same run
 //   tallowbrook-bench --coding    the same of the coders alone
+//   tallowbrook-bench --automation  making objects, resolving names, late-bound calls
 //   tallowbrook-bench --memory    how much is held while a large part is read and written
 //   tallowbrook-bench --scaling   time at n over time at n/2: about 2 when the cost is linear
 #include <malloc.h>
@@ -14,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/automation_bench.h"
 #include "bench/coding_bench.h"
 #include "bench/inputs.h"
 #include "bench/memory_bench.h"
@@ -145,6 +147,8 @@ int main(int count, char** arguments) {
     const std::string_view what = count > 1 ? arguments[1] : "";
     if (what == "--coding") {
       tallowbrook::bench::coding_speeds();
+    } else if (what == "--automation") {
+      tallowbrook::bench::automation_speeds(messages.factory().get());
     } else if (what == "--memory") {
       tallowbrook::bench::memory_of_a_large_part(messages.factory());
     } else if (what == "--scaling") {

@@ -152,6 +152,7 @@ Json to_object(const TypeDescription& type) {
           {{"name", constant.name}, {"value", constant.value}, {"help", constant.help}});
     }
   } else if (type.kind == TKIND_COCLASS) {
+    if (!type.prog_id.empty()) object["progid"] = type.prog_id;
     object["implements"] = Json::array();
     for (const TypeImplemented& face : type.implements) {
       object["implements"].push_back(

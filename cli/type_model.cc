@@ -185,6 +185,14 @@ void read_implemented(ITypeInfo& info, UINT index, TypeDescription& type) {
   }
 }
 
+// Empty for a class that is neither loaded nor registered.
+std::string prog_id_of(REFCLSID clsid) {
+  OLECHAR* found = nullptr;
+  if (FAILED(ProgIDFromCLSID(clsid, &found))) return {};
+  const std::unique_ptr<OLECHAR, void (*)(void*)> owned(found, &CoTaskMemFree);
+  return to_utf8(found);
+}
+
 TypeDescription read_type(ITypeInfo& info) {
   Lent<TYPEATTR> attributes(info, &ITypeInfo::ReleaseTypeAttr);
   check(info.GetTypeAttr(attributes.out()));
@@ -196,6 +204,7 @@ TypeDescription read_type(ITypeInfo& info) {
   type.name = name_of(info);
   type.help = to_utf8(help.view());
   type.guid = guid_text(attributes->guid);
+  if (type.kind == TKIND_COCLASS) type.prog_id = prog_id_of(attributes->guid);
   for (UINT at = 0; at < attributes->cImplTypes; ++at) read_implemented(info, at, type);
   for (UINT at = 0; at < attributes->cFuncs; ++at) {
     type.functions.push_back(read_function(info, at));

@@ -50,8 +50,9 @@ struct TypeDescription {
   bool dual = false;
   std::string name;
   std::string help;
-  std::string guid;  // without braces
-  std::string base;  // of an interface
+  std::string guid;     // without braces
+  std::string base;     // of an interface
+  std::string prog_id;  // of a class that can be created here, with its version
   std::vector<TypeFunction> functions;
   std::vector<TypeConstant> constants;
   std::vector<TypeImplemented> implements;  // of a class
