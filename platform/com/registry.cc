@@ -80,31 +80,32 @@ void append_quoted(std::string& out, std::string_view text) {
   out += '"';
 }
 
-struct Writer {
-  std::string& out;
-
-  void operator()(const std::string& text) const { append_quoted(out, text); }
-  void operator()(std::uint32_t number) const {
-    char digits[16];
-    std::snprintf(digits, sizeof digits, "dword:%08x", number);
-    out += digits;
-  }
-  void operator()(const std::vector<std::string>& texts) const {
-    out += "list:";
-    for (std::size_t at = 0; at < texts.size(); ++at) {
-      if (at > 0) out += ',';
-      append_quoted(out, texts[at]);
-    }
-  }
-  void operator()(const std::vector<std::uint8_t>& bytes) const {
-    out += "hex:";
-    for (std::size_t at = 0; at < bytes.size(); ++at) {
-      char digits[4];
-      std::snprintf(digits, sizeof digits, at > 0 ? ",%02x" : "%02x", bytes[at]);
+void append_value(std::string& out, const RegistryValue& value) {
+  char digits[16];
+  switch (value.type) {
+    case RegistryValue::Type::kText:
+      append_quoted(out, value.text);
+      return;
+    case RegistryValue::Type::kNumber:
+      std::snprintf(digits, sizeof digits, "dword:%08x", value.number);
       out += digits;
-    }
+      return;
+    case RegistryValue::Type::kTexts:
+      out += "list:";
+      for (std::size_t at = 0; at < value.texts.size(); ++at) {
+        if (at > 0) out += ',';
+        append_quoted(out, value.texts[at]);
+      }
+      return;
+    case RegistryValue::Type::kBytes:
+      out += "hex:";
+      for (std::size_t at = 0; at < value.bytes.size(); ++at) {
+        std::snprintf(digits, sizeof digits, at > 0 ? ",%02x" : "%02x", value.bytes[at]);
+        out += digits;
+      }
+      return;
   }
-};
+}
 
 // --- reading: each takes what it understands off the front of `line` -----------------------------
 
@@ -259,7 +260,7 @@ std::string RegistryTree::print() const {
         append_quoted(out, value.name);
       }
       out += '=';
-      std::visit(Writer{out}, value.data);
+      append_value(out, value.data);
       out += '\n';
     }
   }

@@ -33,7 +33,7 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <variant>
+#include <utility>
 #include <vector>
 
 #include "platform/com/types.h"
@@ -61,9 +61,28 @@ struct RegistryRootName {
 [[nodiscard]] RegistryRootName name_of(RegistryRoot root);
 [[nodiscard]] std::optional<RegistryRoot> root_named(std::string_view name);
 
-// A text, a number, texts, or bytes.
-using RegistryValue =
-    std::variant<std::string, std::uint32_t, std::vector<std::string>, std::vector<std::uint8_t>>;
+// A text, a number, texts, or bytes. (No std::variant: that of libstdc++ 12 destroys an object that
+// was not made when copying such a value runs out of memory.)
+struct RegistryValue {
+  enum class Type { kText, kNumber, kTexts, kBytes };
+
+  RegistryValue() = default;
+  RegistryValue(std::string given)
+      : text(std::move(given)) {}                    // NOLINT(google-explicit-constructor)
+  RegistryValue(const char* given) : text(given) {}  // NOLINT(google-explicit-constructor)
+  RegistryValue(std::uint32_t given)                 // NOLINT(google-explicit-constructor)
+      : type(Type::kNumber), number(given) {}
+  RegistryValue(std::vector<std::string> given)  // NOLINT(google-explicit-constructor)
+      : type(Type::kTexts), texts(std::move(given)) {}
+  RegistryValue(std::vector<std::uint8_t> given)  // NOLINT(google-explicit-constructor)
+      : type(Type::kBytes), bytes(std::move(given)) {}
+
+  Type type = Type::kText;
+  std::string text;
+  std::uint32_t number = 0;
+  std::vector<std::string> texts;
+  std::vector<std::uint8_t> bytes;
+};
 
 // True for a name that a key can have: 1 to 255 bytes without backslashes and control characters.
 [[nodiscard]] bool valid_key_name(std::string_view name);

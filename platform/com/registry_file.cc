@@ -188,8 +188,8 @@ std::optional<std::string> classes_text(std::string_view path, std::string_view 
     const RegistryValue* const value =
         tree->value(std::string(place.prefix) + std::string(path), name);
     if (value == nullptr) continue;
-    const auto* const text = std::get_if<std::string>(value);
-    return text == nullptr ? std::nullopt : std::optional(*text);
+    if (value->type != RegistryValue::Type::kText) return std::nullopt;
+    return value->text;
   }
   return std::nullopt;
 }

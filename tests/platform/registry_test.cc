@@ -25,8 +25,7 @@ constexpr RegistryRoot kUser[] = {RegistryRoot::kCurrentUser};
 
 std::string text_at(const RegistryTree& tree, std::string_view path, std::string_view name = {}) {
   const RegistryValue* const value = tree.value(path, name);
-  const auto* const text = value == nullptr ? nullptr : std::get_if<std::string>(value);
-  return text == nullptr ? "(none)" : *text;
+  return value == nullptr ? "(none)" : value->text;
 }
 
 TEST(RegistryTree, GoesThroughTextWithEveryTypeOfValue) {

@@ -1,6 +1,7 @@
 // The shared library as a host sees it: what it exports, and that it really goes when it is closed.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <string>
 
@@ -67,6 +68,32 @@ TEST(Library, GoesAwayWhenItIsClosedAndComesBack) {
     library.close();
     EXPECT_FALSE(is_loaded()) << "cycle " << cycle;
   }
+}
+
+void load_use_and_unload() {
+  HMODULE module = nullptr;
+  ASSERT_EQ(CoLoadComponent(kLibrary, &module), S_OK) << CoComponentError();
+  for (const ClassEntry& entry : class_table()) {
+    ComPtr<IDispatch> object;
+    ComPtr<ITypeInfo> info;
+    const HRESULT status = CoCreateInstance(entry.clsid, nullptr, CLSCTX_INPROC_SERVER,
+                                            IDispatch::kIid, object.out_void());
+    ASSERT_EQ(status, object ? S_OK : E_NOTIMPL);
+    if (!object) continue;
+    ASSERT_EQ(object->GetTypeInfo(0, 0, info.out()), S_OK);
+  }
+  ASSERT_EQ(CoUnloadComponent(module), S_OK);
+  ASSERT_FALSE(is_loaded());
+}
+
+TEST(Library, LeavesNothingBehindWhenItIsLoadedAgainAndAgain) {
+  for (int warming = 0; warming < 100; ++warming) load_use_and_unload();
+  const auto before = mallinfo2();
+  constexpr int kCycles = 200;
+  for (int cycle = 0; cycle < kCycles; ++cycle) load_use_and_unload();
+  const auto after = mallinfo2();
+  const auto grown = static_cast<long>(after.uordblks) - static_cast<long>(before.uordblks);
+  EXPECT_LT(grown, kCycles * 16) << "bytes in " << kCycles << " cycles";
 }
 
 TEST(Library, LendsItsClassesToAHostThatLoadsIt) {
