@@ -11,7 +11,6 @@
 
 #include "platform/kernel/handles.h"
 
-
 inline constexpr DWORD WAIT_OBJECT_0 = 0;
 inline constexpr DWORD WAIT_ABANDONED_0 = 0x80;
 inline constexpr DWORD WAIT_TIMEOUT = 258;
