@@ -64,7 +64,7 @@ extern const BytePage kAsciiPage;
 
 // The page that the C library knows by this name, made on first use and kept; null when it is not
 // one of single bytes that always stand for the same character, or when memory runs out. `name`
-// comes from `iconv_name`.
+// comes from `iconv_page`.
 [[nodiscard]] const BytePage* iconv_byte_page(const char* name) noexcept;
 
 }  // namespace tallowbrook::platform

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "platform/kernel/byte_page.h"
+#include "platform/kernel/escaped_page.h"
 #include "platform/kernel/handles.h"
 #include "platform/kernel/iconv_page.h"
 #include "platform/kernel/unicode.h"
@@ -16,6 +17,7 @@ namespace tallowbrook::platform {
 namespace {
 
 constexpr UINT kDefaultAnsi = 1252;
+constexpr char16_t kByteOrderMark = 0xFEFF;
 
 constinit std::atomic<UINT> ansi_page{0};  // 0: not yet known
 
@@ -31,8 +33,8 @@ const BytePage* byte_page(UINT page) {
     default:
       break;
   }
-  const char* name = iconv_name(page);
-  return name == nullptr || joins_marks(page) ? nullptr : iconv_byte_page(name);
+  const IconvPage* known = iconv_page(page);
+  return known == nullptr || joins_marks(page) ? nullptr : iconv_byte_page(known->name);
 }
 
 // ---- whole texts ------------------------------------------------------------------
@@ -112,15 +114,64 @@ bool decode_utf8(std::string_view bytes, WideOutput& out) {
   return loss;
 }
 
+// ---- UTF-16 --------------------------------------------------------------------------
+
+constexpr UINT kUtf16Little = 1200;
+constexpr UINT kUtf16Big = 1201;
+
+bool is_utf16(UINT page) { return page == kUtf16Little || page == kUtf16Big; }
+
+char16_t unit_at(std::string_view bytes, bool big) {
+  const auto first = static_cast<unsigned char>(bytes[big ? 0 : 1]);
+  const auto second = static_cast<unsigned char>(bytes[big ? 1 : 0]);
+  return static_cast<char16_t>(first << 8 | second);
+}
+
+// A byte order mark at the start decides, whatever the page says, and is no text (RFC 2781 section
+// 3.2).
+bool decode_utf16(UINT page, std::string_view bytes, WideOutput& out) {
+  bool loss = false;
+  bool big = page == kUtf16Big;
+  const bool other = bytes.size() >= 2 && unit_at(bytes, !big) == kByteOrderMark;
+  if (other) big = !big;
+  if (bytes.size() >= 2 && unit_at(bytes, big) == kByteOrderMark) bytes.remove_prefix(2);
+  for (; bytes.size() >= 2; bytes.remove_prefix(2)) {
+    const char16_t units[2] = {unit_at(bytes, big),
+                               bytes.size() >= 4 ? unit_at(bytes.substr(2), big) : u'\0'};
+    const Character next = first_utf16({units, 2});
+    put_utf16(next.valid ? next.point : kReplacement, out);
+    loss |= !next.valid;
+    if (next.length == 2) bytes.remove_prefix(2);
+  }
+  if (!bytes.empty()) out.put(kReplacement);
+  return loss || !bytes.empty();
+}
+
+bool encode_utf16(UINT page, std::u16string_view wide, char replacement, ByteOutput& out) {
+  bool loss = false;
+  while (!wide.empty()) {
+    const Character next = first_utf16(wide);
+    loss |= !next.valid;
+    for (const char16_t unit : wide.substr(0, next.length)) {
+      const char16_t put = next.valid ? unit : static_cast<unsigned char>(replacement);
+      const auto high = static_cast<char>(put >> 8);
+      const auto low = static_cast<char>(put & 0xFF);
+      out.put(page == kUtf16Big ? high : low);
+      out.put(page == kUtf16Big ? low : high);
+    }
+    wide.remove_prefix(next.length);
+  }
+  return loss;
+}
+
 // A mark joins the letter before it, so a letter with its marks goes through the converter, and all
 // else by the table of what the bytes mean alone.
-IconvOutcome decode_with_marks(const char* name, UINT page, std::string_view bytes,
-                               WideOutput& out) {
-  const BytePage* table = iconv_byte_page(name);
-  if (table == nullptr) return iconv_to_wide(name, bytes, out);
+IconvOutcome decode_with_marks(const IconvPage& known, std::string_view bytes, WideOutput& out) {
+  const BytePage* table = iconv_byte_page(known.name);
+  if (table == nullptr) return iconv_to_wide(known, bytes, out);
   IconvOutcome all{true, false};
   while (!bytes.empty() && all.converter) {
-    const auto mark = [page](char byte) { return is_mark(page, byte); };
+    const auto mark = [&known](char byte) { return is_mark(known.page, byte); };
     const auto first = std::find_if(bytes.begin(), bytes.end(), mark);
     auto plain = static_cast<std::size_t>(first - bytes.begin());
     if (plain > 0 && first != bytes.end()) --plain;
@@ -128,7 +179,7 @@ IconvOutcome decode_with_marks(const char* name, UINT page, std::string_view byt
     bytes.remove_prefix(plain);
     const auto behind = std::find_if_not(std::min(first, bytes.end()), bytes.end(), mark);
     const auto joined = static_cast<std::size_t>(behind - bytes.begin());
-    const IconvOutcome outcome = iconv_to_wide(name, bytes.substr(0, joined), out);
+    const IconvOutcome outcome = iconv_to_wide(known, bytes.substr(0, joined), out);
     all = {outcome.converter, all.loss || outcome.loss};
     bytes.remove_prefix(joined);
   }
@@ -178,10 +229,12 @@ Outcome decode(UINT page, std::string_view bytes, WideOutput& out) {
   if (const BytePage* table = byte_page(page)) {
     return {true, decode_with(table->wide(), bytes, out)};
   }
-  const char* name = iconv_name(page);
-  if (name == nullptr) return {false, false};
-  const IconvOutcome outcome = joins_marks(page) ? decode_with_marks(name, page, bytes, out)
-                                                 : iconv_to_wide(name, bytes, out);
+  if (is_utf16(page)) return {true, decode_utf16(page, bytes, out)};
+  if (is_escaped_page(page)) return {true, decode_escaped(page, bytes, out)};
+  const IconvPage* known = iconv_page(page);
+  if (known == nullptr) return {false, false};
+  const IconvOutcome outcome =
+      joins_marks(page) ? decode_with_marks(*known, bytes, out) : iconv_to_wide(*known, bytes, out);
   return {outcome.converter, outcome.loss};
 }
 
@@ -195,9 +248,11 @@ Outcome encode(UINT page, std::u16string_view wide, char replacement, ByteOutput
   }
   if (const BytePage* table = byte_page(page))
     return {true, encode_with(*table, wide, replacement, out)};
-  const char* name = iconv_name(page);
-  if (name == nullptr) return {false, false};
-  const IconvOutcome outcome = iconv_from_wide(name, wide, replacement, out);
+  if (is_utf16(page)) return {true, encode_utf16(page, wide, replacement, out)};
+  if (is_escaped_page(page)) return {true, encode_escaped(page, wide, replacement, out)};
+  const IconvPage* known = iconv_page(page);
+  if (known == nullptr) return {false, false};
+  const IconvOutcome outcome = iconv_from_wide(*known, wide, replacement, out);
   return {outcome.converter, outcome.loss};
 }
 
@@ -218,7 +273,8 @@ Text collect(std::size_t guess, Convert convert) {
 
 // Shift sequences would tear 8-bit texts apart, so pages with states are out.
 bool is_usable_as_ansi(UINT page) {
-  if (page <= CP_THREAD_ACP || (page >= 50000 && page < 51000)) return false;
+  if (page <= CP_THREAD_ACP || is_escaped_page(page) || (page >= 50000 && page < 51000))
+    return false;
   std::string ascii;
   for (char byte = 1; byte < 0x7F; ++byte) ascii += byte;
   WideOutput measure(nullptr, 0);
@@ -355,8 +411,11 @@ BOOL IsValidCodePage(UINT page) {
     case CP_UTF8:
       return TRUE;
     default:
-      return platform::iconv_name(page) != nullptr ? TRUE : FALSE;
+      break;
   }
+  const bool known = platform::is_utf16(page) || platform::is_escaped_page(page) ||
+                     platform::iconv_page(page) != nullptr;
+  return known ? TRUE : FALSE;
 }
 
 int MultiByteToWideChar(UINT page, DWORD flags, const char* bytes, int count, OLECHAR* wide,

@@ -1,15 +1,17 @@
 // Conversions between UTF-16 and 8-bit code pages named by number.
 //
 // The ANSI code page of the process is 1252 unless the environment variable TALLOWBROOK_CODE_PAGE
-// names another one that contains ASCII (65001 is UTF-8). UTF-8 and the pages with one byte for a
-// character are converted here, with ASCII in blocks; the other known pages by the C library's
-// iconv. Page 1252 maps the five bytes that it leaves undefined to the C1 controls of the same
-// number, both ways. Page 28591 (ISO-8859-1) is taken for 1252, both ways: what mail sends under
-// the first name is the second.
+// names another one that contains ASCII (65001 is UTF-8). UTF-8, UTF-16, the pages with one byte
+// for a character (with ASCII in blocks) and those that switch between sets are converted here; the
+// other known pages by the C library's iconv. What the charset of a name lacks is read and written
+// as the larger set has it that mail sends under that name (UHC as EUC-KR, vendors' characters in
+// EUC-JP and ISO-2022-JP, GBK as GB2312). Page 1252 maps the five bytes that it leaves undefined to
+// the C1 controls of the same number, both ways. Page 28591 (ISO-8859-1) is taken for 1252, both
+// ways: what mail sends under the first name is the second.
 //
 // Nothing here fails on bad input: bytes that mean nothing become U+FFFD (for UTF-8 one for each
-// maximal ill-formed part, as the Unicode Standard recommends), characters that the page lacks
-// become '?'. Time is linear in the input.
+// maximal ill-formed part, as the Unicode Standard recommends) and what follows is read from its
+// own start; characters that the page lacks become '?'. Time is linear in the input.
 #pragma once
 
 #include <string>

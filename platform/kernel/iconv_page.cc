@@ -14,11 +14,7 @@ namespace tallowbrook::platform {
 namespace {
 
 // By number.
-struct NamedPage {
-  UINT page;
-  const char* name;
-};
-constexpr NamedPage kPages[] = {
+constexpr IconvPage kPages[] = {
     {37, "IBM037"},
     {437, "IBM437"},
     {500, "IBM500"},
@@ -44,7 +40,7 @@ constexpr NamedPage kPages[] = {
     {932, "CP932"},
     {936, "CP936"},
     {949, "UHC"},
-    {950, "CP950"},
+    {950, "CP950", "BIG5-HKSCS"},
     {1026, "IBM1026"},
     {1047, "IBM1047"},
     {1140, "IBM1140"},
@@ -57,8 +53,6 @@ constexpr NamedPage kPages[] = {
     {1147, "IBM1147"},
     {1148, "IBM1148"},
     {1149, "IBM1149"},
-    {1200, "UTF-16LE"},
-    {1201, "UTF-16BE"},
     {1250, "CP1250"},
     {1251, "CP1251"},
     {1253, "CP1253"},
@@ -73,7 +67,7 @@ constexpr NamedPage kPages[] = {
     {10002, "CP950"},
     {10003, "UHC"},
     {10007, "MAC-CYRILLIC"},
-    {10008, "EUC-CN"},
+    {10008, "EUC-CN", "CP936"},
     {10017, "MAC-UK"},
     {10029, "MAC-CENTRALEUROPE"},
     {10079, "MAC-IS"},
@@ -99,9 +93,9 @@ constexpr NamedPage kPages[] = {
     {20871, "IBM871"},
     {20880, "IBM880"},
     {20905, "IBM905"},
-    {20932, "EUC-JP"},
-    {20936, "EUC-CN"},
-    {20949, "EUC-KR"},
+    {20932, "EUC-JP", "EUC-JP-MS"},
+    {20936, "EUC-CN", "CP936"},
+    {20949, "UHC"},
     {21025, "IBM1025"},
     {21866, "KOI8-U"},
     {28592, "ISO-8859-2"},
@@ -119,14 +113,11 @@ constexpr NamedPage kPages[] = {
     {28605, "ISO-8859-15"},
     {28606, "ISO-8859-16"},
     {38598, "ISO-8859-8"},
-    {50220, "ISO-2022-JP"},
-    {50221, "ISO-2022-JP"},
-    {50222, "ISO-2022-JP"},
     {50225, "ISO-2022-KR"},
     {50227, "ISO-2022-CN"},
-    {51932, "EUC-JP"},
-    {51936, "EUC-CN"},
-    {51949, "EUC-KR"},
+    {51932, "EUC-JP", "EUC-JP-MS"},
+    {51936, "EUC-CN", "CP936"},
+    {51949, "UHC"},
     {54936, "GB18030"},
     {65000, "UTF-7"},
     {65005, "UTF-32LE"},
@@ -211,13 +202,64 @@ class Descriptor {
   bool to_wide_;
 };
 
+// --- sequences that mean nothing -----------------------------------------------------------------
+
+// True for the first byte of a character of two bytes or more, in the pages that have such.
+bool is_lead(UINT page, unsigned char byte) {
+  switch (page) {
+    case 932:
+    case 10001:
+      return byte > 0x80 && byte != 0xA0 && byte < 0xFD;
+    case 20932:
+    case 51932:
+      return byte == 0x8E || byte == 0x8F || (byte > 0xA0 && byte < 0xFF);
+    case 936:
+    case 949:
+    case 950:
+    case 1361:
+    case 10002:
+    case 10003:
+    case 10008:
+    case 20936:
+    case 20949:
+    case 51936:
+    case 51949:
+    case 54936:
+      return byte > 0x80 && byte < 0xFF;
+    default:
+      return false;
+  }
+}
+
+// The bytes that the character at the start of `bytes` has, as far as they are there.
+std::size_t sequence_length(UINT page, std::string_view bytes) {
+  const auto byte_at = [bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+  std::size_t length = 1;
+  if (page == 12000 || page == 12001 || page == 65005 || page == 65006) {
+    length = 4;
+  } else if (is_lead(page, byte_at(0))) {
+    const bool three = (page == 20932 || page == 51932) && byte_at(0) == 0x8F;
+    const bool four = page == 54936 && bytes.size() > 1 && byte_at(1) >= '0' && byte_at(1) <= '9';
+    length = three ? 3 : four ? 4 : 2;
+  }
+  return std::min(length, bytes.size());
+}
+
+// How much of `bytes`, whose first sequence means nothing, one replacement stands for. ASCII behind
+// a lead byte stays text: it may be a line end, or the quote that ends a text.
+std::size_t meaningless_length(UINT page, std::string_view bytes) {
+  const std::size_t length = sequence_length(page, bytes);
+  if (length != 2) return length;
+  return static_cast<unsigned char>(bytes[1]) < 0x80 ? 1 : 2;
+}
+
 }  // namespace
 
-const char* iconv_name(UINT page) {
+const IconvPage* iconv_page(UINT page) {
   const auto* found =
       std::lower_bound(std::begin(kPages), std::end(kPages), page,
-                       [](const NamedPage& named, UINT wanted) { return named.page < wanted; });
-  return found != std::end(kPages) && found->page == page ? found->name : nullptr;
+                       [](const IconvPage& known, UINT wanted) { return known.page < wanted; });
+  return found != std::end(kPages) && found->page == page ? found : nullptr;
 }
 
 std::optional<char16_t> iconv_unit(const char* name, char byte) {
@@ -233,35 +275,56 @@ std::optional<char16_t> iconv_unit(const char* name, char byte) {
   return units[0];
 }
 
-IconvOutcome iconv_to_wide(const char* name, std::string_view bytes, WideOutput& out) {
-  Descriptor converter(name, true);
+IconvOutcome iconv_to_wide(const IconvPage& page, std::string_view bytes, WideOutput& out) {
+  Descriptor converter(page.name, true);
   if (!converter.is_open()) return {false, false};
+  std::optional<Descriptor> wider;
   bool loss = false;
   while (!bytes.empty()) {
     const int error = converter.run(bytes, out);
     if (error == 0) break;
+    if (page.wider != nullptr && error == EILSEQ) {
+      if (!wider) wider.emplace(page.wider, true);
+      std::string_view sequence = bytes.substr(0, sequence_length(page.page, bytes));
+      const std::size_t length = sequence.size();
+      if (wider->is_open() && wider->run(sequence, out) == 0) {
+        wider->run(sequence, out);  // empty now: what is held back comes out
+        bytes.remove_prefix(length);
+        continue;
+      }
+    }
     loss = true;
     out.put(kReplacement);
     if (error != EILSEQ || bytes.empty()) break;  // the text ends inside a sequence
-    bytes.remove_prefix(1);
+    bytes.remove_prefix(meaningless_length(page.page, bytes));
   }
   bytes = {};
   converter.run(bytes, out);
   return {true, loss};
 }
 
-IconvOutcome iconv_from_wide(const char* name, std::u16string_view wide, char replacement,
+IconvOutcome iconv_from_wide(const IconvPage& page, std::u16string_view wide, char replacement,
                              ByteOutput& out) {
-  Descriptor converter(name, false);
+  Descriptor converter(page.name, false);
   if (!converter.is_open()) return {false, false};
+  std::optional<Descriptor> wider;
   const char16_t stand_in = static_cast<unsigned char>(replacement);
   bool loss = false;
   while (!wide.empty()) {
     if (converter.run(wide, out) == 0 || wide.empty()) break;
+    const std::size_t length = first_utf16(wide).length;
+    std::u16string_view character = wide.substr(0, length);
+    wide.remove_prefix(length);
+    if (page.wider != nullptr) {
+      if (!wider) wider.emplace(page.wider, false);
+      if (wider->is_open() && wider->run(character, out) == 0) {
+        wider->run(character, out);  // empty now: what is held back comes out
+        continue;
+      }
+    }
     loss = true;
     std::u16string_view instead(&stand_in, 1);
     converter.run(instead, out);
-    wide.remove_prefix(first_utf16(wide).length);
   }
   wide = {};
   converter.run(wide, out);

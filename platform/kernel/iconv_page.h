@@ -9,8 +9,16 @@
 
 namespace tallowbrook::platform {
 
-// The C library's name of a code page; null for one that is not known.
-[[nodiscard]] const char* iconv_name(UINT page);
+struct IconvPage {
+  UINT page;
+  const char* name;  // the C library's
+  // Of a set that holds this one and more, in the same form: it says what the page does not know.
+  // What mail sends under the smaller name is often the larger set. Null for none.
+  const char* wider = nullptr;
+};
+
+// Null for a page that is not known.
+[[nodiscard]] const IconvPage* iconv_page(UINT page);
 
 // The unit that a byte alone stands for, U+FFFD when it means nothing; none when the byte is part
 // of something longer, switches a state, or the C library has no such converter.
@@ -33,9 +41,10 @@ struct IconvOutcome {
   bool loss;
 };
 
-IconvOutcome iconv_to_wide(const char* name, std::string_view bytes, WideOutput& out);
+// A sequence that means nothing is one U+FFFD, and what follows it is read from its own start.
+IconvOutcome iconv_to_wide(const IconvPage& page, std::string_view bytes, WideOutput& out);
 // `replacement` stands for characters that the page lacks, converted like any other one.
-IconvOutcome iconv_from_wide(const char* name, std::u16string_view wide, char replacement,
+IconvOutcome iconv_from_wide(const IconvPage& page, std::u16string_view wide, char replacement,
                              ByteOutput& out);
 
 }  // namespace tallowbrook::platform

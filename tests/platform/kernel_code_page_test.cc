@@ -121,12 +121,86 @@ TEST(CodePage, CShapedCallsMeasureConvertAndRefuse) {
   EXPECT_EQ(MultiByteToWideChar(1252, 0, nullptr, 1, wide, 8), 0);
 }
 
+// What follows a sequence that means nothing is read as it stands, and what mail sends beyond the
+// charset that it names is read as the larger one.
+TEST(CodePage, ReadsOnBehindWhatMeansNothing) {
+  const struct {
+    UINT page;
+    std::string bytes;
+    std::u16string text;
+  } kRows[] = {
+      {932, "\xA0\x93\xFA\xFC\xFC\x96{", u"\uFFFD日\uFFFD本"},
+      {936, "\xFF\xD6\xD0\xA6\xF6\xCE\xC4", u"\uFFFD中\uFFFD文"},
+      {936, "\xD6\"\xD6\xD0", u"\uFFFD\"中"},
+      {949, "\xFF\xC7\xD1", u"\uFFFD한"},
+      {950, "\xFF\xA4\xA4\xF9\xFE\xA4\xE5", u"\uFFFD中▓文"},
+      {950, "\x87\x40\xA4\xA4", u"\u43F0中"},
+      {51936, "\xFE\xFE\xD6\xD0 \xA2\xA1", u"\uFFFD中 ⅰ"},
+      {51949, "\x8C\x63\xB9\xE6", u"똠방"},
+      {54936, "\x82\x35\x90\x37x\x80\xD6\xD0", u"\uFFFDx\uFFFD中"},
+      {51932, "\xAD\xA1\xC6\xFC\xFE\xFE\xCB\xDC", u"①日\uE3AB本"},
+      {51932, "\x8F\xB0\xA1\x8F\xA9\xD5\xC6\xFC", u"丂\uFFFD日"},
+      {1200,
+       std::string("a\0\0\xD8"
+                   "b\0\xFF",
+                   7),
+       u"a\uFFFDb\uFFFD"},
+      {1200, std::string("\xFE\xFF\0a\xD8=\xDE\0", 8), u"a😀"},
+      {1200,
+       std::string("\xFF\xFE"
+                   "a\0",
+                   4),
+       u"a"},
+      {1201, std::string("\0a\0b", 4), u"ab"},
+      {65005,
+       std::string("a\0\0\0\xFF\xFF\xFF\xFF"
+                   "b\0\0\0",
+                   12),
+       u"a\uFFFDb"},
+      {50220, "\x1B$B-!\x7F~", u"①\x7F\uFFFD"},
+      {50220, "\x1B$B~~F|K\\\x1B(B abc", u"\uE3AB日本 abc"},
+      {50220, "\x1B$BF|\nabc \x1B$BF", u"日\nabc \uFFFD"},
+      {50220,
+       "\x1B(I6E\x1B(J\\~\x1B(B\\~\x0E"
+       "6\x0F"
+       "6",
+       u"ｶﾅ¥‾\\~ｶ6"},
+      {50222, "\x1B$(D0!\x1B$AVP\x1B$(CGQ\x1B[0m\xE9\x1B(B.", u"丂中한\uFFFD"},
+      {52936, "~{VP~}~\n~{ND\n~x~~}~{V~{", u"中文\n~x~}筑\uFFFD"},
+  };
+  for (const auto& row : kRows) {
+    const std::u16string text = widen(row.page, row.bytes);
+    EXPECT_TRUE(text.starts_with(row.text))
+        << row.page << ' ' << narrow(CP_UTF8, text) << " not " << narrow(CP_UTF8, row.text);
+  }
+}
+
+TEST(CodePage, WritesWhatTheNamedCharsetLacksAsTheLargerOneHasIt) {
+  const struct {
+    UINT page;
+    std::u16string text;
+    std::string bytes;
+  } kRows[] = {
+      {51932, u"①日", "\xAD\xA1\xC6\xFC"},
+      {51949, u"똠", "\x8C\x63"},
+      {51936, u"ⅰ", "\xA2\xA1"},
+      {50220, u"①ｶ¥〜～丂é\x1B", "\x1B$B-!\x1B(I6\x1B(J\\\x1B$B!A!A\x1B$(D0!+1\x1B(B?"},
+      {50220, u"日\r\n本", "\x1B$BF|\x1B(B\r\n\x1B$BK\\\x1B(B"},
+      {52936, u"~中\n文é镕", "~~~{VP~}\n~{ND(&~}?"},
+      {1201, u"a\xD800é", std::string("\0a\0?\0\xE9", 6)},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(narrow(row.page, row.text), row.bytes) << row.page;
+  }
+}
+
 TEST(CodePage, EveryListedPageHasAConverter) {
   int pages = 0;
   for (UINT page = 4; page < 70000; ++page) {
-    if (iconv_name(page) == nullptr) continue;
+    if (IsValidCodePage(page) == FALSE) continue;
     ++pages;
     EXPECT_NE(MultiByteToWideChar(page, 0, "\0\0\0A", 4, nullptr, 0), 0) << page;
+    EXPECT_EQ(widen(page, narrow(page, u"AZ 09.,")), u"AZ 09.,") << page;
   }
   EXPECT_GT(pages, 90);
 }
@@ -186,12 +260,12 @@ TEST(CodePage, TablesAgreeWithIconv) {
       }
       std::u16string theirs(200, 0);
       WideOutput wide(theirs.data(), theirs.size());
-      iconv_to_wide(iconv_name(page), bytes, wide);
+      iconv_to_wide(*iconv_page(page), bytes, wide);
       theirs.resize(wide.count());
       ASSERT_EQ(widen(page, bytes), theirs) << page;
       std::string back(400, 0);
       ByteOutput narrowed(back.data(), back.size());
-      iconv_from_wide(iconv_name(page), theirs, '?', narrowed);
+      iconv_from_wide(*iconv_page(page), theirs, '?', narrowed);
       back.resize(narrowed.count());
       ASSERT_EQ(narrow(page, theirs), back) << page;
     }
