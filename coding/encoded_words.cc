@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -51,6 +53,7 @@ std::optional<WordShape> shape_of(std::string_view text) {
 std::string decode_payload(std::string_view text, const WordShape& shape) {
   const std::size_t from = shape.marker + kMarkerLength;
   const std::string_view payload = text.substr(from, shape.end - from);
+  if (payload.size() > std::numeric_limits<std::int32_t>::max()) throw std::length_error("word");
   std::string bytes(payload.size(), '\0');
   const auto length = static_cast<std::int32_t>(payload.size());
   std::int32_t decoded = 0;
@@ -103,9 +106,11 @@ class CharsetDecoder {
   std::unique_ptr<CMIMECode> coder_;
 };
 
+// Without the language that may follow behind a "*" (RFC 2231 section 5).
 std::string_view charset_of(std::string_view text, const WordShape& shape) {
   const std::size_t name = shape.start + kWordStart.size();
-  return text.substr(name, shape.marker - name);
+  const std::string_view charset = text.substr(name, shape.marker - name);
+  return charset.substr(0, charset.find('*'));
 }
 
 // --- whole texts ---------------------------------------------------------------------------------

@@ -51,6 +51,7 @@ TEST(EncodedWords, Decode) {
       {"=?utf-8?B?w6k=?=", u"\u00E9"},
       {"a =?UTF-8?q?=C3=A9?= b", u"a \u00E9 b"},
       {"=??Q?=E9?=", u"\u00E9"},
+      {"=?utf-8*en?Q?=C3?= =?utf-8?Q?=A9?=", u"\u00E9"},
       {"=?iso-8859-1?Q?=41?=", u"A"},
       {"=?iso-8859-1?Q?=80?=", u"\u20AC"},
       // Between two words white space goes, padding or not, and nothing else does.

@@ -39,6 +39,93 @@ std::string encoded(const std::string& bytes, char zero, char fill) {
   return text + "`\r\n";
 }
 
+// One character after the other.
+class PlainDecoder {
+ public:
+  explicit PlainDecoder(const std::string& input) : input_(input) {}
+
+  std::string decode() {
+    while (at_ < input_.size()) line();
+    return out_;
+  }
+
+ private:
+  bool at_end() const { return at_ == input_.size() || input_[at_] == '\n'; }
+
+  void line() {
+    std::string bytes;
+    const bool complete = data(bytes);
+    bool clean = true;
+    for (; !at_end(); ++at_) {
+      clean = clean && std::string("\r`AB").find(input_[at_]) != std::string::npos;
+    }
+    while (at_ < input_.size() && (input_[at_] == '\r' || input_[at_] == '\n')) ++at_;
+    if (complete && clean) out_ += bytes;
+  }
+
+  // The bytes that the line declares; false when they are not all there.
+  bool data(std::string& bytes) {
+    const int first = static_cast<unsigned char>(input_[at_]);
+    if (first == '\r' || first == '\n' || first == '`') return false;
+    ++at_;
+    const int count = first - 0x20;
+    if (count < 1 || count > 92) return false;
+    for (int owed = count; owed > 0; owed -= 3) {
+      const int made = std::min(owed, 3);
+      unsigned group = 0;
+      for (int i = 0; i < 4; ++i) {
+        const bool fill = i > made;
+        if (at_end() || input_[at_] == '\r') {
+          if (!fill) return false;
+          continue;
+        }
+        const auto value = (static_cast<unsigned>(input_[at_++]) - 0x20) % 64;
+        if (!fill) group |= value << (18 - 6 * i);
+      }
+      for (int i = 0; i < made; ++i) bytes += static_cast<char>(group >> (16 - 8 * i));
+    }
+    return true;
+  }
+
+  const std::string& input_;
+  std::size_t at_ = 0;
+  std::string out_;
+};
+
+TEST(UUCoder, AgreesWithThePlainReference) {
+  std::mt19937 random(4);
+  CUUCoder coder;
+  for (int round = 0; round < 600; ++round) {
+    std::string text;
+    while (text.size() < random() % 600) {
+      std::string bytes(1 + random() % 45, '\0');
+      for (char& byte : bytes) byte = static_cast<char>(random() % 4 == 0 ? 0 : random());
+      std::string line = encoded(bytes, random() % 2 == 0 ? '`' : ' ', '`');
+      line.resize(line.find("\r\n"));
+      for (auto edits = random() % 3; edits > 0 && !line.empty(); --edits) {
+        const std::size_t at = random() % line.size();
+        const char strange[] = {'\r', '\n', '`', 'A', ' ', '\xFF', '\0', 'z'};
+        const char put = strange[random() % sizeof strange];
+        switch (random() % 3) {
+          case 0:
+            line[at] = put;
+            break;
+          case 1:
+            line.insert(at, 1, put);
+            break;
+          default:
+            line.erase(at);
+        }
+      }
+      const char* const ends[] = {"\r\n", "\n", "\r\r\n", "A\n", "`B\r\n", "\n\n\r\n", ""};
+      text += line + ends[random() % std::size(ends)];
+    }
+    ASSERT_EQ(converted(coder, kDecode, text, {1, 2, 3, 7, 16, 57, 76, 4095}),
+              PlainDecoder(text).decode())
+        << testing::PrintToString(text);
+  }
+}
+
 TEST(UUCoder, Lines) {
   CUUCoder coder;
   const std::string full = "M" + std::string(60, '!');
