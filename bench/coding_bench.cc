@@ -141,7 +141,7 @@ void words_in_subjects() {
   };
   double earlier = 0;
   std::printf("%-34s", "encoded words in one subject");
-  for (const std::size_t count : {25'000, 50'000, 100'000}) {
+  for (const std::size_t count : {25'000u, 50'000u, 100'000u}) {
     const std::string subject = repeated("=?utf-8?Q?caf=C3=A9?=\r\n ", count);
     const double time = best(5, [&] { (void)decode_words(subject); });
     std::printf("  %zu: %.1f ms", count, time * 1e3);
