@@ -92,33 +92,43 @@ def put(target, function, arguments, value):
 def invoke(target, member, kind, parameters, values, where, returns=True):
     """`parameters` are those of `values` and the out-arguments between them; None: all are VARIANT.
     Of a put, the last value is the new one."""
-    home = _threads.current_home()
-    target._use_at(home)
-    home.raised = None
     arguments = _Arguments(parameters, values, kind) if values or parameters else None
-    result, exception, wrong = VARIANT(), EXCEPINFO(), c_uint32(_NOWHERE)
+    home = _threads.enter()
     try:
-        given = _NO_ARGUMENTS if arguments is None else arguments.given
-        status = _invoke(target._pointer, member, _NULL, LOCALE_USER_DEFAULT, kind, byref(given),
-                         byref(result), byref(exception), byref(wrong))
-        if home.raised is not None:
-            raised, home.raised = home.raised, None
-            _free(exception)
-            _values.discard(result)
-            raise raised
-        if status < 0:
-            error = _failure(status, exception, wrong.value, arguments, where)
-            home.error_text = error.description
-            raise error
-        value = _values.take(result)
+        target._use_at(home)
+        home.raised = None
+        value = _run(target._pointer, member, kind, arguments, home, where)
         if kind == _abi.DISPATCH_METHOD:
             home.error_text = thread_error()[0] if value is False else ""
         if arguments is not None and arguments.outs:
             return arguments.outcome([value] if returns else [])
         return value
     finally:
+        home.calls -= 1
         if arguments is not None:
             arguments.forget()
+
+
+def _run(pointer, member, kind, arguments, home, where):
+    """One IDispatch::Invoke; returns the result."""
+    result, exception, wrong = VARIANT(), EXCEPINFO(), c_uint32(_NOWHERE)
+    given = _NO_ARGUMENTS if arguments is None else arguments.given
+    status = _invoke(pointer, member, _NULL, LOCALE_USER_DEFAULT, kind, byref(given),
+                     byref(result), byref(exception), byref(wrong))
+    raised, home.raised = home.raised, None
+    if status >= 0 and raised is None:
+        return _values.take(result)
+    texts = [take_bstr(text)
+             for text in (exception.source, exception.description, exception.help_file)]
+    if raised is not None:
+        _values.discard(result)
+        raise raised
+    if status & 0xFFFFFFFF == Status.DISP_E_EXCEPTION and exception.scode:
+        status = exception.scode
+    name = arguments.name_at(wrong.value) if arguments and wrong.value != _NOWHERE else ""
+    error = ComError(status, texts[1], texts[0], f"{where}({name})" if name else where)
+    home.error_text = error.description
+    raise error
 
 
 class _Arguments:
@@ -189,20 +199,6 @@ class _Arguments:
             _values.discard(out)
 
 
-def _free(exception):
-    for text in (exception.source, exception.description, exception.help_file):
-        take_bstr(text)
-
-
-def _failure(status, exception, wrong, arguments, where):
-    source, description = take_bstr(exception.source), take_bstr(exception.description)
-    take_bstr(exception.help_file)
-    if status & 0xFFFFFFFF == Status.DISP_E_EXCEPTION and exception.scode:
-        status = exception.scode
-    name = arguments.name_at(wrong) if arguments is not None and wrong != _NOWHERE else ""
-    return ComError(status, description, source, f"{where}({name})" if name else where)
-
-
 def create(name):
     """A counted pointer to the IDispatch of a new object of the class that a ProgID or "{class id}"
     names."""
@@ -214,7 +210,9 @@ def create(name):
         status = layer.create_instance(byref(clsid), None, _abi.CLSCTX_INPROC_SERVER,
                                        byref(_abi.IID_IDISPATCH), byref(pointer))
     if status < 0:
-        error = ComError(status, load_failure(), member=f"CreateObject({name!r})")
+        error = ComError(status, member=f"CreateObject({name!r})")
+        if load_failure():
+            error = ComError(status, f"{error.description}; {load_failure()}", member=error.member)
         home.error_text = error.description
         raise error
     return pointer.value

@@ -6,17 +6,25 @@ happens to run. So every object knows the home (the `Home` of a thread) where it
 reference that is dropped elsewhere is laid into that home's queue, and the thread gives it back
 with its next call of this package. When the thread has ended, whoever drops the reference gives it
 back, one at a time.
+
+When the interpreter ends, a daemon thread may stand inside of the component, which may be about to
+use a Python file; the interpreter would tear the thread down in the midst of it. So the end waits
+for the calls that run, and other threads begin no new ones.
 """
 
 import atexit
 import threading
+import time
 from collections import deque
 
 from ._abi import release
 
 
+_homes = {}  # of the threads that have not ended, by id
+
+
 class Home:
-    __slots__ = ("dropped", "open", "turn", "error_text", "raised")
+    __slots__ = ("dropped", "open", "turn", "error_text", "raised", "calls")
 
     def __init__(self):
         self.dropped = deque()  # interface pointers to give back
@@ -24,6 +32,8 @@ class Home:
         self.turn = threading.RLock()  # who gives back for a thread that has ended
         self.error_text = ""  # what the thread's last method call left
         self.raised = None  # what a Python file raised while the component used it
+        self.calls = 0  # how many calls the thread is in
+        _homes[id(self)] = self
 
     def settle(self):
         """Gives back what other threads dropped; on the home's own thread or after its end."""
@@ -47,6 +57,7 @@ class _Guard:
         self.home = home
 
     def __del__(self):
+        _homes.pop(id(self.home), None)
         self.home.open = False
         self.home.settle_after_end()
 
@@ -58,7 +69,8 @@ class _Local(threading.local):
 
 
 _local = _Local()
-_process_ends = []
+_process_ends = []  # the home of the thread that ends the interpreter
+_LONGEST_WAIT = 5.0  # seconds
 
 
 def current_home():
@@ -81,6 +93,21 @@ def give_back(pointer, home, local=_local, process_ends=_process_ends, release=r
         home.settle_after_end()
 
 
+def enter():
+    """The calling thread's home, at the beginning of a call. At its end `calls` is one less."""
+    home = current_home()
+    home.calls += 1
+    if _process_ends and _process_ends[0] is not home:
+        home.calls -= 1
+        threading.Event().wait()  # for the end
+    return home
+
+
 @atexit.register
 def _end():
-    _process_ends.append(True)
+    ender = _local.home
+    _process_ends.append(ender)
+    last = time.monotonic() + _LONGEST_WAIT
+    others = [home for home in list(_homes.values()) if home is not ender]
+    while any(home.calls for home in others) and time.monotonic() < last:
+        time.sleep(0.001)

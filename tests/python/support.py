@@ -4,6 +4,9 @@ import ctypes
 import gc
 import os
 import pathlib
+import subprocess
+import sys
+import tempfile
 import unittest
 
 import tallowbrook
@@ -13,6 +16,16 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 SAMPLES = ROOT / "samples"
 CORPUS = ROOT.parent / "shared" / "corpus"
 SANITIZED = "asan" in os.environ.get("LD_PRELOAD", "")
+ENVIRONMENT = {"PYTHONPATH": ROOT / "python", "TALLOWBROOK_LIBRARY": _library.component_path()}
+
+
+def run(*arguments, **environment):
+    """Runs the interpreter of the tests with this environment instead of theirs."""
+    passed = {name: value for name, value in os.environ.items()
+              if name not in ("PYTHONPATH", "TALLOWBROOK_LIBRARY")}
+    passed.update({name: str(value) for name, value in environment.items()})
+    return subprocess.run([sys.executable, *map(str, arguments)], env=passed, text=True,
+                          capture_output=True, cwd=tempfile.gettempdir(), timeout=300)
 
 
 def describe_lent_files():

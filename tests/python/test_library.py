@@ -5,26 +5,16 @@ import pathlib
 import re
 import shutil
 import subprocess
-import sys
 import sysconfig
 import tempfile
 import unittest
 
-from support import CORPUS, ROOT, SAMPLES, SANITIZED
+from support import CORPUS, ENVIRONMENT, ROOT, SAMPLES, SANITIZED, run
 from tallowbrook import _library
 
 PACKAGE = ROOT / "python" / "tallowbrook"
 CREATE = ("import tallowbrook; tallowbrook.CreateObject('Tallowbrook.Decoder'); "
           "print(tallowbrook._library.component_path())")
-
-
-def run(*arguments, **environment):
-    """Runs the interpreter of the tests with this environment instead of theirs."""
-    passed = {name: value for name, value in os.environ.items()
-              if name not in ("PYTHONPATH", "TALLOWBROOK_LIBRARY")}
-    passed.update({name: str(value) for name, value in environment.items()})
-    return subprocess.run([sys.executable, *map(str, arguments)], env=passed, text=True,
-                          capture_output=True, cwd=tempfile.gettempdir(), timeout=300)
 
 
 class Finding(unittest.TestCase):
@@ -76,6 +66,22 @@ class Finding(unittest.TestCase):
         library = self.put_libraries("libraries")
         self.assert_finds("libtallowbrook.so", PYTHONPATH=package, LD_LIBRARY_PATH=library.parent)
 
+    def test_the_registration(self):
+        package = self.put_package("modules")
+        component = self.put_libraries("registered")
+        layer = self.put_libraries("layer")
+        layer.unlink()
+        registry = {"TALLOWBROOK_USER_REGISTRY": self.folder / "registry",
+                    "TALLOWBROOK_MACHINE_REGISTRY": self.folder / "machine",
+                    "TALLOWBROOK_REGISTER_FOR_USER": 1}
+        environment = {"PYTHONPATH": package, "LD_LIBRARY_PATH": layer.parent, **registry}
+        done = run("-c", CREATE, **environment)
+        self.assertIn("CO_E_CLASSSTRING", done.stderr)
+        self.assertIn("libtallowbrook.so", done.stderr)  # that it could not be loaded
+        register = f"import ctypes; exit(ctypes.CDLL({str(component)!r}).DllRegisterServer())"
+        self.assertEqual(run("-c", register, **registry).returncode, 0)
+        self.assert_finds("libtallowbrook.so", **environment)
+
     def test_nowhere(self):
         done = run("-c", CREATE, PYTHONPATH=self.put_package("modules"))
         if done.returncode == 0:
@@ -84,11 +90,8 @@ class Finding(unittest.TestCase):
 
 
 class Scripts(unittest.TestCase):
-    ENVIRONMENT = {"PYTHONPATH": ROOT / "python",
-                   "TALLOWBROOK_LIBRARY": _library.component_path()}
-
     def test_stubs_are_up_to_date(self):
-        done = run(ROOT / "scripts" / "python-stubs", "--check", **self.ENVIRONMENT)
+        done = run(ROOT / "scripts" / "python-stubs", "--check", **ENVIRONMENT)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         for stub in PACKAGE.glob("*.pyi"):
             compile(stub.read_text(), str(stub), "exec")
@@ -98,7 +101,7 @@ class Scripts(unittest.TestCase):
         if not program:
             self.skipTest("TALLOWBROOK_SAMPLE does not name the built sample")
         for folder in filter(pathlib.Path.is_dir, (SAMPLES, CORPUS)):
-            script = run(SAMPLES / "attachments.py", folder, **self.ENVIRONMENT)
+            script = run(SAMPLES / "attachments.py", folder, **ENVIRONMENT)
             self.assertEqual(script.stderr, "")
             environment = {**os.environ, "TALLOWBROOK_LIBRARY": _library.component_path()}
             compiled = subprocess.run([program, folder], text=True, capture_output=True,
@@ -118,7 +121,7 @@ class Scripts(unittest.TestCase):
                 if SANITIZED:
                     before += f"sys.path.append({os.path.dirname(__file__)!r})\nimport support\n"
                 file.write_text(before + "\n".join(blocks))
-                done = run(file, **self.ENVIRONMENT)
+                done = run(file, **ENVIRONMENT)
                 self.assertEqual(done.stderr, "", document.name)
 
 

@@ -2,14 +2,17 @@
 
 import gc
 import io
+import os
 import threading
 import time
 import unittest
 
 import tallowbrook
-from support import SAMPLES, SANITIZED, TestCase, memory, new_collection, new_message, nothing_alive
+from support import ENVIRONMENT, SAMPLES, SANITIZED, TestCase, memory, new_collection
+from support import new_message, nothing_alive, run
 from tallowbrook import _abi, _threads
 
+HERE = os.path.dirname(os.path.abspath(__file__))
 ROUNDS = 10_000 if SANITIZED else 100_000
 
 
@@ -182,6 +185,30 @@ class Parallel(TestCase):
             thread.start()
         for thread in threads:
             thread.join()
+
+
+class Ending(unittest.TestCase):
+    def test_the_interpreter_ends_while_threads_load(self):
+        script = """if True:
+            import io, sys, threading, time, tallowbrook
+            def work():
+                while True:
+                    message = tallowbrook.CreateObject("Tallowbrook.Decoder")
+                    message.Load(io.BytesIO(b"To: a@b\\n\\nx\\n"))
+                    message.Body.Import(io.BytesIO(b"content"), True)
+            for _ in range(4):
+                threading.Thread(target=work, daemon=True).start()
+            last = tallowbrook.CreateObject("Tallowbrook.Decoder")
+            last.Body.Import(io.BytesIO(b"content"), True)
+            time.sleep(0.1)
+            sys.exit(7)
+        """
+        if SANITIZED:
+            script = script.replace("import io", f"import sys; sys.path.append({HERE!r})\n"
+                                    "            import support, io")
+        for _ in range(5):
+            done = run("-c", script, **ENVIRONMENT)
+            self.assertEqual((done.returncode, done.stderr), (7, ""))
 
 
 class Leaks(TestCase):
