@@ -111,7 +111,8 @@ class Scripts(unittest.TestCase):
 
     def test_the_documents(self):
         """Every example runs, the ones of a document one after the other."""
-        for document in (ROOT / "README.md", ROOT / "docs" / "guide.md", ROOT / "docs" / "python.md"):
+        documents = [ROOT / "docs" / name for name in ("guide.md", "python.md", "reference.md")]
+        for document in [ROOT / "README.md", *documents]:
             blocks = re.findall(r"^```python\n(.*?)^```$", document.read_text(), re.M | re.S)
             self.assertTrue(blocks, document)
             with tempfile.TemporaryDirectory() as folder:
