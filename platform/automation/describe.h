@@ -264,6 +264,7 @@ constexpr void check_names(const FunctionInfo& function, std::size_t names) {
   MemberInfo result;
   result.id = id;
   result.name = name;
+  result.hash = name_hash(name);
   result.help = help;
   result.functions = {first, second};
   result.params = names.marks;

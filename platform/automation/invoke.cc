@@ -8,10 +8,6 @@ namespace {
 
 constexpr UINT kNowhere = ~0U;
 
-char16_t lower(char16_t unit) {
-  return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
-}
-
 bool is_missing(const VARIANT& value) {
   return value.vt == VT_ERROR && value.scode == DISP_E_PARAMNOTFOUND;
 }
@@ -353,7 +349,7 @@ HRESULT forward(const FoundFunction& getter, void* self, WORD flags, DISPPARAMS*
 
 bool same_name(std::u16string_view a, std::u16string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char16_t x, char16_t y) { return lower(x) == lower(y); });
+                    [](char16_t x, char16_t y) { return fold_unit(x) == fold_unit(y); });
 }
 
 const MemberInfo* find_member(const InterfaceInfo& table, DISPID id) {
@@ -366,9 +362,10 @@ const MemberInfo* find_member(const InterfaceInfo& table, DISPID id) {
 }
 
 const MemberInfo* find_member(const InterfaceInfo& table, std::u16string_view name) {
+  const std::uint32_t hash = name_hash(name);
   for (const InterfaceInfo* at = &table; at != nullptr; at = at->base) {
     for (const MemberInfo& member : at->members) {
-      if (same_name(member.name, name)) return &member;
+      if (member.hash == hash && same_name(member.name, name)) return &member;
     }
   }
   return nullptr;

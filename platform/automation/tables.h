@@ -9,7 +9,9 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <span>
+#include <string_view>
 
 #include "platform/automation/dispatch.h"
 
@@ -88,10 +90,23 @@ struct FunctionInfo {
   bool returns_value = false;  // the last type is [out, retval]
 };
 
+// ASCII capitals become small: names are the same with any letter case.
+[[nodiscard]] constexpr char16_t fold_unit(char16_t unit) {
+  return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
+// The same for names that differ in letter case alone (FNV-1a, in units).
+[[nodiscard]] constexpr std::uint32_t name_hash(std::u16string_view name) {
+  std::uint32_t hash = 0x811C9DC5;
+  for (const char16_t unit : name) hash = (hash ^ fold_unit(unit)) * 0x01000193;
+  return hash;
+}
+
 // One name and dispatch id: a method, or a property with a get, a put, or both.
 struct MemberInfo {
   DISPID id = DISPID_UNKNOWN;
   const char16_t* name = u"";
+  std::uint32_t hash = name_hash(u"");  // of the name
   const char16_t* help = u"";
   WORD flags = 0;  // kMemberRestricted, kMemberHidden
   // A property has its get first. Functions stand in the order of the interface's slots.
