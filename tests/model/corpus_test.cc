@@ -3,34 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <map>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/model/corpus.h"
 #include "tests/model/host.h"
 #include "tests/support/dump.h"
 
 namespace tallowbrook::test {
 namespace {
-
-const std::map<std::string, std::string>& corpus() {
-  static const auto kMessages = [] {
-    std::map<std::string, std::string> messages;
-    const auto folder = std::filesystem::path(TALLOWBROOK_SOURCE_DIR) / ".." / "shared" / "corpus";
-    std::error_code missing;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
-      if (entry.path().extension() != ".eml") continue;
-      std::ifstream file(entry.path(), std::ios::binary);
-      messages[entry.path().filename()] = {std::istreambuf_iterator<char>(file), {}};
-    }
-    return messages;
-  }();
-  return kMessages;
-}
 
 void read_everything(const ComPtr<IMimeDecoder>& message) {
   for (const char16_t* name :
