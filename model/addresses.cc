@@ -203,8 +203,10 @@ HeaderValue put_enumerated_or_single(const VARIANT& given) {
 std::string RenderAddress(const HeaderValue& value) {
   std::string text = value.AsText();
   if (!value.is(ValueKind::Address)) return text;
-  if (!text.empty()) text += ' ';
-  return text.append(value.address_text());
+  if (text.empty()) return std::string(value.address_text());
+  // Without an address the name would be read as one: it is that of a group without members.
+  if (value.address_text().empty()) return text.append(":;");
+  return text.append(" ").append(value.address_text());
 }
 
 std::string address_layout(const HeaderValue& value) {

@@ -33,8 +33,9 @@ namespace tallowbrook {
 // put_single_address does: a string is one address as it stands.
 [[nodiscard]] HeaderValue put_enumerated_or_single(const VARIANT& value);
 
-// One value as header text: an `Address` as its name, a blank and its address text; anything else
-// as its text. Nothing is quoted, encoded or put in brackets.
+// One value as header text: an `Address` as its name, a blank and its address text, one without
+// address text as a group without members ("undisclosed-recipients:;"); anything else as its text.
+// Nothing is quoted, encoded or put in brackets.
 [[nodiscard]] std::string RenderAddress(const HeaderValue& value);
 
 // What follows "Name: " in a written address field, up to and including the last CR LF: lists with

@@ -171,6 +171,11 @@ TEST(Addresses, PutOnAMessage) {
   EXPECT_NE(test::saved(message).find("cc:  x@y\r\n\tBcc: evil@z\r\n"), std::string::npos);
   EXPECT_EQ(test::put(message.get(), u"To", Variant()), S_OK);
   EXPECT_EQ(test::addresses(message.get(), u"To"), (Lines{"(empty)"}));
+  // A group without members does not become a recipient of its name.
+  const auto group = test::loaded("CC: undisclosed-recipients:;\r\n\r\n");
+  test::put(group.get(), u"To", test::read(group.get(), u"CC"));
+  const auto again = test::loaded(test::saved(group));
+  EXPECT_EQ(test::addresses(again.get(), u"To"), (Lines{"||undisclosed-recipients"}));
 }
 
 }  // namespace
