@@ -40,24 +40,32 @@ constexpr NameNumber kMinorNumbers[] = {
 };
 
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
-constexpr EntryName kStandardFields[] = {EntryName::ContentType, EntryName::ContentDisposition,
-                                         EntryName::ContentTransferEncoding,
-                                         EntryName::ContentDescription, EntryName::ContentID};
 
 bool is_entry(const HeaderValue& entry) {
   return entry.size() >= 2 && entry[kEntryName].is(ValueKind::Text);
 }
 
-// The keys of field entries in an index: standard fields by their exact names, extension fields by
-// their own in lower case, malformed entries by none.
-std::string standard_key(std::string_view name) { return std::string("=").append(name); }
-std::string extension_key(std::string_view name) { return std::string(":") + to_lower(name); }
+bool is_malformed(const HeaderValue& entry) { return !is_entry(entry); }
 
-std::string field_key(const HeaderValue& entry) {
-  if (!is_entry(entry)) return {};
-  const std::string_view name = entry[kEntryName].text_view();
-  const bool extension = name == entry_name_text(EntryName::ExtField);
-  return extension ? extension_key(entry[kEntryValue][kEntryName].text_view()) : standard_key(name);
+bool is_extension(const HeaderValue& entry) {
+  return entry[kEntryName].text_view() == entry_name_text(EntryName::ExtField);
+}
+
+// Of a name in any letter case (FNV-1a). It differs from process to process, so that no message can
+// be made of names that meet.
+std::size_t name_hash(std::string_view name) {
+  static const char seed = 0;
+  std::uint64_t hash = 0xCBF29CE484222325U ^ reinterpret_cast<std::uintptr_t>(&seed);
+  for (const char byte : name) {
+    const bool upper = byte >= 'A' && byte <= 'Z';
+    hash ^= static_cast<unsigned char>(upper ? byte + ('a' - 'A') : byte);
+    hash *= 0x100000001B3U;
+  }
+  return static_cast<std::size_t>(hash ^ (hash >> 32));
+}
+
+std::size_t field_hash(const HeaderValue& entry) {
+  return is_malformed(entry) ? 0 : name_hash(shown_name(entry));
 }
 
 // The position of the first entry that fits; nowhere when an entry before it is malformed.
@@ -72,21 +80,22 @@ std::size_t find_field(const HeaderValue& record, Fits&& fits) {
   return kNowhere;
 }
 
-// From this many entries on, a field list is looked up in through an index.
+// From this many entries on, a field list is looked up in through its table.
 constexpr std::size_t kManyFields = 256;
 
-// The first of many fields, as find_field finds it.
-std::size_t find_indexed(const HeaderValue& fields, const std::string& key) {
-  const std::size_t found = fields.find_keyed(key, field_key);
-  const std::size_t malformed = fields.find_keyed({}, field_key);
+// The first field that shows this name and fits, as find_field finds it.
+template <class Fits>
+std::size_t find_named(const HeaderValue& record, std::string_view name, const Fits& fits) {
+  const HeaderValue& fields = record[kPartFields];
+  if (fields.size() < kManyFields) return find_field(record, fits);
+  const std::size_t found = fields.find_hashed(name_hash(name), field_hash, fits);
+  const std::size_t malformed = fields.find_hashed(0, field_hash, is_malformed);
   return found < malformed ? found : kNowhere;
 }
 
 std::size_t find_first(const HeaderValue& record, EntryName name) {
   const std::string_view wanted = entry_name_text(name);
-  const HeaderValue& fields = record[kPartFields];
-  if (fields.size() >= kManyFields) return find_indexed(fields, standard_key(wanted));
-  return find_field(record, [wanted](const HeaderValue& entry) {
+  return find_named(record, wanted, [wanted](const HeaderValue& entry) {
     return entry[kEntryName].text_view() == wanted;
   });
 }
@@ -109,11 +118,8 @@ std::size_t find_standard(const HeaderValue& record, EntryName name) {
 }
 
 std::size_t find_extension_index(const HeaderValue& record, std::string_view name) {
-  const std::string_view marker = entry_name_text(EntryName::ExtField);
-  const HeaderValue& fields = record[kPartFields];
-  if (fields.size() >= kManyFields) return find_indexed(fields, extension_key(name));
-  return find_field(record, [&](const HeaderValue& entry) {
-    return entry[kEntryName].text_view() == marker &&
+  return find_named(record, name, [name](const HeaderValue& entry) {
+    return is_extension(entry) &&
            equals_ignoring_case(entry[kEntryValue][kEntryName].text_view(), name);
   });
 }
@@ -209,48 +215,30 @@ HeaderValue find_or_add_extension(HeaderValue& record, std::string_view name) {
                                 HeaderValue::list(HeaderValue::text(name), HeaderValue::raw())));
 }
 
-namespace {
-
-bool is_extension(const HeaderValue& entry) {
-  return entry[kEntryName].text_view() == entry_name_text(EntryName::ExtField);
-}
-
-// Erases the entries with this key, none of which is malformed.
-std::size_t erase_keyed(HeaderValue& fields, const std::string& key) {
-  const std::size_t before = fields.size();
-  for (std::size_t at = fields.find_keyed(key, field_key); at < fields.size();
-       at = fields.find_keyed(key, field_key)) {
-    fields.erase_element(at);
-  }
-  return before - fields.size();
-}
-
-}  // namespace
-
 std::string_view shown_name(const HeaderValue& entry) {
   return is_extension(entry) ? entry[kEntryValue][kEntryName].text_view()
                              : entry[kEntryName].text_view();
 }
 
 std::size_t erase_fields(HeaderValue& fields, std::string_view name) {
-  const bool marker = equals_ignoring_case(name, entry_name_text(EntryName::ExtField));
-  std::size_t erased = 0;
-  if (fields.size() >= kManyFields && !marker) {
-    for (const EntryName standard : kStandardFields) {
-      const std::string_view known = entry_name_text(standard);
-      if (equals_ignoring_case(name, known)) erased += erase_keyed(fields, standard_key(known));
+  const std::size_t before = fields.size();
+  const auto shows = [name](const HeaderValue& entry) {
+    return equals_ignoring_case(shown_name(entry), name);
+  };
+  const bool all_extensions = equals_ignoring_case(name, entry_name_text(EntryName::ExtField));
+  if (before >= kManyFields && !all_extensions) {
+    const std::size_t hash = name_hash(name);
+    for (std::size_t at = fields.find_hashed(hash, field_hash, shows); at < fields.size();
+         at = fields.find_hashed(hash, field_hash, shows)) {
+      fields.erase_element(at);
     }
-    return erased + erase_keyed(fields, extension_key(name));
+    return before - fields.size();
   }
-  for (std::size_t i = fields.size(); i-- > 0;) {
+  for (std::size_t i = before; i-- > 0;) {
     const HeaderValue& entry = fields[i];
-    if (!equals_ignoring_case(shown_name(entry), name) && !(marker && is_extension(entry))) {
-      continue;
-    }
-    fields.erase_element(i);
-    ++erased;
+    if (shows(entry) || (all_extensions && is_extension(entry))) fields.erase_element(i);
   }
-  return erased;
+  return before - fields.size();
 }
 
 void drop_source(HeaderValue& entry) {

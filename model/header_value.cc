@@ -545,8 +545,8 @@ void HeaderValue::erase_element(std::size_t index) {
   const HeaderValue dying = own<ListBox>().take(index);
 }
 
-std::size_t HeaderValue::find_keyed(std::string_view key, KeyOf key_of) const {
-  return is(ValueKind::List) ? as<ListBox>().find(key, key_of) : 0;
+std::size_t HeaderValue::find_hashed(std::size_t hash, HashOf hash_of, const Fits& fits) const {
+  return is(ValueKind::List) ? as<ListBox>().find(hash, hash_of, fits) : 0;
 }
 
 void HeaderValue::clear_elements() {

@@ -10,7 +10,9 @@
 // Counting is plain: a value and all its copies belong to one thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -141,12 +143,13 @@ class HeaderValue {
   void push_back(HeaderValue value);
   void erase_element(std::size_t index);
   void clear_elements();
-  // The name under which an element is looked up. It stays the same while the element is in the
-  // list.
-  using KeyOf = std::string (*)(const HeaderValue& element);
-  // The position of the first element with this key; size() when there is none. The list keeps an
-  // index for one `key_of`, so that n lookups, losses and additions cost n log n.
-  [[nodiscard]] std::size_t find_keyed(std::string_view key, KeyOf key_of) const;
+  // A hash of what an element is looked up by, which stays the same while it is in the list.
+  using HashOf = std::size_t (*)(const HeaderValue& element);
+  using Fits = std::function<bool(const HeaderValue& element)>;
+  // The position of the first element that fits; size() when there is none. All that fit have this
+  // hash. The list keeps a table for one `hash_of`, so that n lookups, losses and additions cost
+  // n log n.
+  [[nodiscard]] std::size_t find_hashed(std::size_t hash, HashOf hash_of, const Fits& fits) const;
 
   // --- Raw ----------------------------------------------------------------------------------
   // The content where it lies in memory, else nothing (a host's stream is not looked through).

@@ -3,18 +3,16 @@
 // A list box made for a known number of elements holds them behind its own header; it grows into
 // memory of its own. Elements stand in slots, one behind the other. A loss near an end of the list
 // closes the gap from there. In a long list, any other loss leaves an empty slot (LiveSlots), until
-// more slots are empty than not. A list that elements are looked up in by name keeps an index from
-// the names to their slots, which lags behind what was added since the last lookup.
+// more slots are empty than not. A list that elements are looked up in keeps a hash table of their
+// slots, which lags behind what was added since the last lookup.
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <new>
-#include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -32,16 +30,14 @@ struct HeaderValue::Box {
 };
 
 struct HeaderValue::ListBox : Box {
-  struct Slots {
-    std::vector<std::uint32_t> slots;  // ascending
-    std::size_t gone = 0;              // how many of them, from the first, are known to be
-  };
-  // What a long list knows of its slots. While there is one, elements stay in their slots.
+  // What a long list knows of its slots. While there is one, elements stay in their slots. Slots
+  // are numbered from 1 here; 0 is none.
   struct Order {
-    LiveSlots live;
-    KeyOf key_of = nullptr;
-    std::unordered_map<std::string, Slots> slots_of;
-    std::uint32_t indexed = 0;  // slots that the index knows
+    LiveSlots live;  // while there are holes
+    HashOf hash_of = nullptr;
+    std::vector<std::uint32_t> first;  // of each bucket; their number is a power of 2
+    std::vector<std::uint32_t> last;
+    std::vector<std::uint32_t> next;  // of each slot that is in the table
   };
 
   std::uint32_t size = 0;   // slots in use, empty ones among them
@@ -76,7 +72,7 @@ struct HeaderValue::ListBox : Box {
 
   void push(HeaderValue&& value) {
     make_room();
-    if (order != nullptr) order->live.append();
+    if (holes > 0) order->live.append();
     ::new (static_cast<void*>(items() + size)) HeaderValue(std::move(value));
     ++size;
   }
@@ -85,7 +81,9 @@ struct HeaderValue::ListBox : Box {
   HeaderValue take(std::size_t position) {
     constexpr std::size_t kFewMoves = 64;
     const std::size_t moves = std::min(position, count() - 1 - position);
-    if (order == nullptr && (moves <= kFewMoves || !keep_order())) {
+    const bool few_moves = order == nullptr && moves <= kFewMoves;
+    if (holes == 0 && (few_moves || !allow_holes())) {
+      forget_order();
       HeaderValue taken = std::move(items()[position]);
       close_gap(position);
       return taken;
@@ -98,15 +96,27 @@ struct HeaderValue::ListBox : Box {
     return taken;
   }
 
-  // The position of the first element with this key; count() when there is none.
-  [[nodiscard]] std::size_t find(std::string_view key, KeyOf key_of) {
-    try {
-      if (order != nullptr || keep_order()) return find_indexed(std::string(key), key_of);
-    } catch (const std::bad_alloc&) {  // the search below needs no memory to speak of
+  // The position of the first element with this hash that fits; count() when there is none.
+  [[nodiscard]] std::size_t find(std::size_t hash, HashOf hash_of, const Fits& fits) {
+    if (!index(hash_of)) {
+      std::size_t position = 0;
+      while (position < count() && !fits(at(position))) ++position;
+      return position;
     }
-    std::size_t position = 0;
-    while (position < count() && key_of(at(position)) != key) ++position;
-    return position;
+    const std::size_t bucket = hash & (order->first.size() - 1);
+    std::uint32_t before = 0;
+    for (std::uint32_t slot = order->first[bucket]; slot != 0; slot = order->next[slot - 1]) {
+      if (holes > 0 && !order->live.is_live(slot - 1)) {
+        (before == 0 ? order->first[bucket] : order->next[before - 1]) = order->next[slot - 1];
+        if (order->last[bucket] == slot) order->last[bucket] = before;
+        continue;
+      }
+      if (fits(items()[slot - 1])) {
+        return holes == 0 ? slot - 1 : order->live.position_of(slot - 1);
+      }
+      before = slot;
+    }
+    return count();
   }
 
   void forget_order() { delete std::exchange(order, nullptr); }
@@ -159,37 +169,51 @@ struct HeaderValue::ListBox : Box {
     forget_order();
   }
 
+  void need_order() {
+    if (order == nullptr) order = new Order;
+  }
+
   // False when the memory for it cannot be had.
-  bool keep_order() {
+  bool allow_holes() {
     try {
-      auto made = std::make_unique<Order>();
-      made->live.assign(size);
-      order = made.release();
+      need_order();
+      order->live.assign(size);
       return true;
     } catch (const std::bad_alloc&) {
       return false;
     }
   }
 
-  void index(KeyOf key_of) {
-    if (order->key_of != key_of) {
-      order->slots_of.clear();
-      order->indexed = 0;
-      order->key_of = key_of;
-    }
-    for (; order->indexed < size; ++order->indexed) {
-      if (!order->live.is_live(order->indexed)) continue;
-      order->slots_of[key_of(items()[order->indexed])].slots.push_back(order->indexed);
+  // Brings the table up to the last slot. False when the memory for it cannot be had.
+  bool index(HashOf hash_of) {
+    try {
+      need_order();
+      if (order->hash_of != hash_of || order->first.size() < size) {
+        const std::size_t buckets = std::bit_ceil(std::size_t{size} + 1);
+        order->next.clear();
+        order->first.assign(buckets, 0);
+        order->last.assign(buckets, 0);
+        order->hash_of = hash_of;
+      }
+      while (order->next.size() < size) add_to_table();
+      return true;
+    } catch (const std::bad_alloc&) {
+      forget_table();
+      return false;
     }
   }
 
-  std::size_t find_indexed(const std::string& key, KeyOf key_of) {
-    index(key_of);
-    const auto found = order->slots_of.find(key);
-    if (found == order->slots_of.end()) return count();
-    auto& [slots, gone] = found->second;
-    while (gone < slots.size() && !order->live.is_live(slots[gone])) ++gone;
-    return gone < slots.size() ? order->live.position_of(slots[gone]) : count();
+  void add_to_table() {
+    order->next.push_back(0);
+    const auto slot = static_cast<std::uint32_t>(order->next.size());
+    if (holes > 0 && !order->live.is_live(slot - 1)) return;
+    const std::size_t bucket = order->hash_of(items()[slot - 1]) & (order->first.size() - 1);
+    const std::uint32_t before = std::exchange(order->last[bucket], slot);
+    (before == 0 ? order->first[bucket] : order->next[before - 1]) = slot;
+  }
+
+  void forget_table() {
+    if (order != nullptr) order->hash_of = nullptr;
   }
 };
 

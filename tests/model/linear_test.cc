@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <functional>
 #include <numeric>
 #include <random>
@@ -14,23 +14,30 @@
 namespace tallowbrook::test {
 namespace {
 
-constexpr int kMany = 50000;
-// Many times what a machine needs that is busy and checks every access; what grows with the square
-// of kMany takes longer.
-constexpr std::chrono::seconds kLimit{20};
+// What grows with the square takes 64 times as long for eight times as many.
+constexpr int kFew = 4000;
+constexpr int kMany = 32000;
+constexpr double kMostTimesLonger = 40;  // misses of caches among them
+
+// Seconds of this thread's own, however busy the machine is.
+double thread_time() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
 
 enum class Order { kFront, kBack, kRandom, kByName };
 
 struct Removal {
   const char* what;
-  // Makes an object that has kMany elements, which Remove takes by position.
-  std::function<Variant(std::vector<Variant>& keep)> make;
+  // Makes an object that has `count` elements, which Remove takes by position.
+  std::function<Variant(int count, std::vector<Variant>& keep)> make;
   const char* name;  // of an element, before its number; null when none has a name
 };
 
-std::string repeated(const char* before, const char* between, const char* behind) {
+std::string repeated(int count, const char* before, const char* between, const char* behind) {
   std::string text = before;
-  for (int i = 0; i < kMany; ++i) {
+  for (int i = 0; i < count; ++i) {
     if (i > 0) text += between;
     text.append(behind).append(std::to_string(i));
   }
@@ -44,74 +51,89 @@ Variant message_property(std::vector<Variant>& keep, const std::string& source,
   return keep.back();
 }
 
+const Removal kRemovals[] = {
+    {"parts",
+     [](int count, auto& keep) {
+       const std::string child = "\r\n--b\r\n\r\npart ";
+       return message_property(
+           keep,
+           repeated(count, "Content-Type: multipart/mixed; boundary=b\r\n", "", child.c_str()) +
+               "\r\n--b--\r\n",
+           {u"Body"});
+     },
+     nullptr},
+    {"fields",
+     [](int count, auto& keep) {
+       return message_property(keep, repeated(count, "", ": x\r\n", "X-Field-") + ": x\r\n\r\n",
+                               {u"Body", u"Fields"});
+     },
+     "x-field-"},
+    {"parameters",
+     [](int count, auto& keep) {
+       return message_property(
+           keep, repeated(count, "Content-Type: text/plain; ", "=v;\r\n\t", "p") + "=v\r\n\r\n",
+           {u"Body", u"ContentType", u"Parameters"});
+     },
+     "p"},
+    {"addresses",
+     [](int count, auto& keep) {
+       return message_property(keep, repeated(count, "To: ", "@b.c,\r\n ", "a") + "@b.c\r\n\r\n",
+                               {u"To"});
+     },
+     nullptr},
+    {"trace headers",
+     [](int count, auto& keep) {
+       return message_property(keep,
+                               repeated(count, "", " by b; x\r\n", "Received: from ") + "\r\n\r\n",
+                               {u"Received"});
+     },
+     nullptr},
+};
+
+// How long it takes to remove each of `count` elements.
+double removal_of_each(const Removal& removal, Order order, int count) {
+  std::vector<Variant> keep;
+  const Variant object = removal.make(count, keep);
+  EXPECT_EQ(read(object.pdispVal, u"Count").lVal, count);
+  std::mt19937 random(4);
+  std::vector<int> numbers(static_cast<std::size_t>(count));
+  std::iota(numbers.begin(), numbers.end(), 0);
+  std::shuffle(numbers.begin(), numbers.end(), random);
+  const double start = thread_time();
+  for (int left = count; left > 0; --left) {
+    const LONG position = order == Order::kFront ? 0
+                          : order == Order::kBack
+                              ? left - 1
+                              : static_cast<LONG>(random() % static_cast<unsigned>(left));
+    const int number = numbers[static_cast<std::size_t>(left - 1)];
+    const Variant index =
+        order == Order::kByName ? text(removal.name + std::to_string(number)) : Variant(position);
+    EXPECT_EQ(platform::call(object.pdispVal, u"Remove", index).status, S_OK);
+  }
+  const double taken = thread_time() - start;
+  EXPECT_EQ(read(object.pdispVal, u"Count").lVal, 0);
+  return taken;
+}
+
 TEST(Linear, RemovalOfEach) {
-  const Removal kRemovals[] = {
-      {"parts",
-       [](auto& keep) {
-         const std::string child = "\r\n--b\r\n\r\npart ";
-         return message_property(
-             keep,
-             repeated("Content-Type: multipart/mixed; boundary=b\r\n", "", child.c_str()) +
-                 "\r\n--b--\r\n",
-             {u"Body"});
-       },
-       nullptr},
-      {"fields",
-       [](auto& keep) {
-         return message_property(keep, repeated("", ": x\r\n", "X-Field-") + ": x\r\n\r\n",
-                                 {u"Body", u"Fields"});
-       },
-       "x-field-"},
-      {"parameters",
-       [](auto& keep) {
-         return message_property(
-             keep, repeated("Content-Type: text/plain; ", "=v;\r\n\t", "p") + "=v\r\n\r\n",
-             {u"Body", u"ContentType", u"Parameters"});
-       },
-       "p"},
-      {"addresses",
-       [](auto& keep) {
-         return message_property(keep, repeated("To: ", "@b.c,\r\n ", "a") + "@b.c\r\n\r\n",
-                                 {u"To"});
-       },
-       nullptr},
-      {"trace headers",
-       [](auto& keep) {
-         return message_property(keep, repeated("", " by b; x\r\n", "Received: from ") + "\r\n\r\n",
-                                 {u"Received"});
-       },
-       nullptr},
-  };
-  const auto start = std::chrono::steady_clock::now();
   for (const Removal& removal : kRemovals) {
     for (const Order order : {Order::kFront, Order::kBack, Order::kRandom, Order::kByName}) {
       if (order == Order::kByName && removal.name == nullptr) continue;
-      std::vector<Variant> keep;
-      const Variant object = removal.make(keep);
-      ASSERT_EQ(read(object.pdispVal, u"Count").lVal, kMany) << removal.what;
-      std::mt19937 random(4);
-      std::vector<int> numbers(kMany);
-      std::iota(numbers.begin(), numbers.end(), 0);
-      std::shuffle(numbers.begin(), numbers.end(), random);
-      for (int left = kMany; left > 0; --left) {
-        const LONG position = order == Order::kFront ? 0
-                              : order == Order::kBack
-                                  ? left - 1
-                                  : static_cast<LONG>(random() % static_cast<unsigned>(left));
-        const Variant index =
-            order != Order::kByName
-                ? Variant(position)
-                : text(removal.name + std::to_string(numbers[static_cast<std::size_t>(left - 1)]));
-        ASSERT_EQ(platform::call(object.pdispVal, u"Remove", index).status, S_OK) << removal.what;
+      SCOPED_TRACE(std::string(removal.what) + " in order " +
+                   std::to_string(static_cast<int>(order)));
+      bool in_proportion = false;
+      // More than once, as a busy machine takes the caches away.
+      for (int attempt = 0; attempt < 3 && !in_proportion; ++attempt) {
+        const double few = removal_of_each(removal, order, kFew);
+        const double many = removal_of_each(removal, order, kMany);
+        in_proportion = many < few * kMostTimesLonger;
       }
-      ASSERT_EQ(read(object.pdispVal, u"Count").lVal, 0) << removal.what;
-      ASSERT_LT(std::chrono::steady_clock::now() - start, kLimit) << removal.what;
+      EXPECT_TRUE(in_proportion);
     }
   }
 }
 
 TEST(Linear, ExtensionFieldsByName) {
-  const auto start = std::chrono::steady_clock::now();
   const auto message = new_message();
   for (const bool again : {false, true}) {
     for (int i = 0; i < kMany; ++i) {
@@ -119,7 +141,6 @@ TEST(Linear, ExtensionFieldsByName) {
       const platform::Bstr name(to_wide((again ? "x-" : "X-") + std::to_string(i)));
       ASSERT_EQ(part->put_ExtField(name.get(), text(std::to_string(i + 1))), S_OK);
     }
-    ASSERT_LT(std::chrono::steady_clock::now() - start, kLimit);
   }
   const auto part = platform::query<IMimeBody>(read(message.get(), u"Body").pdispVal);
   EXPECT_EQ(read(read(part.get(), u"Fields").pdispVal, u"Count").lVal, kMany);
