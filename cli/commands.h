@@ -20,6 +20,7 @@ void add_show(CLI::App& program, int& status);
 void add_headers(CLI::App& program, int& status);
 void add_copy(CLI::App& program, int& status);
 void add_check(CLI::App& program, int& status);
+void add_send(CLI::App& program, int& status);
 void add_register(CLI::App& program, int& status);
 void add_unregister(CLI::App& program, int& status);
 void add_typelib(CLI::App& program, int& status);

@@ -36,6 +36,7 @@ int run(int argc, char** argv) {
   add_headers(program, status);
   add_copy(program, status);
   add_check(program, status);
+  add_send(program, status);
   add_register(program, status);
   add_unregister(program, status);
   add_typelib(program, status);

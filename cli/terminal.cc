@@ -141,8 +141,8 @@ Progress::Progress(std::size_t total)
       enabled_(total > 1 && isatty(STDERR_FILENO) == 1),
       next_(Clock::now() + std::chrono::milliseconds(300)) {}
 
-void Progress::step() {
-  ++done_;
+void Progress::step(std::size_t count) {
+  done_ = std::min(done_ + count, total_);
   if (enabled_ && (Clock::now() >= next_)) draw();
 }
 

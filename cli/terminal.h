@@ -34,8 +34,8 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // One more is done.
-  void step();
+  // So many more are done.
+  void step(std::size_t count = 1);
   // Takes the bar off the screen, so that a line can be printed; the next step draws it again.
   void clear();
 

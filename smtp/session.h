@@ -15,14 +15,7 @@
 //   a text breaks off without it, so that the server drops the part.
 // - After a `prepare` that failed nothing is taken until `result` or the next `prepare`.
 //
-// The session tells what it does on the debug output, a line for each thing, control characters
-// as \xNN. The mark says what:
-//   SMTP * connected to 192.0.2.25:25
-//   SMTP < 220 mail.example.org ready     received
-//   SMTP > HELO desk.example.org          sent
-//   SMTP > (1234 bytes of message)
-//   SMTP ? 250 more                       received unasked
-//   SMTP ! 550:SMTP server error          failed
+// The session tells what it does on the debug output (tallowbrook/client_socket.h).
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The session's lines on the debug output (described in smtp/session.h).
+// The session's lines on the debug output (described in tallowbrook/client_socket.h).
 #pragma once
 
 #include <string_view>

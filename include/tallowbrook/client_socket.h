@@ -1,4 +1,14 @@
 // Sending a message by SMTP (RFC 821).
+//
+// The methods answer true or false. Why a step failed, and what was said with the server, is told
+// on the debug output (platform/kernel/debug_output.h), where a host can listen to it: a line for
+// each thing, control characters as \xNN. The mark says what:
+//   SMTP * connected to 192.0.2.25:25
+//   SMTP < 220 mail.example.org ready     received
+//   SMTP > HELO desk.example.org          sent
+//   SMTP > (1234 bytes of message)
+//   SMTP ? 250 more                       received unasked, and dropped
+//   SMTP ! 550:SMTP server error          failed: the session's error text
 #pragma once
 
 #include "platform/automation/dispatch.h"
