@@ -44,6 +44,22 @@ need_packages() {
   rm -f "$log"
 }
 
+# Installs smtp-sink, a mail server for tests, which comes with Postfix. Postfix is told to configure
+# nothing, so that it runs no service. Where another mail server is installed, which Postfix would
+# take the place of, the test that wants smtp-sink is skipped.
+need_smtp_sink() {
+  [[ -x /usr/sbin/smtp-sink ]] && return
+  if [[ -e /usr/sbin/sendmail ]]; then
+    say "Another mail server is installed here, so Postfix and its smtp-sink are not."
+    return
+  fi
+  local as_root=()
+  [[ $(id -u) -eq 0 ]] || as_root=(sudo)
+  "${as_root[@]}" debconf-set-selections \
+    <<<"postfix postfix/main_mailer_type select No configuration"
+  need_packages postfix
+}
+
 # with_lock NAME COMMAND...: runs the command while no other call holds the same lock. The lock is
 # not handed on to what the command starts.
 with_lock() {
@@ -98,4 +114,4 @@ configure_and_build() {
 build() { with_lock "$1" configure_and_build "$@"; }
 
 build_packages=(g++ cmake ninja-build bison re2c libcli11-dev nlohmann-json3-dev libgtest-dev)
-test_packages=(clang-format clang-tidy ccache python3)
+test_packages=(clang-format clang-tidy ccache python3 python3-aiosmtpd)

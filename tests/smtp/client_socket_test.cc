@@ -10,6 +10,7 @@
 
 #include "core/text.h"
 #include "tests/model/host.h"
+#include "tests/smtp/deliver.h"
 #include "tests/support/mail_server.h"
 #include "tests/support/mail_texts.h"
 
@@ -18,43 +19,15 @@ namespace {
 
 using platform::ComPtr;
 using platform::Variant;
+using test::ask;
+using test::connect;
+using test::deliver;
 using test::MailServer;
+using test::new_socket;
 using test::Peer;
 using test::polite;
+using test::save;
 using test::Steps;
-
-ComPtr<IDispatch> new_socket() {
-  ComPtr<IDispatch> socket;
-  EXPECT_EQ(create_client_socket(IDispatch::kIid, socket.out_void()), S_OK);
-  return socket;
-}
-
-// Calls a method of the socket; its outcome.
-template <class... Argument>
-bool ask(const ComPtr<IDispatch>& socket, std::u16string_view method,
-         const Argument&... arguments) {
-  const auto outcome = platform::call(socket.get(), method, arguments...);
-  EXPECT_EQ(outcome.status, S_OK) << to_ansi(method);
-  EXPECT_EQ(outcome.value.vt, VT_BOOL) << to_ansi(method);
-  return outcome.value.boolVal == VARIANT_TRUE;
-}
-
-bool connect(const ComPtr<IDispatch>& socket, const MailServer& server) {
-  return ask(socket, u"ConnectSMTP", u"127.0.0.1", LONG{server.port()});
-}
-
-// Saves by the message's own late-bound method.
-bool save(const ComPtr<IMimeDecoder>& message, const ComPtr<IDispatch>& socket) {
-  const auto outcome = platform::call(message.get(), u"Save", socket.get());
-  EXPECT_EQ(outcome.status, S_OK);
-  return outcome.value.vt == VT_BOOL && outcome.value.boolVal == VARIANT_TRUE;
-}
-
-bool deliver(const ComPtr<IMimeDecoder>& message, const MailServer& server) {
-  const auto socket = new_socket();
-  return connect(socket, server) && ask(socket, u"PrepareSMTP", message.get()) &&
-         save(message, socket) && ask(socket, u"GetResultSMTP") && ask(socket, u"DisconnectSMTP");
-}
 
 TEST(ClientSocket, AnswersToItsInterfaces) {
   const auto socket = new_socket();
@@ -70,7 +43,7 @@ TEST(ClientSocket, DeliversWhatTheMessageSaves) {
     for (const int window : {0, 4096}) {
       MailServer server(polite(), window);
       const auto message = test::loaded(text);
-      EXPECT_TRUE(deliver(message, server)) << name;
+      EXPECT_TRUE(deliver(message, server.port())) << name;
       server.stop();
       ASSERT_EQ(server.messages.size(), 1U) << name;
       EXPECT_TRUE(server.messages[0] == test::saved(message)) << name;
@@ -82,7 +55,7 @@ TEST(ClientSocket, DeliversWhatTheMessageSaves) {
 TEST(ClientSocket, ASlowReceiverGetsEveryByte) {
   MailServer server(polite(), 4096);
   const auto message = test::loaded(test::header() + test::lines(50'000'000));
-  EXPECT_TRUE(deliver(message, server));
+  EXPECT_TRUE(deliver(message, server.port()));
   server.stop();
   ASSERT_EQ(server.messages.size(), 1U);
   EXPECT_TRUE(server.messages[0] == test::saved(message));
@@ -94,7 +67,7 @@ TEST(ClientSocket, ARawCopyWithoutADotLineIsEnded) {
   ASSERT_EQ(message->put_CollectRawStream(VARIANT_TRUE), S_OK);
   const std::string text = test::header() + "text\r\n";
   ASSERT_EQ(test::load(message, text), S_OK);
-  EXPECT_TRUE(deliver(message, server));
+  EXPECT_TRUE(deliver(message, server.port()));
   server.stop();
   EXPECT_EQ(server.messages, std::vector<std::string>{text + ".\r\n"});
 }
@@ -106,7 +79,7 @@ TEST(ClientSocket, AConnectionCarriesManyMessages) {
   const auto message = test::loaded(test::header() + "text\r\n");
   const auto socket = new_socket();
   for (int connection = 0; connection < 2; ++connection) {
-    EXPECT_TRUE(connect(socket, server));
+    EXPECT_TRUE(connect(socket, server.port()));
     for (int i = 0; i < 3; ++i) {
       EXPECT_TRUE(ask(socket, u"PrepareSMTP", message.get()));
       EXPECT_TRUE(save(message, socket));
@@ -147,7 +120,7 @@ TEST(ClientSocket, StreamMovesBytesOnceAndRefusesTheRest) {
   EXPECT_EQ(stream->Write("x", 1, &count), E_FAIL);
   EXPECT_EQ(count, 0U);
   EXPECT_EQ(stream->Read(bytes, 1, &count), E_FAIL);
-  ASSERT_TRUE(connect(socket, server));
+  ASSERT_TRUE(connect(socket, server.port()));
   EXPECT_EQ(stream->Write("NOOP\r\n", 6, &count), S_OK);
   EXPECT_EQ(count, 6U);
   EXPECT_EQ(stream->Write("", 0, nullptr), S_OK);
@@ -180,7 +153,7 @@ TEST(ClientSocket, ABrokenConnectionFailsTheSave) {
     MailServer server(std::move(steps));
     const auto message = test::loaded(test::header() + test::lines(8'000'000));
     const auto socket = new_socket();
-    ASSERT_TRUE(connect(socket, server));
+    ASSERT_TRUE(connect(socket, server.port()));
     ASSERT_TRUE(ask(socket, u"PrepareSMTP", message.get()));
     EXPECT_FALSE(save(message, socket));
     ULONG count = 9;
@@ -249,7 +222,7 @@ TEST(ClientSocket, AnyObjectWithThePropertiesIsAMessage) {
 
   MailServer server(polite());
   const auto socket = new_socket();
-  ASSERT_TRUE(connect(socket, server));
+  ASSERT_TRUE(connect(socket, server.port()));
   EXPECT_TRUE(ask(socket, u"PrepareSMTP", static_cast<IDispatch*>(&message)));
   EXPECT_TRUE(ask(socket, u"GetResultSMTP"));
 
