@@ -9,6 +9,7 @@
 
 #include "platform/automation/typeinfo.h"
 #include "platform/com/activation.h"
+#include "platform/com/checked.h"
 #include "platform/com/identity.h"
 #include "platform/com/open_component.h"
 #include "platform/com/registry.h"
@@ -18,15 +19,6 @@ namespace tallowbrook::platform {
 namespace {
 
 constexpr char kPlatformKey[] = "win64";  // as SYS_WIN64 of TLIBATTR
-
-template <class Body>
-HRESULT checked(Body&& body) {
-  try {
-    return body();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
-}
 
 struct Version {
   WORD major = 0;

@@ -15,6 +15,7 @@
 
 #include "platform/automation/invoke.h"
 #include "platform/com/activation.h"
+#include "platform/com/checked.h"
 #include "platform/com/counted.h"
 
 namespace tallowbrook::platform {
@@ -28,16 +29,6 @@ constexpr InterfaceInfo kUnknownTable{IUnknown::kIid,         u"IUnknown", u"", 
                                       InterfaceKind::kCustom, nullptr};
 constexpr InterfaceInfo kDispatchTable{IDispatch::kIid,        u"IDispatch",  u"", {},
                                        InterfaceKind::kCustom, &kUnknownTable};
-
-// Runs `body`; memory that cannot be had becomes a status.
-template <class Body>
-HRESULT checked(Body&& body) {
-  try {
-    return body();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
-}
 
 void give_text(const char16_t* text, BSTR* target) {
   if (target != nullptr) *target = Bstr(text).detach();

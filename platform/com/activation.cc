@@ -23,10 +23,12 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/com/checked.h"
 #include "platform/com/identity.h"
 #include "platform/com/open_component.h"
 #include "platform/com/registry.h"
 
+using tallowbrook::platform::checked;
 using tallowbrook::platform::classes_text;
 using tallowbrook::platform::ComPtr;
 using tallowbrook::platform::guid_of;
@@ -80,15 +82,6 @@ Table& table() {
 thread_local std::string last_error;
 
 using Lock = std::unique_lock<std::mutex>;
-
-template <class Body>
-HRESULT checked(Body&& body) {
-  try {
-    return body();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
-}
 
 bool same_name(std::u16string_view a, std::u16string_view b) {
   const auto lower = [](char16_t unit) {

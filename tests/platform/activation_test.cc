@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/com/counted.h"
+#include "tests/support/scratch_folder.h"
 
 using namespace tallowbrook::platform;
 
@@ -152,6 +153,32 @@ TEST(Activation, LoadedLibrariesReallyGo) {
   EXPECT_FALSE(resident());
   EXPECT_EQ(CLSIDFromProgID(u"Probe.Component", &clsid), CO_E_CLASSSTRING);
   EXPECT_EQ(CoUnloadComponent(module), E_INVALIDARG);
+}
+
+// The library is known by the registry alone, so nothing but its objects keeps it.
+TEST(Activation, AThreadOnItsWayOutOfALibraryIsNotUnmapped) {
+  const tallowbrook::test::ScratchRegistry registry;
+  tallowbrook::test::write_file(registry.machine(),
+                                "[Software\\Classes\\Probe.Component\\CLSID]\n"
+                                "@=\"{7A110B02-0001-0001-0000-000000000000}\"\n"
+                                "[Software\\Classes\\CLSID\\{7A110B02-0001-0001-0000-000000000000}"
+                                "\\InprocServer32]\n@=\"" PROBE_COMPONENT_PATH "\"\n");
+  CLSID clsid{};
+  ASSERT_EQ(CLSIDFromProgID(u"Probe.Component", &clsid), S_OK);
+  std::atomic<int> running{3};
+  std::vector<std::thread> threads;
+  for (int at = 0; at < 3; ++at) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 500; ++round) {
+        if (create(clsid) != S_OK) ADD_FAILURE();
+      }
+      --running;
+    });
+  }
+  while (running > 0) CoFreeUnusedLibraries();
+  for (std::thread& thread : threads) thread.join();
+  CoFreeUnusedLibrariesEx(0, 0);
+  EXPECT_EQ(dlopen(PROBE_COMPONENT_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // The smallest component: one class, a lock per object, and the entry points.
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 #include "platform/com/activation.h"
 #include "platform/com/counted.h"
@@ -12,7 +14,11 @@ std::atomic<int> locks{0};
 class Thing final : public tallowbrook::platform::Counted<IUnknown> {
  public:
   Thing() { ++locks; }
-  ~Thing() override { --locks; }
+  // The thread stays in the library for a while after its last lock, as if it were not scheduled.
+  ~Thing() override {
+    --locks;
+    std::this_thread::sleep_for(std::chrono::microseconds(50));
+  }
 };
 
 class Factory final : public IClassFactory {
