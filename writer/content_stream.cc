@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "streams/write_whole.h"
+
 namespace tallowbrook {
 
 HRESULT ContentStream::Read(void* pv, ULONG cb, ULONG* read) {
@@ -27,8 +29,9 @@ HRESULT ContentStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* po
 
 HRESULT TargetStream::Write(const void* pv, ULONG cb, ULONG* written) {
   ULONG taken = 0;
-  const HRESULT status = failed_ ? E_FAIL : target_.Write(pv, cb, &taken);
-  failed_ = failed_ || FAILED(status) || taken < cb;
+  const HRESULT status =
+      failed_ ? E_FAIL : write_whole(target_, {static_cast<const char*>(pv), cb}, taken);
+  failed_ = FAILED(status);
   if (written != nullptr) *written = taken;
   return status;
 }
