@@ -41,7 +41,7 @@ class ContentStream final : public StackStream {
   bool without_zeros_;
 };
 
-// Hands every write on to `target`, which must outlive it, until one fails or nothing of it is taken.
+// Hands every write on to `target`, which must outlive it, until one fails or is not taken at all.
 class TargetStream final : public StackStream {
  public:
   explicit TargetStream(ISequentialStream& target) : target_(target) {}
