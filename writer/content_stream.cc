@@ -6,9 +6,16 @@
 
 namespace tallowbrook {
 
+HRESULT ContentStream::read_on(void* pv, ULONG cb, ULONG& got) {
+  got = 0;
+  if (SUCCEEDED(read_status_)) read_status_ = content_.Read(pv, cb, &got);
+  if (FAILED(read_status_)) failed_ = true;
+  return read_status_;
+}
+
 HRESULT ContentStream::Read(void* pv, ULONG cb, ULONG* read) {
   ULONG got = 0;
-  HRESULT status = failed() ? status_ : noted(content_.Read(pv, cb, &got));
+  HRESULT status = read_on(pv, cb, got);
   while (without_zeros_ && got > 0) {
     char* const bytes = static_cast<char*>(pv);
     const auto left = static_cast<ULONG>(std::remove(bytes, bytes + got, '\0') - bytes);
@@ -16,7 +23,7 @@ HRESULT ContentStream::Read(void* pv, ULONG cb, ULONG* read) {
       got = left;
       break;
     }
-    status = noted(content_.Read(pv, cb, &got));  // no byte would say that this is the end
+    status = read_on(pv, cb, got);  // no byte would say that this is the end
   }
   if (read != nullptr) *read = got;
   return status;
@@ -24,7 +31,9 @@ HRESULT ContentStream::Read(void* pv, ULONG cb, ULONG* read) {
 
 HRESULT ContentStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {
   if (position != nullptr) position->QuadPart = 0;
-  return noted(content_.Seek(move, origin, position));
+  const HRESULT status = content_.Seek(move, origin, position);
+  if (FAILED(status)) failed_ = true;
+  return status;
 }
 
 HRESULT TargetStream::Write(const void* pv, ULONG cb, ULONG* written) {

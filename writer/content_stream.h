@@ -23,21 +23,19 @@ class ContentStream final : public StackStream {
     if (from == From::kStart) ContentStream::Seek({0}, STREAM_SEEK_SET, nullptr);
   }
 
-  // True once a Read or Seek of the content failed; nothing is read after that.
-  [[nodiscard]] bool failed() const { return FAILED(status_); }
+  // True once a Read or Seek of the content failed. Nothing is read behind a Read that failed; what
+  // cannot be rewound, as a pipe, is read from where it stands.
+  [[nodiscard]] bool failed() const { return failed_; }
 
   HRESULT Read(void* pv, ULONG cb, ULONG* read) override;
   HRESULT Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override;
 
  private:
-  // Keeps the first failure.
-  HRESULT noted(HRESULT status) {
-    if (!failed()) status_ = status;
-    return status;
-  }
+  HRESULT read_on(void* pv, ULONG cb, ULONG& got);
 
   IStream& content_;
-  HRESULT status_ = S_OK;
+  HRESULT read_status_ = S_OK;
+  bool failed_ = false;
   bool without_zeros_;
 };
 
@@ -59,7 +57,7 @@ class TargetStream final : public StackStream {
 [[nodiscard]] platform::ComPtr<CISSHelper> in_memory(IStream& stream);
 
 // Calls `use` with a stream that gives `content` from its start. False when that could not be read
-// to its end: `use` was then called with what could, if any.
+// to its end: `use` was then called with what could.
 template <class Use>
 [[nodiscard]] bool use_content(IStream& content, Use&& use) {
   if (const auto memory = in_memory(content)) {
@@ -68,7 +66,7 @@ template <class Use>
     return true;
   }
   ContentStream watched(content);
-  if (!watched.failed()) std::forward<Use>(use)(watched);
+  std::forward<Use>(use)(watched);
   return !watched.failed();
 }
 

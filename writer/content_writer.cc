@@ -25,7 +25,7 @@ bool use_lines(IStream& content, Encode&& encode) {
     return use_content(content, encode);
   }
   ContentStream watched(content, ContentStream::From::kStart, true);
-  if (!watched.failed()) encode(watched);
+  encode(watched);
   return !watched.failed();
 }
 
@@ -61,7 +61,7 @@ void write_enclosed_message(MessageOutput& out, const HeaderValue& held) {
   CISSHelper buffer;
   if (!held.raw_in_memory()) {
     ContentStream watched(*held.stream());
-    if (!watched.failed()) buffer.append_from(watched);
+    buffer.append_from(watched);
     if (watched.failed()) out.miss_content();
   }
   const std::string_view text = held.raw_in_memory() ? held.raw_view() : buffer.bytes();

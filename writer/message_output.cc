@@ -41,13 +41,13 @@ void MessageOutput::raw(const HeaderValue& value) {
   }
   const platform::ComPtr<IStream> source = held.stream();
   if (!source) return;
-  HRESULT status = source->Seek({0}, STREAM_SEEK_SET, nullptr);
+  if (FAILED(source->Seek({0}, STREAM_SEEK_SET, nullptr))) miss_content();  // and read from here
   std::string block(65536, '\0');
-  while (SUCCEEDED(status)) {
+  for (;;) {
     ULONG got = 0;
-    status = source->Read(block.data(), static_cast<ULONG>(block.size()), &got);
-    if (SUCCEEDED(status) && got == 0) return;
-    if (SUCCEEDED(status)) text(std::string_view(block).substr(0, got));
+    if (FAILED(source->Read(block.data(), static_cast<ULONG>(block.size()), &got))) break;
+    if (got == 0) return;
+    text(std::string_view(block).substr(0, got));
   }
   miss_content();
 }
