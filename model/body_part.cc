@@ -257,7 +257,7 @@ const HeaderValue& field_value(const HeaderValue& record, EntryName name) {
 
 bool is_field_name(std::string_view name) {
   return !name.empty() && name.front() != ' ' && name.front() != '\t' &&
-         name.find_first_of("\r\n:") == std::string_view::npos;
+         name.find_first_of(std::string_view("\r\n:\0", 4)) == std::string_view::npos;
 }
 
 // --- unparsed values -----------------------------------------------------------------------------
@@ -366,7 +366,8 @@ bool is_usable_boundary(std::string_view boundary) {
     const auto code = static_cast<unsigned char>(byte);
     if (code < ' ' || code == 0x7F || byte == '"' || byte == '\\') return false;
   }
-  return true;
+  // A reader takes encoded words out of a boundary.
+  return boundary.find("=?") == boundary.npos || remove_quotes_and_words(boundary) == boundary;
 }
 
 std::string boundary_text(const HeaderValue& content_type) {

@@ -1,5 +1,7 @@
 #include "writer/part_fields.h"
 
+#include <algorithm>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -15,6 +17,31 @@ namespace {
 constexpr std::string_view kAccessTypes[] = {"ftp",        "anon-ftp", "tftp",
                                              "local-file", "afs",      "mail-server"};
 constexpr std::string_view kPermissions[] = {"read", "read-write"};
+
+// A character of the words that types and parameters are named by (RFC 2045 section 5.1); those
+// above ASCII among them, as mail has it.
+bool is_token_character(char byte) {
+  return static_cast<unsigned char>(byte) > ' ' &&
+         std::string_view("()<>@,;:\\\"/[]?=").find(byte) == std::string_view::npos;
+}
+
+bool is_token(std::string_view name) {
+  return !name.empty() && std::all_of(name.begin(), name.end(), is_token_character);
+}
+
+// What a host put as a type, without what a type cannot hold.
+std::string token_of(const HeaderValue& value) {
+  std::string text = value.AsText();
+  std::erase_if(text, [](char byte) { return !is_token_character(byte); });
+  return text;
+}
+
+// Words that types are named by: a parameter of such a name makes a type unreadable, which with a
+// multipart loses the whole message.
+bool is_type_word(std::string_view name) {
+  return major_from_name(name).is(ValueKind::Integer) ||
+         minor_from_name(name).is(ValueKind::Integer);
+}
 
 void append_parameter(std::string& text, std::string_view name, std::string_view value) {
   if (value.empty()) return;
@@ -41,11 +68,12 @@ void append_value(std::string& text, std::string_view name, const HeaderValue& v
   }
 }
 
-// Parameters whose value is empty are left out. Of several boundaries, which names in other letter
-// cases would make, the one that delimiter lines are made of goes out.
-void append_parameters(std::string& text, const HeaderValue& parameters) {
+// Parameters whose value is empty, or whose name is none, are left out. Of several boundaries,
+// which names in other letter cases would make, the one that delimiter lines are made of goes out.
+void append_parameters(std::string& text, const HeaderValue& parameters, bool multipart = false) {
   const HeaderValue* boundary = find_parameter(parameters, "boundary");
   for (const auto& [name, value] : parameters.entries()) {
+    if (!is_token(name) || (multipart && is_type_word(name))) continue;
     if (&value != boundary && equals_ignoring_case(name, "boundary")) continue;
     append_value(text, name, value);
   }
@@ -57,24 +85,25 @@ bool is_blank(const HeaderValue& value) {
 
 bool is_multipart_type(const HeaderValue& type) { return type[kTypeMajor].is_integer(kMultipart); }
 
+// The name of a minor type: the default of its major one where it has none.
+std::string minor_text(const HeaderValue& major, const HeaderValue& minor) {
+  const bool known = major.is(ValueKind::Integer);
+  if (minor.is(ValueKind::Integer)) {
+    return known ? std::string(minor_name(major.number(), minor.number())) : minor.AsText();
+  }
+  const std::string text = token_of(minor);
+  if (!text.empty()) return text;
+  return known ? std::string(minor_name(major.number(), default_minor(major.number()))) : "unknown";
+}
+
 // "major/minor" of a Content-Type; false for a number outside the tables.
 bool type_text(const HeaderValue& type, std::string& text) {
   const HeaderValue& major = type[kTypeMajor];
-  const HeaderValue& minor = type[kTypeMinor];
-  const bool known = major.is(ValueKind::Integer);
-  text = known ? std::string(major_name(major.number())) : major.AsText();
-  if (text.empty()) return false;
-  text.push_back('/');
-  std::string minor_text;
-  if (is_blank(minor)) {
-    minor_text = known ? minor_name(major.number(), default_minor(major.number())) : "unknown";
-  } else if (known && minor.is(ValueKind::Integer)) {
-    minor_text = minor_name(major.number(), minor.number());
-  } else {
-    minor_text = minor.AsText();
-  }
-  text.append(minor_text);
-  return !minor_text.empty();
+  text = major.is(ValueKind::Integer) ? std::string(major_name(major.number())) : token_of(major);
+  const std::string minor = minor_text(major, type[kTypeMinor]);
+  if (text.empty() || minor.empty()) return false;
+  text.append("/").append(minor);
+  return true;
 }
 
 class FieldWriter {
@@ -164,10 +193,12 @@ class FieldWriter {
   }
 
   HRESULT write_encoding(const HeaderValue& value) {
-    const bool coded = value.is_integer(kQuotedPrintable) || value.is_integer(kBase64);
-    if (result_.message || (result_.multipart && coded) || is_blank(value)) return S_OK;
     const bool known = value.is(ValueKind::Integer);
-    if (known && encoding_name(value.number()).empty()) return E_FAIL;
+    const bool none = known && encoding_name(value.number()).empty();
+    const bool coded = value.is_integer(kQuotedPrintable) || value.is_integer(kBase64);
+    if (result_.message || is_blank(value)) return S_OK;
+    if (result_.multipart && (coded || none)) return S_OK;
+    if (none) return E_FAIL;
     write_line(entry_name_text(EntryName::ContentTransferEncoding),
                known ? std::string(encoding_name(value.number())) : value.AsText());
     return S_OK;
@@ -182,7 +213,7 @@ class FieldWriter {
     } else if (!type_text(value, text)) {
       return E_FAIL;
     }
-    append_parameters(text, value[kTypeParameters]);
+    append_parameters(text, value[kTypeParameters], is_multipart_type(value));
     write_line(entry_name_text(EntryName::ContentType), text);
     return S_OK;
   }

@@ -128,11 +128,18 @@ TEST(BodyPart, GivesMultipartsOneUsableBoundary) {
     const char* boundary;
     bool usable;
   } kRows[] = {
-      {"boundary", "\"a b\"", true},   {"Boundary", "x", true},
-      {"boundary", "", false},         {"BOUNDARY", "\"\"", false},
-      {"boundary", "a\r\nb", false},   {"boundary", "\" \"", false},
-      {"boundary", "\"a \"", true},    {"other", "x", false},
-      {"boundary", "\"a\\b\"", false}, {"boundary", "\"a\\\"b\"", false},
+      {"boundary", "\"a b\"", true},
+      {"Boundary", "x", true},
+      {"boundary", "", false},
+      {"BOUNDARY", "\"\"", false},
+      {"boundary", "a\r\nb", false},
+      {"boundary", "\" \"", false},
+      {"boundary", "\"a \"", true},
+      {"other", "x", false},
+      {"boundary", "\"a\\b\"", false},
+      {"boundary", "\"a\\\"b\"", false},
+      {"boundary", "\"=?\"", true},
+      {"boundary", "=?us-ascii?Q?=3D=3Fus-ascii=3FQ=3Fa=3F=3D?=", false},
   };
   for (const auto& row : kRows) {
     HeaderValue type = HeaderValue::list(HeaderValue::integer(kMultipart), HeaderValue::integer(0),

@@ -184,6 +184,8 @@ TEST_F(MimeBodyTest, PutsStoreByTheTypeOfTheValue) {
             "{charset=\"\"utf-8\"\", name=\"\"=?iso-8859-1?Q?a_b?=\"\"}");
   EXPECT_EQ(part->put_ExtField(Bstr(u"X:Y").get(), Variant(u"v")), E_INVALIDARG);
   EXPECT_EQ(part->put_ExtField(nullptr, Variant(u"v")), E_INVALIDARG);
+  EXPECT_EQ(part->put_ExtField(Bstr(std::u16string_view(u"\0", 1)).get(), Variant(u"v")),
+            E_INVALIDARG);
   EXPECT_EQ(part->put_ExtField(Bstr(u"X-Y").get(), Variant(u"v")), S_OK);
   EXPECT_EQ(part->put_ExtField(Bstr(u"x-y").get(), null), S_OK);
   Variant extra;
