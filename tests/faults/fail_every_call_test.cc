@@ -71,7 +71,8 @@ TEST(FailEveryCall, Allocations) {
       ASSERT_EQ(created, message ? S_OK : E_OUTOFMEMORY);
       if (message) {
         const auto persist = message.query<IPersistStream>();
-        EXPECT_TRUE(expected(persist->Load(&source))) << n;
+        const HRESULT loaded = persist->Load(&source);  // E_ABORT: no room for the scanner's text
+        EXPECT_TRUE(expected(loaded) || loaded == E_ABORT) << n;
         touch(*message);
         EXPECT_TRUE(expected(persist->Save(&target, FALSE))) << n;
       }
