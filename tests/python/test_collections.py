@@ -2,7 +2,6 @@
 
 import unittest
 
-import tallowbrook
 from support import SAMPLES, TestCase, new_collection, new_message
 from tallowbrook import ComError
 

@@ -1,15 +1,14 @@
-"""Where the package finds the component; what scripts and documents promise."""
+"""Where the package finds the component; its stubs; the samples in both languages."""
 
 import os
 import pathlib
-import re
 import shutil
 import subprocess
 import sysconfig
 import tempfile
 import unittest
 
-from support import CORPUS, ENVIRONMENT, ROOT, SAMPLES, SANITIZED, run
+from support import CORPUS, ENVIRONMENT, ROOT, SAMPLES, run
 from tallowbrook import _library
 
 PACKAGE = ROOT / "python" / "tallowbrook"
@@ -108,22 +107,6 @@ class Scripts(unittest.TestCase):
                                       env=environment, timeout=300)
             self.assertEqual(script.stdout, compiled.stdout)
             self.assertIn(".eml: ", script.stdout)
-
-    def test_the_documents(self):
-        """Every example runs, the ones of a document one after the other."""
-        documents = [ROOT / "docs" / name for name in ("guide.md", "python.md", "reference.md")]
-        for document in [ROOT / "README.md", *documents]:
-            blocks = re.findall(r"^```python\n(.*?)^```$", document.read_text(), re.M | re.S)
-            self.assertTrue(blocks, document)
-            with tempfile.TemporaryDirectory() as folder:
-                os.symlink(SAMPLES, os.path.join(folder, "samples"))
-                file = pathlib.Path(folder, "examples.py")
-                before = f"import os, sys\nos.chdir({folder!r})\n"
-                if SANITIZED:
-                    before += f"sys.path.append({os.path.dirname(__file__)!r})\nimport support\n"
-                file.write_text(before + "\n".join(blocks))
-                done = run(file, **ENVIRONMENT)
-                self.assertEqual(done.stderr, "", document.name)
 
 
 if __name__ == "__main__":
