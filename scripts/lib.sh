@@ -115,4 +115,4 @@ build() { with_lock "$1" configure_and_build "$@"; }
 
 build_packages=(g++ cmake ninja-build bison re2c libcli11-dev nlohmann-json3-dev libgtest-dev)
 test_packages=(clang-format clang-tidy ccache python3 python3-aiosmtpd dpkg-dev file man-db
-  pkg-config)
+  pkg-config tmux)
