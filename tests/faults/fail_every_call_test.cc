@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string>
 
+#include "tallowbrook/mime_body.h"
 #include "tests/faults/allocation.h"
 #include "tests/faults/file_calls.h"
 #include "tests/model/host.h"
@@ -84,6 +85,40 @@ TEST(FailEveryCall, Allocations) {
   }
   EXPECT_FALSE(failed);
   EXPECT_GT(n, 100U);
+}
+
+// A text that memory did not suffice for is not cut short: it is not given at all.
+TEST(FailEveryCall, AllocationsOfTexts) {
+  std::u16string text;
+  for (int i = 0; i < 3000; ++i) text += u"Gr\u00FC\u00DFe ";
+  const auto message = new_message();
+  ASSERT_EQ(put(message.get(), u"Charset", Variant(u"utf-8")), S_OK);
+  ASSERT_EQ(put(message.get(), u"Subject", Variant(text)), S_OK);
+  ASSERT_EQ(put(message.get(), u"Body", Variant(text)), S_OK);
+  const auto again = loaded(saved(message));
+  const Variant part = read(again.get(), u"Body");
+  const auto body = platform::query<IMimeBody>(part.pdispVal);
+  for (const bool subject : {false, true}) {
+    bool failed = true;
+    std::size_t n = 0;
+    while (failed && n < 1000) {
+      Variant value;
+      HRESULT status = S_OK;
+      {
+        const FailingAllocation failing(++n);
+        value.vt = VT_BSTR;
+        status = subject ? again->get_Subject(&value) : body->get_Value(&value.bstrVal);
+        failed = failing.happened();
+      }
+      if (SUCCEEDED(status)) {
+        EXPECT_EQ(value.text().substr(0, text.size()), text) << n;
+      } else {
+        EXPECT_EQ(status, E_OUTOFMEMORY) << n;
+      }
+    }
+    EXPECT_FALSE(failed);
+    EXPECT_GT(n, 3U);
+  }
 }
 
 std::string file_bytes(const std::filesystem::path& path) {
