@@ -5,6 +5,7 @@
 //   tallowbrook-bench --coding    the same of the coders alone
 //   tallowbrook-bench --automation  making objects, resolving names, late-bound calls
 //   tallowbrook-bench --memory    how much is held while a large part is read and written
+//   tallowbrook-bench --collections  what an item of a collection costs, at three sizes
 //   tallowbrook-bench --scaling   time at n over time at n/2: about 2 when the cost is linear
 #include <malloc.h>
 
@@ -17,6 +18,7 @@
 
 #include "bench/automation_bench.h"
 #include "bench/coding_bench.h"
+#include "bench/collection_bench.h"
 #include "bench/inputs.h"
 #include "bench/memory_bench.h"
 #include "bench/timing.h"
@@ -151,6 +153,8 @@ int main(int count, char** arguments) {
       tallowbrook::bench::automation_speeds(messages.factory().get());
     } else if (what == "--memory") {
       tallowbrook::bench::memory_of_a_large_part(messages.factory());
+    } else if (what == "--collections") {
+      tallowbrook::bench::collection_costs();
     } else if (what == "--scaling") {
       tallowbrook::bench::scaling(messages);
     } else {
