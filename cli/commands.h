@@ -24,6 +24,7 @@ void add_send(CLI::App& program, int& status);
 void add_register(CLI::App& program, int& status);
 void add_unregister(CLI::App& program, int& status);
 void add_typelib(CLI::App& program, int& status);
+void add_dialup(CLI::App& program, int& status);
 void add_manual(CLI::App& program, int& status);
 void add_completion(CLI::App& program, int& status);
 

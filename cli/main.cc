@@ -40,6 +40,7 @@ int run(int argc, char** argv) {
   add_register(program, status);
   add_unregister(program, status);
   add_typelib(program, status);
+  add_dialup(program, status);
   add_manual(program, status);
   add_completion(program, status);
   try {

@@ -4,8 +4,7 @@
 //
 // Each makes an object and asks it for `iid`; when it has no such interface, the object is
 // destroyed and the failure returned. `*object` is null whenever the status is negative. `object`
-// must not be null. E_OUTOFMEMORY when memory runs out; a class that is not built answers
-// E_NOTIMPL.
+// must not be null. E_OUTOFMEMORY when memory runs out.
 #pragma once
 
 #include "core/guard.h"

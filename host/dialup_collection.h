@@ -1,4 +1,5 @@
-// CDialupCollection: the machine's connections.
+// CDialupCollection: the machine's connections as the shell's connections folder listed them when
+// the collection was made. A string index is a connection's name.
 #pragma once
 
 #include "collections/variant_collection.h"
@@ -10,7 +11,13 @@ class CDialupCollection final
     : public IVariantWithStandardIDCollectionImpl<Object<
           Shared, Dispatching<IDialupCollection>, IPersistStreamInit, IPersistStream, IOwnClass>> {
  public:
+  // Keeps what could be listed.
+  CDialupCollection();
+
   HRESULT own_class(CLSID* clsid) override { return class_as_item(CLSID_DialupCollection, clsid); }
+
+ private:
+  void fill();
 };
 
 }  // namespace tallowbrook

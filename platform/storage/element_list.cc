@@ -5,6 +5,7 @@
 #include <new>
 
 #include "platform/com/activation.h"
+#include "platform/com/checked.h"
 #include "platform/com/counted.h"
 #include "platform/storage/open_element.h"
 
@@ -46,16 +47,14 @@ class ElementList final : public Counted<IEnumSTATSTG> {
   }
 
   HRESULT Reset() override {
-    try {
+    return checked([&] {
       auto names = std::make_shared<Names>();
       const HRESULT status = elements_->list(*names);
       if (FAILED(status)) return status;
       names_ = std::move(names);
       position_ = 0;
       return S_OK;
-    } catch (...) {
-      return E_OUTOFMEMORY;
-    }
+    });
   }
 
   HRESULT Clone(IEnumSTATSTG** clone) override {
@@ -67,7 +66,7 @@ class ElementList final : public Counted<IEnumSTATSTG> {
  private:
   HRESULT tell(const ElementName& element, STATSTG& stat) {
     stat = {};
-    try {
+    return checked([&] {
       ElementFacts facts;
       const HRESULT status = elements_->facts(element.name, facts);
       if (FAILED(status)) return status;
@@ -80,9 +79,7 @@ class ElementList final : public Counted<IEnumSTATSTG> {
       stat.grfStateBits = facts.state_bits;
       stat.pwcsName = task_copy(element.name);
       return S_OK;
-    } catch (...) {
-      return E_OUTOFMEMORY;
-    }
+    });
   }
 
   std::shared_ptr<Elements> elements_;

@@ -2,9 +2,9 @@
 #include "platform/storage/storage.h"
 
 #include <algorithm>
-#include <new>
 
 #include "platform/com/activation.h"
+#include "platform/com/checked.h"
 #include "platform/com/counted.h"
 #include "platform/kernel/code_page.h"
 #include "platform/storage/folder_elements.h"
@@ -15,17 +15,6 @@ namespace {
 
 constexpr DWORD kAccess = STGM_WRITE | STGM_READWRITE;
 constexpr DWORD kShare = 0x70;
-
-template <class Body>
-HRESULT guarded(Body&& body) noexcept {
-  try {
-    return body();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (...) {
-    return E_FAIL;
-  }
-}
 
 HRESULT check_mode(DWORD mode) {
   const bool known = (mode & ~(kAccess | kShare | STGM_CREATE)) == 0;
@@ -111,7 +100,7 @@ class Storage final : public Counted<IStorage>, public OpenElement {
     };
     const bool no_storages = leaves_out(IStorage::kIid);
     const bool no_streams = leaves_out(IStream::kIid);
-    return guarded([&] {
+    return checked([&] {
       Copies copies{{ComPtr<IStorage>(this), ComPtr<IStorage>(target)}};
       return copy_all(copies, [&](const IStorage* from, const STATSTG& element) {
         return (element.type == STGTY_STORAGE ? no_storages : no_streams) ||
@@ -126,7 +115,7 @@ class Storage final : public Counted<IStorage>, public OpenElement {
     if (!is_name(name) || !is_name(new_name)) return STG_E_INVALIDNAME;
     const bool moves = flags == STGMOVE_MOVE;
     if (moves && !writable()) return STG_E_ACCESSDENIED;
-    return guarded([&] {
+    return checked([&] {
       if (moves && is_inside(target, name)) return STG_E_ACCESSDENIED;
       ElementFacts facts;
       HRESULT status = elements_->facts(name, facts);
@@ -141,7 +130,7 @@ class Storage final : public Counted<IStorage>, public OpenElement {
   }
 
   HRESULT Commit(DWORD flags) override {
-    return guarded([&] {
+    return checked([&] {
       HRESULT first = S_OK;
       const std::vector<OpenElement*> open = open_from(*this);
       for (auto element = open.rbegin(); element != open.rend(); ++element) {
@@ -154,7 +143,7 @@ class Storage final : public Counted<IStorage>, public OpenElement {
   }
 
   HRESULT Revert() override {
-    return guarded([&] {
+    return checked([&] {
       for (OpenElement* element : open_from(*this)) element->drop();
       return S_OK;
     });
@@ -163,7 +152,7 @@ class Storage final : public Counted<IStorage>, public OpenElement {
   HRESULT EnumElements(DWORD, void*, DWORD, IEnumSTATSTG** elements) override {
     if (elements == nullptr) return STG_E_INVALIDPOINTER;
     *elements = nullptr;
-    return guarded([&] {
+    return checked([&] {
       auto list = ComPtr<IEnumSTATSTG>::adopt(new_element_list(elements_));
       const HRESULT status = list->Reset();
       if (SUCCEEDED(status)) *elements = list.detach();
@@ -200,7 +189,7 @@ class Storage final : public Counted<IStorage>, public OpenElement {
   HRESULT Stat(STATSTG* stat, DWORD flags) override {
     if (stat == nullptr) return STG_E_INVALIDPOINTER;
     *stat = {};
-    return guarded([&] {
+    return checked([&] {
       ElementFacts facts;
       const HRESULT status = elements_->own_facts(facts);
       if (FAILED(status)) return status;
@@ -231,7 +220,7 @@ class Storage final : public Counted<IStorage>, public OpenElement {
 
  protected:
   ~Storage() override {
-    if (place_) static_cast<void>(guarded([&] { return publish(true); }));
+    if (place_) static_cast<void>(checked([&] { return publish(true); }));
   }
 
  private:
@@ -271,19 +260,19 @@ class Storage final : public Counted<IStorage>, public OpenElement {
     if (FAILED(check_mode(mode)) || (mode & STGM_CREATE) != 0) return STG_E_INVALIDFLAG;
     if (!is_name(name)) return STG_E_INVALIDNAME;
     if ((mode & kAccess) != STGM_READ && !writable()) return STG_E_ACCESSDENIED;
-    return guarded(body);
+    return checked(body);
   }
 
   template <class Body>
   HRESULT change(const OLECHAR* name, Body&& body) {
     if (!is_name(name)) return STG_E_INVALIDNAME;
-    return writable() ? guarded(body) : STG_E_ACCESSDENIED;
+    return writable() ? checked(body) : STG_E_ACCESSDENIED;
   }
 
   template <class Body>
   HRESULT change_identity(Body&& body) {
     if (!writable()) return STG_E_ACCESSDENIED;
-    return guarded([&] {
+    return checked([&] {
       ElementFacts facts;
       const HRESULT status = elements_->own_facts(facts);
       if (FAILED(status)) return status;
@@ -390,7 +379,7 @@ HRESULT StgCreateDocfile(const OLECHAR* path, DWORD mode, DWORD, IStorage** stor
   if (storage == nullptr) return STG_E_INVALIDPOINTER;
   *storage = nullptr;
   if (FAILED(check_mode(mode)) || (mode & kAccess) == STGM_READ) return STG_E_INVALIDFLAG;
-  return guarded([&] {
+  return checked([&] {
     if (path == nullptr) {
       *storage = new Storage(nullptr, make_memory_elements(), {}, mode);
       return S_OK;
@@ -420,7 +409,7 @@ HRESULT StgOpenStorage(const OLECHAR* path, IStorage* priority, DWORD mode, SNB 
   if (path == nullptr) return STG_E_INVALIDNAME;
   if (FAILED(check_mode(mode)) || (mode & STGM_CREATE) != 0) return STG_E_INVALIDFLAG;
   if (priority != nullptr || exclude != nullptr) return STG_E_INVALIDPARAMETER;
-  return guarded([&] {
+  return checked([&] {
     std::shared_ptr<Elements> elements;
     const HRESULT status = open_folder(file_path(path), elements);
     if (FAILED(status)) return status;
@@ -431,7 +420,7 @@ HRESULT StgOpenStorage(const OLECHAR* path, IStorage* priority, DWORD mode, SNB 
 
 HRESULT StgIsStorageFile(const OLECHAR* path) {
   if (path == nullptr) return STG_E_INVALIDNAME;
-  return guarded([&] {
+  return checked([&] {
     std::shared_ptr<Elements> elements;
     const HRESULT status = open_folder(file_path(path), elements);
     return status == STG_E_FILEALREADYEXISTS ? S_FALSE : status;

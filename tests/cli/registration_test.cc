@@ -1,13 +1,11 @@
 // The commands register, unregister and typelib, run as users run them.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "tests/cli/program.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::cli {
@@ -15,21 +13,6 @@ namespace {
 
 using test::read_file;
 using test::ScratchRegistry;
-
-struct Outcome {
-  int status = -1;
-  std::string text;
-};
-
-Outcome run(const std::string& arguments) {
-  FILE* const pipe =
-      ::popen(("'" TALLOWBROOK_BINARY_DIR "/bin/tallowbrook' " + arguments + " 2>&1").c_str(), "r");
-  Outcome outcome;
-  for (int c = 0; (c = std::fgetc(pipe)) != EOF;) outcome.text += static_cast<char>(c);
-  const int status = ::pclose(pipe);
-  if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
-  return outcome;
-}
 
 std::size_t count(const std::string& text, const std::string& what) {
   std::size_t found = 0;

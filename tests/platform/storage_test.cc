@@ -15,6 +15,7 @@
 #include "platform/com/activation.h"
 #include "platform/storage/file_time.h"
 #include "platform/storage/folder_names.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::platform {
 namespace {
@@ -22,20 +23,14 @@ namespace {
 constexpr DWORD kWrite = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 constexpr DWORD kRead = STGM_READ | STGM_SHARE_EXCLUSIVE;
 
-// A folder of the test's own, removed with all in it.
 class Scratch {
  public:
-  Scratch() {
-    std::string path = (std::filesystem::temp_directory_path() / "storage.XXXXXX").string();
-    path_ = ::mkdtemp(path.data());
+  [[nodiscard]] std::filesystem::path operator/(const char* name) const {
+    return folder_.file(name);
   }
-  ~Scratch() { std::filesystem::remove_all(path_); }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-  [[nodiscard]] std::filesystem::path operator/(const char* name) const { return path_ / name; }
 
  private:
-  std::filesystem::path path_;
+  test::ScratchFolder folder_;
 };
 
 ComPtr<IStorage> create(const OLECHAR* path, DWORD mode = kWrite) {

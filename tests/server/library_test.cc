@@ -58,7 +58,6 @@ TEST(Library, GoesAwayWhenItIsClosedAndComesBack) {
       ASSERT_EQ(get_class(entry.clsid, IClassFactory::kIid, factory.out_void()), S_OK);
       ComPtr<IDispatch> object;
       const HRESULT status = factory->CreateInstance(nullptr, IDispatch::kIid, object.out_void());
-      if (status == E_NOTIMPL) continue;
       ASSERT_EQ(status, S_OK);
       EXPECT_EQ(can_unload(), S_FALSE);
       ComPtr<ITypeInfo> info;
@@ -108,7 +107,7 @@ TEST(Library, LendsItsClassesToAHostThatLoadsIt) {
     ComPtr<IUnknown> object;
     const HRESULT status = CoCreateInstance(entry.clsid, nullptr, CLSCTX_INPROC_SERVER,
                                             IUnknown::kIid, object.out_void());
-    EXPECT_EQ(status, object ? S_OK : E_NOTIMPL);
+    EXPECT_EQ(status, S_OK);
   }
   EXPECT_EQ(CoUnloadComponent(module), S_OK);
   EXPECT_FALSE(is_loaded());

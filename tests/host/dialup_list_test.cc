@@ -1,0 +1,133 @@
+// The machine's connections, with a folder and programs of the test's own in their places.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "core/creators.h"
+#include "core/text.h"
+#include "platform/automation/late_bound.h"
+#include "tallowbrook/collections.h"
+#include "tallowbrook/dialup.h"
+#include "tests/support/scratch_folder.h"
+
+namespace tallowbrook {
+namespace {
+
+using platform::ComPtr;
+using platform::Variant;
+
+class DialupList : public ::testing::Test {
+ protected:
+  DialupList() {
+    std::filesystem::create_directory(folder_ / "peers");
+    program("pon", "");
+    program(
+        "nmcli",
+        "if [ \"$5\" = show ]; then printf 'vpn:11-aa:W\\303\\266rk\\\\: 1\\nwifi:22:Home\\n'; fi");
+    ::setenv("TALLOWBROOK_PPP_PEERS", (folder_ / "peers").c_str(), 1);
+    ::setenv("TALLOWBROOK_PON", (folder_ / "pon").c_str(), 1);
+    ::setenv("TALLOWBROOK_NMCLI", (folder_ / "nmcli").c_str(), 1);
+  }
+  ~DialupList() override {
+    for (const char* name : {"TALLOWBROOK_PPP_PEERS", "TALLOWBROOK_PON", "TALLOWBROOK_NMCLI"}) {
+      ::unsetenv(name);
+    }
+  }
+
+  // A program that leaves its arguments in a file, "name.called".
+  void program(const std::string& name, const std::string& body) {
+    const auto file = folder_ / name;
+    const std::string call = (folder_ / (name + ".called")).string();
+    std::ofstream(file) << "#!/bin/sh\n"
+                        << body << "\necho \"$@\" > " << call << ".new && mv " << call << ".new "
+                        << call << "\n";
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+  }
+  void peer(const char* name) { std::ofstream(folder_ / "peers" / name) << "connect\n"; }
+  // What a program was called with, when it was.
+  std::string call_of(const char* program) {
+    const auto file = folder_ / (std::string(program) + ".called");
+    for (int i = 0; i < 500 && !std::filesystem::exists(file); ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    std::ifstream in(file);
+    std::string line;
+    std::getline(in, line);
+    in.close();
+    std::filesystem::remove(file);
+    return line;
+  }
+
+  static ComPtr<IDialupCollection> list() {
+    ComPtr<IDialupCollection> made;
+    EXPECT_EQ(create_dialup_collection(IDialupCollection::kIid, made.out_void()), S_OK);
+    return made;
+  }
+  static std::string names(IDialupCollection& list) {
+    std::string all;
+    LONG count = 0;
+    EXPECT_EQ(list.get_Count(&count), S_OK);
+    for (LONG i = 0; i < count; ++i) {
+      Variant item;
+      EXPECT_EQ(list.get_Item(Variant(i), &item), S_OK);
+      const auto name = platform::get(item.pdispVal, u"Name").value;
+      EXPECT_EQ(platform::get(item.pdispVal, u"ID").value.text(), name.text());
+      all += to_ansi(name.text()) + ",";
+    }
+    return all;
+  }
+
+  test::ScratchFolder scratch_;
+  const std::filesystem::path folder_ = scratch_.file("");
+};
+
+TEST_F(DialupList, ListsTheMachinesConnectionsAndDialsThem) {
+  for (const char* name : {"office", "home", ".hidden", "-x", "old~", "home.dpkg-old"}) peer(name);
+  std::filesystem::create_directory(folder_ / "peers" / "folder");
+  const auto connections = list();
+  EXPECT_EQ(names(*connections), "home,office,W\xF6rk: 1,");
+  call_of("nmcli");
+
+  Variant item;
+  ASSERT_EQ(connections->get_Item(Variant(std::u16string_view(u"office")), &item), S_OK);
+  EXPECT_EQ(platform::call(item.pdispVal, u"Execute").status, S_OK);
+  EXPECT_EQ(call_of("pon"), "office");
+  item.clear();
+  ASSERT_EQ(connections->get_Item(Variant(2), &item), S_OK);
+  EXPECT_EQ(platform::call(item.pdispVal, u"Execute").status, S_OK);
+  EXPECT_EQ(call_of("nmcli"), "connection up uuid 11-aa");
+  EXPECT_EQ(connections->get_Item(Variant(std::u16string_view(u"New Connection")), &item), E_FAIL);
+
+  // A snapshot: what is there later is in a later list.
+  std::filesystem::remove_all(folder_ / "peers");
+  std::filesystem::remove(folder_ / "nmcli");
+  EXPECT_EQ(names(*connections), "home,office,W\xF6rk: 1,");
+  EXPECT_EQ(names(*list()), "");
+  std::filesystem::remove(folder_ / "pon");
+  ASSERT_EQ(connections->get_Item(Variant(0), &item), S_OK);
+  EXPECT_EQ(platform::call(item.pdispVal, u"Execute").status, S_OK);  // tells of no failure
+}
+
+TEST_F(DialupList, AConnectionOfItsOwnIsEmpty) {
+  ComPtr<IDialupConnection> connection;
+  ASSERT_EQ(create_dialup_connection(IDialupConnection::kIid, connection.out_void()), S_OK);
+  Variant id;
+  EXPECT_EQ(connection->get_ID(&id), S_OK);
+  EXPECT_EQ(id.vt, VT_BSTR);
+  EXPECT_EQ(id.text(), u"");
+  platform::Bstr name;
+  EXPECT_EQ(connection->get_Name(name.out()), S_OK);
+  EXPECT_EQ(name.view(), u"");
+  EXPECT_EQ(connection->Execute(), S_OK);
+  EXPECT_EQ(connection->get_ID(nullptr), E_POINTER);
+  EXPECT_EQ(connection->get_Name(nullptr), E_POINTER);
+}
+
+}  // namespace
+}  // namespace tallowbrook
