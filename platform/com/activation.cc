@@ -226,8 +226,12 @@ void erase_when_unwanted(const std::shared_ptr<Component>& component) {
 
 bool has_other_threads() {
   std::error_code error;
-  const std::filesystem::directory_iterator threads("/proc/self/task", error);
-  return error || std::distance(begin(threads), end(threads)) > 1;
+  int threads = 0;
+  for (std::filesystem::directory_iterator at("/proc/self/task", error), end; !error && at != end;
+       at.increment(error)) {
+    ++threads;
+  }
+  return error || threads > 1;
 }
 
 // Closes the library when nothing uses it; S_FALSE when it has to stay. A library that is not used

@@ -7,20 +7,21 @@
 namespace tallowbrook::platform {
 
 template <class Enumeration>
-[[nodiscard]] constexpr EnumValue enum_value(const char16_t* name, Enumeration value) {
-  return {name, static_cast<LONG>(value)};
+[[nodiscard]] constexpr EnumValue enum_value(const char16_t* name, Enumeration value,
+                                             const char16_t* help) {
+  return {name, static_cast<LONG>(value), help};
 }
 
 template <>
 struct DescribeEnum<MajorMimeTypes> {
   static constexpr EnumValue values[] = {
-      enum_value(u"Multipart", MajorMimeTypes::Multipart),
-      enum_value(u"Text", MajorMimeTypes::Text),
-      enum_value(u"Image", MajorMimeTypes::Image),
-      enum_value(u"Application", MajorMimeTypes::Application),
-      enum_value(u"Audio", MajorMimeTypes::Audio),
-      enum_value(u"Video", MajorMimeTypes::Video),
-      enum_value(u"Message", MajorMimeTypes::Message),
+      enum_value(u"Multipart", MajorMimeTypes::Multipart, u"multipart/*"),
+      enum_value(u"Text", MajorMimeTypes::Text, u"text/*"),
+      enum_value(u"Image", MajorMimeTypes::Image, u"image/*"),
+      enum_value(u"Application", MajorMimeTypes::Application, u"application/*"),
+      enum_value(u"Audio", MajorMimeTypes::Audio, u"audio/*"),
+      enum_value(u"Video", MajorMimeTypes::Video, u"video/*"),
+      enum_value(u"Message", MajorMimeTypes::Message, u"message/*"),
   };
   static constexpr EnumInfo info{
       {0x080A52AF, 0xC8C1, 0x4688, {0xBA, 0xA6, 0xC0, 0xBC, 0x21, 0xE1, 0x24, 0x6F}},
@@ -32,10 +33,10 @@ struct DescribeEnum<MajorMimeTypes> {
 template <>
 struct DescribeEnum<MultipartTypes> {
   static constexpr EnumValue values[] = {
-      enum_value(u"Mixed", MultipartTypes::Mixed),
-      enum_value(u"Parallel", MultipartTypes::Parallel),
-      enum_value(u"Digest", MultipartTypes::Digest),
-      enum_value(u"Alternative", MultipartTypes::Alternative),
+      enum_value(u"Mixed", MultipartTypes::Mixed, u"multipart/mixed"),
+      enum_value(u"Parallel", MultipartTypes::Parallel, u"multipart/parallel"),
+      enum_value(u"Digest", MultipartTypes::Digest, u"multipart/digest"),
+      enum_value(u"Alternative", MultipartTypes::Alternative, u"multipart/alternative"),
   };
   static constexpr EnumInfo info{
       {0xD1F1EDCF, 0x7716, 0x40B4, {0xB3, 0xC1, 0xD0, 0xB3, 0x16, 0xD2, 0x8E, 0x70}},
@@ -47,8 +48,8 @@ struct DescribeEnum<MultipartTypes> {
 template <>
 struct DescribeEnum<TextTypes> {
   static constexpr EnumValue values[] = {
-      enum_value(u"Plain", TextTypes::Plain),
-      enum_value(u"Html", TextTypes::Html),
+      enum_value(u"Plain", TextTypes::Plain, u"text/plain"),
+      enum_value(u"Html", TextTypes::Html, u"text/html"),
   };
   static constexpr EnumInfo info{
       {0x957A5235, 0xEB6E, 0x4E43, {0x9A, 0x44, 0x83, 0x6C, 0xE1, 0x15, 0x32, 0xBA}},
@@ -60,8 +61,8 @@ struct DescribeEnum<TextTypes> {
 template <>
 struct DescribeEnum<ImageTypes> {
   static constexpr EnumValue values[] = {
-      enum_value(u"Gif", ImageTypes::Gif),
-      enum_value(u"Jpg", ImageTypes::Jpg),
+      enum_value(u"Gif", ImageTypes::Gif, u"image/gif"),
+      enum_value(u"Jpg", ImageTypes::Jpg, u"image/jpeg"),
   };
   static constexpr EnumInfo info{
       {0x812C6B17, 0x822E, 0x4B4F, {0xBC, 0x6F, 0x2A, 0x45, 0x8C, 0xA5, 0x55, 0x29}},
@@ -73,8 +74,8 @@ struct DescribeEnum<ImageTypes> {
 template <>
 struct DescribeEnum<ApplicationTypes> {
   static constexpr EnumValue values[] = {
-      enum_value(u"OctetStream", ApplicationTypes::OctetStream),
-      enum_value(u"Postscript", ApplicationTypes::Postscript),
+      enum_value(u"OctetStream", ApplicationTypes::OctetStream, u"application/octet-stream"),
+      enum_value(u"Postscript", ApplicationTypes::Postscript, u"application/postscript"),
   };
   static constexpr EnumInfo info{
       {0xC72131F7, 0x585C, 0x4B2C, {0xA4, 0xDF, 0x97, 0xC9, 0x50, 0x3A, 0x84, 0x26}},
@@ -85,7 +86,7 @@ struct DescribeEnum<ApplicationTypes> {
 
 template <>
 struct DescribeEnum<AudioTypes> {
-  static constexpr EnumValue values[] = {enum_value(u"Basic", AudioTypes::Basic)};
+  static constexpr EnumValue values[] = {enum_value(u"Basic", AudioTypes::Basic, u"audio/basic")};
   static constexpr EnumInfo info{
       {0x2ED1E7D2, 0x26E0, 0x4000, {0xB7, 0xA7, 0xC4, 0x7F, 0x03, 0x73, 0xC0, 0x9F}},
       u"AudioTypes",
@@ -95,7 +96,7 @@ struct DescribeEnum<AudioTypes> {
 
 template <>
 struct DescribeEnum<VideoTypes> {
-  static constexpr EnumValue values[] = {enum_value(u"Mpeg", VideoTypes::Mpeg)};
+  static constexpr EnumValue values[] = {enum_value(u"Mpeg", VideoTypes::Mpeg, u"video/mpeg")};
   static constexpr EnumInfo info{
       {0x61F53FB5, 0x3A8D, 0x432F, {0xB2, 0x4A, 0x39, 0x9A, 0x8E, 0xF8, 0x12, 0x48}},
       u"VideoTypes",
@@ -106,9 +107,9 @@ struct DescribeEnum<VideoTypes> {
 template <>
 struct DescribeEnum<MessageTypes> {
   static constexpr EnumValue values[] = {
-      enum_value(u"Rfc822", MessageTypes::Rfc822),
-      enum_value(u"Partial", MessageTypes::Partial),
-      enum_value(u"ExternalBody", MessageTypes::ExternalBody),
+      enum_value(u"Rfc822", MessageTypes::Rfc822, u"message/rfc822"),
+      enum_value(u"Partial", MessageTypes::Partial, u"message/partial"),
+      enum_value(u"ExternalBody", MessageTypes::ExternalBody, u"message/external-body"),
   };
   static constexpr EnumInfo info{
       {0x4E7DEE5E, 0xBB58, 0x4018, {0x92, 0xC7, 0x9C, 0xBF, 0x7C, 0xD0, 0x78, 0xB3}},
@@ -120,11 +121,11 @@ struct DescribeEnum<MessageTypes> {
 template <>
 struct DescribeEnum<EncoderTypes> {
   static constexpr EnumValue values[] = {
-      enum_value(u"SevenBit", EncoderTypes::SevenBit),
-      enum_value(u"QuotedPrintable", EncoderTypes::QuotedPrintable),
-      enum_value(u"Base64", EncoderTypes::Base64),
-      enum_value(u"EightBit", EncoderTypes::EightBit),
-      enum_value(u"Binary", EncoderTypes::Binary),
+      enum_value(u"SevenBit", EncoderTypes::SevenBit, u"7bit"),
+      enum_value(u"QuotedPrintable", EncoderTypes::QuotedPrintable, u"quoted-printable"),
+      enum_value(u"Base64", EncoderTypes::Base64, u"base64"),
+      enum_value(u"EightBit", EncoderTypes::EightBit, u"8bit"),
+      enum_value(u"Binary", EncoderTypes::Binary, u"binary"),
   };
   static constexpr EnumInfo info{
       {0xE78107BD, 0x5E86, 0x4316, {0xB1, 0x71, 0x47, 0x3C, 0x48, 0xC0, 0x8D, 0x72}},

@@ -57,7 +57,8 @@ TEST(TypelibCommand, PrintsTheWholeLibrary) {
   for (const char* piece : {
            "library TALLOWBROOKLib {\n",
            "    helpstring(\"Tallowbrook 1.0 Type Library\")\n",
-           "    typedef enum EncoderTypes {\n        SevenBit = 0,\n",
+           "    typedef enum EncoderTypes {\n        [helpstring(\"7bit\")]\n        SevenBit = "
+           "0,\n",
            "    interface IMimeDecoder : IDispatch {\n",
            "        [id(0x00000011), propput, helpstring(\"Subject\")]\n"
            "        HRESULT Subject([in] VARIANT newVal);\n",
