@@ -16,7 +16,9 @@ namespace tallowbrook {
 
 class MessageOutput final : public StackStream {
  public:
-  explicit MessageOutput(ISequentialStream& target) : target_(target) { buffer_.reserve(kBlock); }
+  explicit MessageOutput(ISequentialStream& target) : target_(target) {
+    buffer_.reserve(kFirstBlock);
+  }
 
   void text(std::string_view bytes);
   // All the content of a `Raw` value, whose stream is read from its start in blocks; what cannot be
@@ -34,7 +36,8 @@ class MessageOutput final : public StackStream {
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
 
  private:
-  static constexpr std::size_t kBlock = 16384;
+  static constexpr std::size_t kFirstBlock = 4096;  // grows to kBlock
+  static constexpr std::size_t kBlock = 65536;
   void pass_on(std::string_view block);
 
   ISequentialStream& target_;
