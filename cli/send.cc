@@ -174,7 +174,8 @@ std::size_t Server::report_envelope() {
   for (const Exchange& exchange : dialogue_.exchanges()) {
     const bool sender = exchange.command.rfind("MAIL", 0) == 0;
     if (!sender && exchange.command.rfind("RCPT", 0) != 0) continue;
-    const bool taken = exchange.answered("250");
+    // 251 takes a recipient whose mail is forwarded.
+    const bool taken = exchange.answered("250") || (!sender && exchange.answered("251"));
     if (taken && !sender) ++accepted;
     const std::string address = exchange.command.substr(exchange.command.find(':') + 2);
     lines += (sender ? "  sender     " : "  recipient  ") + printable(address) +

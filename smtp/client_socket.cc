@@ -83,35 +83,6 @@ HRESULT CClientSocket::Write(const void* pv, ULONG cb, ULONG* written) {
   });
 }
 
-HRESULT CClientSocket::Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER* position) {
-  if (position != nullptr) position->QuadPart = 0;
-  return E_NOTIMPL;
-}
-
-HRESULT CClientSocket::SetSize(ULARGE_INTEGER) { return E_NOTIMPL; }
-
-HRESULT CClientSocket::CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read,
-                              ULARGE_INTEGER* written) {
-  if (read != nullptr) read->QuadPart = 0;
-  if (written != nullptr) written->QuadPart = 0;
-  return E_NOTIMPL;
-}
-
-HRESULT CClientSocket::Commit(DWORD) { return E_NOTIMPL; }
-HRESULT CClientSocket::Revert() { return E_NOTIMPL; }
-HRESULT CClientSocket::LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return E_NOTIMPL; }
-HRESULT CClientSocket::UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return E_NOTIMPL; }
-
-HRESULT CClientSocket::Stat(STATSTG* stat, DWORD) {
-  if (stat != nullptr) *stat = STATSTG{};
-  return E_NOTIMPL;
-}
-
-HRESULT CClientSocket::Clone(IStream** clone) {
-  if (clone != nullptr) *clone = nullptr;
-  return E_NOTIMPL;
-}
-
 HRESULT create_client_socket(REFIID iid, void** object) {
   return create_instance<CClientSocket>(iid, object);
 }

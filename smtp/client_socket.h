@@ -3,14 +3,14 @@
 #pragma once
 
 #include "core/object.h"
-#include "platform/storage/stream.h"
 #include "smtp/session.h"
+#include "streams/sequential_stream.h"
 #include "tallowbrook/client_socket.h"
 
 namespace tallowbrook {
 
 class CClientSocket final
-    : public Object<Confined, Dispatching<IClientSocket>, ISupportErrorInfo, IStream> {
+    : public Object<Confined, Dispatching<IClientSocket>, ISupportErrorInfo, SequentialStream> {
  public:
   // --- IClientSocket --------------------------------------------------------------------------
   HRESULT ConnectSMTP(BSTR server, LONG port, VARIANT_BOOL* done) override;
@@ -27,16 +27,6 @@ class CClientSocket final
   // fails.
   HRESULT Read(void* pv, ULONG cb, ULONG* read) override;
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
-  HRESULT Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override;
-  HRESULT SetSize(ULARGE_INTEGER size) override;
-  HRESULT CopyTo(IStream* target, ULARGE_INTEGER cb, ULARGE_INTEGER* read,
-                 ULARGE_INTEGER* written) override;
-  HRESULT Commit(DWORD flags) override;
-  HRESULT Revert() override;
-  HRESULT LockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER cb, DWORD type) override;
-  HRESULT UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER cb, DWORD type) override;
-  HRESULT Stat(STATSTG* stat, DWORD flags) override;
-  HRESULT Clone(IStream** clone) override;
 
  private:
   CSMTP session_;

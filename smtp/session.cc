@@ -33,6 +33,7 @@ constexpr char kUnknownHost[] = "Hostname could not be resolved.";
 constexpr char kNoGreeting[] = "Server didn't respond.";
 constexpr char kNotConnected[] = "Must be connected";
 constexpr char kShutText[] = "Data refused, server is not ready for it";
+constexpr char kNoText[] = "Server has not taken the envelope";
 constexpr char kAmbiguousText[] = "Line end around a lone dot is not CR LF";
 constexpr char kUnfinishedText[] = "Message data was not finished";
 
@@ -279,9 +280,10 @@ void CSMTP::finish_text() {
 
 bool CSMTP::result() {
   if (!connected_) return fail(kNotConnected);
-  const Data before = std::exchange(data_, Data::kOpen);
+  if (data_ == Data::kShut || data_ == Data::kUnknown) return fail(kNoText);
+  const bool text = std::exchange(data_, Data::kOpen) == Data::kText;
   return attempt([&] {
-    if (before == Data::kText) {
+    if (text) {
       finish_text();
       trace('>', "(" + std::to_string(text_size_) + " bytes of message)");
     }

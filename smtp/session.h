@@ -13,7 +13,8 @@
 //   is ambiguous the connection is broken off.
 // - `result` supplies the end that the text lacks. A session that is disconnected in the middle of
 //   a text breaks off without it, so that the server drops the part.
-// - After a `prepare` that failed nothing is taken until `result` or the next `prepare`.
+// - After a `prepare` that failed nothing is taken, and no result is waited for, until another one
+//   has done it.
 //
 // The session tells what it does on the debug output (tallowbrook/client_socket.h).
 #pragma once
@@ -52,7 +53,8 @@ class CSMTP final : public CClientWinSock {
   // Sends once; the bytes sent, at most those up to the end of the text. -1 when nothing may be
   // sent now. Throws CWinSockException.
   int write(std::string_view bytes);
-  // Ends the text when it is not ended; true when the server has taken it.
+  // Ends the text when it is not ended; true when the server has taken it. Outside of a transaction
+  // it only waits for a reply.
   bool result();
   // Receives once; the bytes received, 0 when the server has closed. Throws CWinSockException.
   int read(char* bytes, int length);

@@ -159,28 +159,4 @@ HRESULT CFileSystemStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER
   return S_OK;
 }
 
-HRESULT CFileSystemStream::SetSize(ULARGE_INTEGER) { return E_NOTIMPL; }
-
-HRESULT CFileSystemStream::CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read,
-                                  ULARGE_INTEGER* written) {
-  if (read != nullptr) read->QuadPart = 0;
-  if (written != nullptr) written->QuadPart = 0;
-  return E_NOTIMPL;
-}
-
-HRESULT CFileSystemStream::Commit(DWORD) { return E_NOTIMPL; }
-HRESULT CFileSystemStream::Revert() { return E_NOTIMPL; }
-HRESULT CFileSystemStream::LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return E_NOTIMPL; }
-HRESULT CFileSystemStream::UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return E_NOTIMPL; }
-
-HRESULT CFileSystemStream::Stat(STATSTG* stat, DWORD) {
-  if (stat != nullptr) *stat = STATSTG{};
-  return E_NOTIMPL;
-}
-
-HRESULT CFileSystemStream::Clone(IStream** clone) {
-  if (clone != nullptr) *clone = nullptr;
-  return E_NOTIMPL;
-}
-
 }  // namespace tallowbrook

@@ -12,11 +12,11 @@
 #include <memory>
 
 #include "core/object.h"
-#include "platform/storage/stream.h"
+#include "streams/sequential_stream.h"
 
 namespace tallowbrook {
 
-class CFileSystemStream final : public Object<Confined, IStream> {
+class CFileSystemStream final : public Object<Confined, SequentialStream> {
  public:
   // Opens an existing file for reading (others may read it too), or makes an empty file for writing
   // that nobody shares. Null when the file cannot be opened; GetLastError tells why. `path` is a
@@ -38,15 +38,6 @@ class CFileSystemStream final : public Object<Confined, IStream> {
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
   // STREAM_SEEK_END counts back from the end of the file.
   HRESULT Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override;
-  HRESULT SetSize(ULARGE_INTEGER size) override;
-  HRESULT CopyTo(IStream* target, ULARGE_INTEGER cb, ULARGE_INTEGER* read,
-                 ULARGE_INTEGER* written) override;
-  HRESULT Commit(DWORD flags) override;
-  HRESULT Revert() override;
-  HRESULT LockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER cb, DWORD type) override;
-  HRESULT UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER cb, DWORD type) override;
-  HRESULT Stat(STATSTG* stat, DWORD flags) override;
-  HRESULT Clone(IStream** clone) override;
 
  private:
   ~CFileSystemStream() override;

@@ -122,6 +122,7 @@ TEST_F(Session, AddressesWithLineEndsOrNulsAreRefused) {
       EXPECT_FALSE(session.prepare(message.get())) << address;
       EXPECT_EQ(session.last_error(), "Address holds a line end or a NUL");
       EXPECT_EQ(session.write("RSET\r\n"), -1);
+      EXPECT_FALSE(session.result());
       EXPECT_TRUE(session.disconnect_session());
       server.stop();
       EXPECT_EQ(server.commands.size(), 2U);
