@@ -26,6 +26,7 @@ HRESULT MyVariantCopy::copy_items(const StorageItems& items, ULONG index, ULONG 
 HRESULT CComEnumWithIDOnSTL::Next(ULONG wanted, VARIANT* values, ULONG* fetched) {
   if (fetched != nullptr) *fetched = 0;
   if (values == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
+  if (!owner_) return E_FAIL;
   ULONG count = 0;
   StorageItems::iterator next = next_;
   const HRESULT status = guarded([&] { return read_items(items_, next, wanted, values, count); });

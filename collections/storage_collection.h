@@ -135,7 +135,7 @@ class CStorageCollection final
   using IStorageCollectionImpl::IStorageCollectionImpl;
 };
 
-// The items of class `item_class` that live in `storage`. Throws std::bad_alloc.
+// The items of class `item_class` that live in `storage`, which is not null. Throws std::bad_alloc.
 [[nodiscard]] platform::ComPtr<IComCollection> make_storage_collection(IStorage* storage,
                                                                        REFCLSID item_class);
 
