@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
 #include <new>
 
 #include "platform/com/activation.h"
@@ -190,7 +189,7 @@ class ElementStream final : public Counted<IStream> {
 
  private:
   static constexpr DWORD kAccess = STGM_WRITE | STGM_READWRITE;
-  static constexpr ULONGLONG kMostBytes = std::numeric_limits<std::int64_t>::max() / 2;
+  static constexpr ULONGLONG kMostBytes = ULONGLONG{1} << 32;
 
   [[nodiscard]] bool writable() const { return (content_->mode & kAccess) != STGM_READ; }
 

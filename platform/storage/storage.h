@@ -9,7 +9,8 @@
 // storage take their place, whole, when they are committed, when the storage that they were opened
 // from is, or when they are released; `Revert` before that drops them, so that what stood there
 // before stays. Nobody ever finds an element half-written, and a reader keeps what it opened while
-// another one replaces it. `Commit` waits until the disk has it, unless told not to.
+// another one replaces it. A stream is written in memory and takes 4 GiB at most. `Commit` waits
+// until the disk has it, unless told not to.
 //
 // Transacted storages are not offered: STGM_TRANSACTED gives STG_E_INVALIDFLAG.
 #pragma once

@@ -97,10 +97,12 @@ TEST(DialupCollection, AnIndexIsAPositionOrAnId) {
   EXPECT_EQ(list->ItemByID(Variant(5), &item), S_OK);  // a number as an id
   EXPECT_EQ(platform::get(item.pdispVal, u"Text").value.text(), u"f");
 
+  item.clear();
   Variant id;
   EXPECT_EQ(list->ItemID(3, &id, &item), S_OK);
   EXPECT_EQ(id.vt, VT_UI4);
   EXPECT_EQ(platform::get(item.pdispVal, u"Text").value.text(), u"d");
+  item.clear();
   EXPECT_EQ(list->ItemID(7, &id, &item), E_FAIL);  // without an id
   EXPECT_EQ(id.vt, VT_EMPTY);
   EXPECT_EQ(item.vt, VT_EMPTY);

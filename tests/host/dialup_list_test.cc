@@ -102,6 +102,7 @@ TEST_F(DialupList, ListsTheMachinesConnectionsAndDialsThem) {
   ASSERT_EQ(connections->get_Item(Variant(2), &item), S_OK);
   EXPECT_EQ(platform::call(item.pdispVal, u"Execute").status, S_OK);
   EXPECT_EQ(call_of("nmcli"), "connection up uuid 11-aa");
+  item.clear();
   EXPECT_EQ(connections->get_Item(Variant(std::u16string_view(u"New Connection")), &item), E_FAIL);
 
   // A snapshot: what is there later is in a later list.
