@@ -1,9 +1,10 @@
 #include "cli/body_tree.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
-#include <string_view>
 
+#include "cli/part_name.h"
 #include "cli/terminal.h"
 
 namespace tallowbrook::cli {
@@ -60,18 +61,6 @@ std::string unquoted(std::string text) {
   return text;
 }
 
-// The part's disposition, asked for only where the field is: asking creates it.
-std::string disposition_of(const Object& body) {
-  const Object fields = body.object(u"Fields");
-  const std::int32_t count = fields.count();
-  for (std::int32_t i = 0; i < count; ++i) {
-    if (same_name(to_utf8(fields.get(u"Item", i).text()), "Content-Disposition")) {
-      return unfold(body.object(u"ContentDisposition").text(u"Value"));
-    }
-  }
-  return {};
-}
-
 std::optional<std::uint64_t> content_size(const Object& body) {
   const auto persistence = body.dispatch().query<IPersistStream>();
   if (!persistence) return std::nullopt;
@@ -92,6 +81,8 @@ struct Open {
 
 class Walk {
  public:
+  Walk(const Words& words, std::vector<Object>* handles) : words_(words), handles_(handles) {}
+
   std::vector<Part> run(const Object& message) {
     if (Object root = message.object(u"Body")) enter(std::move(root), Part{}, 0);
     while (!open_.empty()) {
@@ -104,8 +95,12 @@ class Walk {
       part.parent = top.index;
       part.depth = open_.size();
       part.embedded = top.message;
-      if (part.embedded)
-        part.subject = unfold(top.body.object(u"EmbeddedMessage").text(u"Subject"));
+      part.inside = top.embedded > 0 || top.message;
+      if (part.embedded) {
+        const Object inner = top.body.object(u"EmbeddedMessage");
+        part.subject = unfold(words_.decoded(inner.get(u"SubjectRaw").text()));
+      }
+      part.position = static_cast<std::size_t>(top.next) + 1;
       Object child = top.body.item(top.next++);
       part.last = top.next == top.count;
       if (child) enter(std::move(child), std::move(part), top.embedded + (top.message ? 1 : 0));
@@ -117,30 +112,70 @@ class Walk {
   void enter(Object body, Part part, int embedded) {
     // The size first: reading some of the properties below adds fields to the part.
     const Variant major = body.get(u"MajorContentType");
-    const bool multipart = major.vt == VT_I4 && major.lVal == kMultipartType;
+    part.multipart = major.vt == VT_I4 && major.lVal == kMultipartType;
     const bool message = major.vt == VT_I4 && major.lVal == kMessageType;
-    if (!multipart) part.size = content_size(body);
+    if (!part.multipart) part.size = content_size(body);
     part.type = type_of(major, body.get(u"MinorContentType"));
     part.encoding = named(body.get(u"Encoding"), kEncodings);
     part.charset = unquoted(unfold(body.text(u"Charset")));
-    part.disposition = disposition_of(body);
-    part.file_name = unquoted(unfold(body.text(u"FileName")));
-    part.description = unfold(body.text(u"Description"));
+    const Object disposition = disposition_of(body);
+    part.disposition = unfold(disposition.text(u"Value"));
+    part.file_name = unfold(sent_name(body, disposition, words_));
+    part.description = unfold(words_.decoded(body.get(u"Description").text()));
     part.content_id = unfold(body.text(u"ContentID"));
     const bool closed = message && embedded >= kEmbeddedDepth;
     const std::int32_t count = closed ? 0 : body.count();
     part.children = static_cast<std::size_t>(count > 0 ? count : 0);
     parts_.push_back(std::move(part));
+    if (handles_ != nullptr) handles_->push_back(body);
     if (count > 0)
       open_.push_back({std::move(body), parts_.size() - 1, 0, count, embedded, message});
   }
 
+  const Words& words_;
+  std::vector<Object>* handles_;
   std::vector<Part> parts_;
   std::vector<Open> open_;
 };
 
+// Deeper numbers would be longer than people count, and all of them together than the message.
+constexpr std::size_t kDeepestNumber = 64;
+
+bool has_number(const Part& part) {
+  return !part.multipart || (part.parent != Part::kNoParent && !part.embedded);
+}
+
 }  // namespace
 
-std::vector<Part> read_body(const Object& message) { return Walk().run(message); }
+std::vector<Part> read_body(const Object& message, const Words& words,
+                            std::vector<Object>* handles) {
+  return Walk(words, handles).run(message);
+}
+
+std::string part_number(const std::vector<Part>& parts, std::size_t index) {
+  if (!has_number(parts[index])) return {};
+  if (parts[index].depth > kDeepestNumber) return "#" + std::to_string(index);
+  std::vector<std::size_t> positions;
+  for (std::size_t i = index; i != Part::kNoParent; i = parts[i].parent) {
+    if (has_number(parts[i])) positions.push_back(parts[i].position);
+  }
+  std::string number;
+  for (auto position = positions.rbegin(); position != positions.rend(); ++position) {
+    if (!number.empty()) number += '.';
+    number += std::to_string(*position);
+  }
+  return number;
+}
+
+std::size_t find_part(const std::vector<Part>& parts, std::string_view number) {
+  for (std::size_t i = 0; i < parts.size() && !number.empty(); ++i) {
+    if (part_number(parts, i) == number) return i;
+  }
+  return Part::kNoParent;
+}
+
+std::string content_type_of(const Object& body) {
+  return type_of(body.get(u"MajorContentType"), body.get(u"MinorContentType"));
+}
 
 }  // namespace tallowbrook::cli

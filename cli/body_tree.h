@@ -1,13 +1,31 @@
 // Walks a message's body parts, messages inside it included, without recursion.
 #pragma once
 
+#include <cstddef>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/report.h"
+#include "cli/words.h"
 
 namespace tallowbrook::cli {
 
-// The parts in the order of the text, the root first; empty for a message without a body.
-[[nodiscard]] std::vector<Part> read_body(const Object& message);
+// The parts in the order of the text, the root first; empty for a message without a body. The
+// handles of the parts go to `handles`, one for each, when that is given.
+[[nodiscard]] std::vector<Part> read_body(const Object& message, const Words& words,
+                                          std::vector<Object>* handles = nullptr);
+
+// The number of a part as mail programs count (RFC 9051 section 6.4.5): "2.1" is the first part of
+// the second. A message that is no multipart has the part "1"; a multipart that is the body of a
+// message has no number of its own, and its number here is empty. Parts deeper than people count
+// are "#" and their index in the list.
+[[nodiscard]] std::string part_number(const std::vector<Part>& parts, std::size_t index);
+
+// The index of the part with this number; Part::kNoParent when there is none. Linear.
+[[nodiscard]] std::size_t find_part(const std::vector<Part>& parts, std::string_view number);
+
+// "type/subtype" of a part.
+[[nodiscard]] std::string content_type_of(const Object& body);
 
 }  // namespace tallowbrook::cli

@@ -11,7 +11,6 @@
 #include <stdexcept>
 
 #include "cli/terminal.h"
-#include "platform/automation/late_bound.h"
 #include "platform/com/activation.h"
 
 namespace tallowbrook::cli {
@@ -22,7 +21,6 @@ using platform::ComPtr;
 using platform::Variant;
 
 constexpr char kLibrary[] = "libtallowbrook.so";
-constexpr char16_t kMessageClass[] = u"Tallowbrook.Decoder";
 
 // The places where the component may lie: beside the program as it is built or installed, then
 // wherever the loader looks.
@@ -111,6 +109,10 @@ Variant Object::get(const char16_t* name, std::int32_t index) const {
 
 std::string Object::text(const char16_t* name) const { return to_utf8(get(name).text()); }
 
+std::string Object::text(const char16_t* name, std::int32_t index) const {
+  return to_utf8(get(name, index).text());
+}
+
 Object Object::item(std::int32_t index) const { return Object(get(u"Item", index)); }
 
 std::int32_t Object::count() const {
@@ -163,36 +165,41 @@ Host::Host() {
   throw std::runtime_error("the component cannot be loaded:" + reasons);
 }
 
-Object Host::create_message() const {
+Object create(const char16_t* prog_id) {
   CLSID clsid{};
-  ComPtr<IDispatch> message;
-  HRESULT status = CLSIDFromProgID(kMessageClass, &clsid);
+  ComPtr<IDispatch> object;
+  HRESULT status = CLSIDFromProgID(prog_id, &clsid);
   if (SUCCEEDED(status)) {
     status =
-        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IDispatch::kIid, message.out_void());
+        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IDispatch::kIid, object.out_void());
   }
   if (FAILED(status)) {
-    throw std::runtime_error("the component creates no message object (" + status_text(status) +
-                             ")");
+    throw std::runtime_error("the component creates no " + to_utf8(prog_id) + " (" +
+                             status_text(status) + ")");
   }
-  return Object(std::move(message));
+  return Object(std::move(object));
 }
 
-Loaded Host::load(const std::string& file, bool keep_raw) const {
+Loaded Host::load(const std::string& file, LoadFor use) const {
   const int descriptor =
       file == "-" ? STDIN_FILENO : ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
   if (descriptor < 0) return unreadable(errno);
   const auto stream = ComPtr<FileStream>::adopt(new FileStream(descriptor));
 
   Loaded result;
-  result.message = create_message();
-  if (keep_raw && FAILED(result.message.put(u"CollectRawStream", Variant::boolean(true)))) {
+  result.message = create(kMessageClass);
+  if (use == LoadFor::kCopying &&
+      FAILED(result.message.put(u"CollectRawStream", Variant::boolean(true)))) {
     throw std::runtime_error("the component keeps no copy of what it loads");
   }
   const auto persistence = result.message.dispatch().query<IPersistStream>();
   if (!persistence) throw std::runtime_error("the message object loads from no stream");
   static_cast<void>(take_error_text());  // an earlier call's
-  const HRESULT status = persistence->Load(stream.get());
+  if (use != LoadFor::kCopying) {
+    result.input = ComPtr<MessageInput>::adopt(new MessageInput(stream, use == LoadFor::kChanging));
+  }
+  const HRESULT status =
+      result.input ? persistence->Load(result.input.get()) : persistence->Load(stream.get());
   // A stream that fails ends the data for the parser, which may then find a message or none.
   if (stream->error() != 0) return unreadable(stream->error());
   if (FAILED(status)) return unparsable(status);

@@ -10,6 +10,7 @@
 
 #include "cli/file_stream.h"
 #include "platform/automation/dispatch.h"
+#include "platform/automation/late_bound.h"
 #include "platform/com/unknown.h"
 #include "platform/storage/stream.h"
 
@@ -39,13 +40,23 @@ class Object {
   [[nodiscard]] platform::Variant get(const char16_t* name, std::int32_t index) const;
   // UTF-8; empty for a value that is no text.
   [[nodiscard]] std::string text(const char16_t* name) const;
+  [[nodiscard]] std::string text(const char16_t* name, std::int32_t index) const;
   [[nodiscard]] Object object(const char16_t* name) const { return Object(get(name)); }
   [[nodiscard]] Object item(std::int32_t index) const;
   // The property Count, 0 when there is none.
   [[nodiscard]] std::int32_t count() const;
   // What the enumerator of a collection yields, objects only.
   [[nodiscard]] std::vector<Object> elements() const;
-  [[nodiscard]] HRESULT put(const char16_t* name, const platform::Variant& value) const;
+  HRESULT put(const char16_t* name, const platform::Variant& value) const;
+  HRESULT put(const char16_t* name, std::u16string_view text) const {
+    return put(name, platform::Variant(text));
+  }
+  // Calls a method; its result is empty when it fails.
+  template <class... Argument>
+  platform::Variant call(const char16_t* name, const Argument&... arguments) const {
+    platform::Outcome outcome = platform::call(object_.get(), name, arguments...);
+    return SUCCEEDED(outcome.status) ? std::move(outcome.value) : platform::Variant();
+  }
 
  private:
   platform::ComPtr<IDispatch> object_;
@@ -57,14 +68,22 @@ struct Loaded {
 
   Outcome outcome = Outcome::kUnreadable;
   Object message;  // set when loaded
-  // Where it came from, set when loaded: what follows the line "." that ends a message is unread.
+  // Where it came from, set when loaded.
   platform::ComPtr<FileStream> source;
-  std::string text;  // the parser's or the system's text otherwise, UTF-8
-  long line = 0;     // where the parser stopped; 0 when it does not say
+  platform::ComPtr<MessageInput> input;  // not for copying
+  std::string text;                      // the parser's or the system's text otherwise, UTF-8
+  long line = 0;                         // where the parser stopped; 0 when it does not say
 
   [[nodiscard]] ExitStatus status() const;
   // "FILE:LINE: text" or "FILE: text", safe for a terminal.
   [[nodiscard]] std::string complaint(std::string_view file) const;
+};
+
+// What a message is loaded for.
+enum class LoadFor {
+  kReading,
+  kCopying,   // an unchanged save gives the same bytes back
+  kChanging,  // a save puts no empty line behind the last one
 };
 
 // Loads the component, which then stays for the life of the process. Throws std::runtime_error
@@ -73,12 +92,9 @@ class Host {
  public:
   Host();
 
-  // Loads the message in `file` ("-": standard input). With `keep_raw` an unchanged save gives the
-  // loaded bytes back. Throws std::runtime_error when no message object can be created.
-  [[nodiscard]] Loaded load(const std::string& file, bool keep_raw = false) const;
-
-  // A new message. Throws std::runtime_error when the component creates none.
-  [[nodiscard]] Object create_message() const;
+  // Loads the message in `file` ("-": standard input). Throws std::runtime_error when no message
+  // object can be created.
+  [[nodiscard]] Loaded load(const std::string& file, LoadFor use = LoadFor::kReading) const;
 
   // The component's library.
   [[nodiscard]] HMODULE module() const { return module_; }
@@ -86,6 +102,11 @@ class Host {
  private:
   HMODULE module_ = nullptr;
 };
+
+// A new object of the class with this ProgID, once the component is loaded. Throws
+// std::runtime_error when there is none.
+[[nodiscard]] Object create(const char16_t* prog_id);
+inline constexpr char16_t kMessageClass[] = u"Tallowbrook.Decoder";
 
 // The file's name as people see it.
 [[nodiscard]] std::string display_name(std::string_view file);

@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include "cli/body_tree.h"
 #include "cli/commands.h"
 
 namespace tallowbrook::cli {
@@ -25,8 +26,10 @@ Json fields_json(const std::vector<Field>& fields) {
   return list;
 }
 
-Json part_json(const Part& part) {
+Json part_json(const std::vector<Part>& parts, std::size_t index) {
+  const Part& part = parts[index];
   Json result = Json::object();
+  set_text(result, "number", part_number(parts, index));
   result["parent"] = part.parent == Part::kNoParent ? Json() : Json(part.parent);
   result["depth"] = part.depth;
   result["type"] = part.type;
@@ -71,7 +74,10 @@ std::string to_json(std::string_view file, const Report& report) {
   }
   json["fields"] = fields_json(report.extensions);
   Json& parts = json["parts"] = Json::array();
-  for (const Part& part : report.parts) parts.push_back(part_json(part));
+  for (std::size_t i = 0; i < report.parts.size(); ++i) {
+    parts.push_back(part_json(report.parts, i));
+  }
+  if (report.body) json["body"] = *report.body;
   return dump(json);
 }
 

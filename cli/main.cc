@@ -26,7 +26,7 @@ Characters of a message that could steer a terminal are shown as \xNN or
 \u{NNNN}. "tallowbrook COMMAND --help" explains a command with examples.)";
 
 int run(int argc, char** argv) {
-  CLI::App program("Reads, checks and copies Internet mail messages.", "tallowbrook");
+  CLI::App program("Reads, checks, writes and changes Internet mail messages.", "tallowbrook");
   program.require_subcommand(1);
   program.footer(kFooter);
   program.set_version_flag("--version", "tallowbrook " TALLOWBROOK_VERSION,
@@ -36,6 +36,9 @@ int run(int argc, char** argv) {
   add_headers(program, status);
   add_copy(program, status);
   add_check(program, status);
+  add_extract(program, status);
+  add_new(program, status);
+  add_edit(program, status);
   add_send(program, status);
   add_register(program, status);
   add_unregister(program, status);

@@ -65,8 +65,10 @@ std::string unquoted_name(const std::string& name) {
 }
 
 Address read_address(const Object& object) {
-  Address result{unfold(object.text(u"Name")), unfold(object.text(u"Address"))};
-  if (result.name.empty()) result.name = unfold(object.text(u"NameRaw"));
+  const Variant raw = object.get(u"NameRaw");
+  Address result{unfold(recovered(object.get(u"Name").text(), raw.text())),
+                 unfold(object.text(u"Address"))};
+  if (result.name.empty()) result.name = unfold(recovered(raw.text()));
   result.name = unquoted_name(result.name);
   std::string& address = result.address;
   if (address.size() >= 2 && address.front() == '<' && address.back() == '>') {
@@ -126,7 +128,7 @@ bool same_name(std::string_view a, std::string_view b) {
 
 std::vector<Field> read_header(const Object& message) {
   const bool has_date = message.get(u"Date").vt != VT_EMPTY;
-  const std::string text = message.text(u"MessageHeader");
+  const std::string text = recovered(message.get(u"MessageHeader").text());
   std::vector<Field> fields;
   const auto add = [&](std::string_view lines) {
     const auto colon = lines.find(':');
@@ -145,17 +147,20 @@ std::vector<Field> read_header(const Object& message) {
   return fields;
 }
 
-Report read_report(const Object& message) {
+Report read_report(const Object& message, const Words& words) {
   Report report;
   // Trace headers before anything that could parse them; the header text before the body's objects
-  // are touched, since reading those may add fields to a part.
+  // are touched, since reading those may add fields to a part. The dates before the header text,
+  // which would make one up.
   report.trace = read_trace(message);
+  report.date = date_text(message.get(u"Date"));
+  report.resent_date = date_text(message.get(u"ResentDate"));
   const std::vector<Field> header = read_header(message);
   const std::set<std::string> extensions = extension_names(message);
   for (const Field& field : header) {
     const std::string name = lower(field.name);
     if (name == "resent-to" || name == "resent-cc" || name == "resent-bcc") {
-      report.resent.push_back(field);
+      report.resent.push_back({field.name, words.decoded(std::string_view(field.value))});
     } else if (extensions.count(name) != 0) {
       report.extensions.push_back(field);
     } else if (name == "mime-version") {
@@ -163,11 +168,9 @@ Report read_report(const Object& message) {
     }
   }
   report.addresses = read_addresses(message);
-  report.subject = unfold(message.text(u"Subject"));
-  report.date = date_text(message.get(u"Date"));
-  report.resent_date = date_text(message.get(u"ResentDate"));
+  report.subject = unfold(words.decoded(message.get(u"SubjectRaw").text()));
   report.message_id = unfold(message.text(u"MessageID"));
-  report.parts = read_body(message);
+  report.parts = read_body(message, words);
   return report;
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/host.h"
+#include "cli/words.h"
 
 namespace tallowbrook::cli {
 
@@ -43,13 +44,16 @@ struct Part {
 
   std::size_t parent = kNoParent;
   std::size_t depth = 0;
-  bool last = true;       // no sibling follows
-  bool embedded = false;  // the body of a message inside its parent
-  std::string type;       // "text/plain"
+  std::size_t position = 1;  // among its siblings
+  bool last = true;          // no sibling follows
+  bool embedded = false;     // the body of a message inside its parent
+  bool inside = false;       // it lies in a message inside the message
+  bool multipart = false;
+  std::string type;  // "text/plain"
   std::string charset;
   std::string encoding;  // as the header names it; empty when the part does not say
   std::string disposition;
-  std::string file_name;
+  std::string file_name;  // the sender's name for it, decoded; not safe to be used for a file
   std::string description;
   std::string content_id;
   std::string subject;  // of the embedded message, for its body
@@ -69,12 +73,13 @@ struct Report {
   std::vector<Trace> trace;
   std::vector<Field> extensions;
   std::vector<Part> parts;
+  std::optional<std::string> body;  // the message's text, where it was asked for
 };
 
 // Messages inside messages are opened down to this depth; deeper ones are shown closed.
 inline constexpr int kEmbeddedDepth = 32;
 
-[[nodiscard]] Report read_report(const Object& message);
+[[nodiscard]] Report read_report(const Object& message, const Words& words);
 
 // The header fields as the message object would write them, unfolded, in that order. A date that
 // the writer would make up is left out.

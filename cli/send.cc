@@ -62,21 +62,6 @@ Address parse_address(const std::string& text) {
   return good ? address : Address{};
 }
 
-Object create(const char16_t* prog_id) {
-  CLSID clsid{};
-  ComPtr<IDispatch> object;
-  HRESULT status = CLSIDFromProgID(prog_id, &clsid);
-  if (SUCCEEDED(status)) {
-    status =
-        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IDispatch::kIid, object.out_void());
-  }
-  if (FAILED(status)) {
-    throw std::runtime_error("the component creates no " + to_utf8(prog_id) + " (" +
-                             status_text(status) + ")");
-  }
-  return Object(std::move(object));
-}
-
 void save(const Loaded& loaded, IStream& target) {
   const auto persistence = loaded.message.dispatch().query<IPersistStream>();
   const HRESULT status = persistence ? persistence->Save(&target, FALSE) : E_NOINTERFACE;
@@ -266,7 +251,7 @@ int send(const Options& options) {
   std::unique_ptr<Server> server;
   int worst = kFine;
   for (const std::string& file : options.files) {
-    Loaded loaded = host.load(file, true);
+    Loaded loaded = host.load(file, LoadFor::kCopying);
     int status = loaded.status();
     if (loaded.outcome != Loaded::Outcome::kLoaded) {
       complain(loaded.complaint(file));

@@ -56,13 +56,6 @@ Decoded decode(std::string_view text) {
   return {character, length};
 }
 
-// Characters that reorder or break the text around them (Unicode's bidirectional controls, line and
-// paragraph separator, byte order mark).
-bool steers_text(char32_t c) {
-  return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x2028 && c <= 0x202E) ||
-         (c >= 0x2066 && c <= 0x2069) || c == 0xFEFF;
-}
-
 void append_escaped(std::string& out, const char* format, unsigned value) {
   char buffer[16];
   std::snprintf(buffer, sizeof buffer, format, value);
@@ -72,6 +65,22 @@ void append_escaped(std::string& out, const char* format, unsigned value) {
 bool is_space(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 }  // namespace
+
+bool steers_text(char32_t c) {
+  return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x2028 && c <= 0x202E) ||
+         (c >= 0x2066 && c <= 0x2069) || c == 0xFEFF;
+}
+
+std::size_t utf8_length(std::string_view text) { return decode(text).length; }
+
+bool is_utf8(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t length = utf8_length(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
 
 std::string to_utf8(std::u16string_view wide) {
   std::string out;
@@ -102,6 +111,22 @@ std::string printable(std::string_view text) {
       out.append(text.substr(0, length));
     }
     text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return out;
+}
+
+std::string printable_lines(std::string_view text) {
+  std::string out;
+  out.reserve(text.size() + 1);
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    std::string_view line = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    for (std::size_t tab = 0; (tab = line.find('\t')) != line.npos; line.remove_prefix(tab + 1)) {
+      out.append(printable(line.substr(0, tab))).push_back('\t');
+    }
+    out.append(printable(line)).push_back('\n');
   }
   return out;
 }

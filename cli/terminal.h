@@ -16,8 +16,20 @@ namespace tallowbrook::cli {
 // UTF-16 to UTF-8; an unpaired surrogate becomes U+FFFD.
 [[nodiscard]] std::string to_utf8(std::u16string_view wide);
 
+// The bytes of the character at the start of a text that is not empty; 0 when they are no UTF-8.
+[[nodiscard]] std::size_t utf8_length(std::string_view text);
+[[nodiscard]] bool is_utf8(std::string_view text);
+
 // `text` with all that a terminal must not see escaped; the rest is unchanged. Linear.
 [[nodiscard]] std::string printable(std::string_view text);
+
+// The same for a text of several lines: line ends (LF, CR LF) and tabs stay, and the last line is
+// ended.
+[[nodiscard]] std::string printable_lines(std::string_view text);
+
+// True for characters that reorder or break the text around them: Unicode's bidirectional controls,
+// line and paragraph separator, byte order mark.
+[[nodiscard]] bool steers_text(char32_t c);
 
 // `text` on one line: each run of white space that holds a line end becomes one space; none is left
 // at either end.

@@ -22,8 +22,8 @@ struct Options {
 };
 
 // The library that the component's own objects are described by.
-ComPtr<ITypeLib> own_library(const Host& host) {
-  const Object message = host.create_message();
+ComPtr<ITypeLib> own_library(const Host&) {
+  const Object message = create(kMessageClass);
   ComPtr<ITypeInfo> info;
   ComPtr<ITypeLib> library;
   UINT index = 0;

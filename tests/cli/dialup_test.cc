@@ -17,15 +17,15 @@ TEST(DialupCommand, ListsAndRuns) {
   ::setenv("TALLOWBROOK_PPP_PEERS", folder.file("peers").c_str(), 1);
   ::setenv("TALLOWBROOK_NMCLI", "/nowhere/nmcli", 1);
   ::setenv("TALLOWBROOK_PON", "true", 1);
-  const Outcome listed = run("dialup list");
+  const Outcome listed = run_with_errors("dialup list");
   EXPECT_EQ(listed.status, 0);
   EXPECT_EQ(listed.text, "a\\x1B[31m\noffice\n");
-  EXPECT_EQ(run("dialup run office").status, 0);
-  const Outcome missing = run("dialup run home");
+  EXPECT_EQ(run_with_errors("dialup run office").status, 0);
+  const Outcome missing = run_with_errors("dialup run home");
   EXPECT_EQ(missing.status, 3);
   EXPECT_NE(missing.text.find("there is no connection \"home\""), std::string::npos);
   for (const char* wrong : {"dialup", "dialup run", "dialup list office", "dialup dance"}) {
-    EXPECT_EQ(run(wrong).status, 2) << wrong;
+    EXPECT_EQ(run_with_errors(wrong).status, 2) << wrong;
   }
   for (const char* name : {"TALLOWBROOK_PPP_PEERS", "TALLOWBROOK_NMCLI", "TALLOWBROOK_PON"}) {
     ::unsetenv(name);

@@ -22,37 +22,37 @@ std::size_t count(const std::string& text, const std::string& what) {
 
 TEST(RegistrationCommands, RegisterForTheMachineAndForTheUser) {
   const ScratchRegistry registry;
-  EXPECT_EQ(run("typelib --registered").status, 3);
-  const Outcome done = run("register");
+  EXPECT_EQ(run_with_errors("typelib --registered").status, 3);
+  const Outcome done = run_with_errors("register");
   EXPECT_EQ(done.status, 0) << done.text;
   EXPECT_EQ(count(read_file(registry.machine()), "\"ThreadingModel\"=\"Both\""), 14U);
   EXPECT_EQ(read_file(registry.user()), "");
-  EXPECT_EQ(run("typelib --registered").text, run("typelib").text);
-  EXPECT_EQ(run("register --user").status, 0);
-  EXPECT_EQ(run("unregister").status, 0);
+  EXPECT_EQ(run_with_errors("typelib --registered").text, run_with_errors("typelib").text);
+  EXPECT_EQ(run_with_errors("register --user").status, 0);
+  EXPECT_EQ(run_with_errors("unregister").status, 0);
   EXPECT_EQ(read_file(registry.machine()), "");
   EXPECT_EQ(count(read_file(registry.user()), "\"ThreadingModel\"=\"Both\""), 14U);
-  EXPECT_EQ(run("unregister --user").status, 0);
+  EXPECT_EQ(run_with_errors("unregister --user").status, 0);
   EXPECT_EQ(read_file(registry.user()), "");
 }
 
 TEST(RegistrationCommands, TellWhatStandsInTheWay) {
   const ScratchRegistry registry;
   test::write_file(registry.machine(), "nonsense\n");
-  const Outcome refused = run("register");
+  const Outcome refused = run_with_errors("register");
   EXPECT_EQ(refused.status, 3);
   EXPECT_NE(refused.text.find(registry.machine() + ":1: "), std::string::npos) << refused.text;
-  const Outcome missing = run("register /nowhere/at-all.so");
+  const Outcome missing = run_with_errors("register /nowhere/at-all.so");
   EXPECT_EQ(missing.status, 3);
   EXPECT_EQ(count(missing.text, "/nowhere/at-all.so"), 1U) << missing.text;
-  const Outcome foreign = run("typelib " + registry.machine());
+  const Outcome foreign = run_with_errors("typelib " + registry.machine());
   EXPECT_EQ(foreign.status, 3);
   EXPECT_EQ(count(foreign.text, registry.machine() + ": "), 1U) << foreign.text;
-  EXPECT_EQ(run("typelib --registered file").status, 2);
+  EXPECT_EQ(run_with_errors("typelib --registered file").status, 2);
 }
 
 TEST(TypelibCommand, PrintsTheWholeLibrary) {
-  const Outcome printed = run("typelib");
+  const Outcome printed = run_with_errors("typelib");
   ASSERT_EQ(printed.status, 0);
   for (const char* piece : {
            "library TALLOWBROOKLib {\n",
@@ -79,7 +79,7 @@ TEST(TypelibCommand, PrintsTheWholeLibrary) {
 }
 
 TEST(TypelibCommand, PrintsTheSameForPrograms) {
-  const auto library = nlohmann::json::parse(run("typelib --json").text);
+  const auto library = nlohmann::json::parse(run_with_errors("typelib --json").text);
   EXPECT_EQ(library["name"], "TALLOWBROOKLib");
   std::size_t members = 0;
   for (const auto& type : library["types"]) {
@@ -92,7 +92,7 @@ TEST(TypelibCommand, PrintsTheSameForPrograms) {
     EXPECT_EQ((*import)["parameters"][1]["default"], "0");
     EXPECT_EQ((*import)["result"], "VARIANT_BOOL");
   }
-  EXPECT_EQ(members, count(run("typelib").text, "[id("));
+  EXPECT_EQ(members, count(run_with_errors("typelib").text, "[id("));
 }
 
 }  // namespace
