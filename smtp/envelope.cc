@@ -75,6 +75,7 @@ const char* read_envelope(IDispatch* message, Envelope& envelope) {
     if (object_in(recipient) == nullptr) return kUnreadable;
     std::string route;
     if (const char* const failure = read_address(recipient.pdispVal, route)) return failure;
+    if (route.empty()) continue;  // a group without members is no mailbox
     envelope.recipients.push_back(std::move(route));
   }
   return nullptr;
