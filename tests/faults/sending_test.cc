@@ -1,0 +1,68 @@
+// For every n, the n-th socket call or allocation fails while a message is sent: the host learns of
+// it, the server never takes a part for the whole, and no descriptor stays open.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+
+#include "tallowbrook/client_socket.h"
+#include "tests/faults/allocation.h"
+#include "tests/faults/socket_calls.h"
+#include "tests/model/host.h"
+#include "tests/support/mail_server.h"
+#include "tests/support/mail_texts.h"
+
+namespace tallowbrook::test {
+namespace {
+
+// Sends as a careful host does: a step that fails ends the session. True when all steps succeeded.
+bool deliver(IMimeDecoder& message, const platform::Bstr& host, int port) {
+  ComPtr<IClientSocket> socket;
+  if (FAILED(create_client_socket(IClientSocket::kIid, socket.out_void()))) return false;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  const auto succeeds = [&done](HRESULT status) {
+    return SUCCEEDED(status) && done != VARIANT_FALSE;
+  };
+  const bool taken = succeeds(socket->ConnectSMTP(host.get(), port, &done)) &&
+                     succeeds(socket->PrepareSMTP(&message, &done)) &&
+                     succeeds(message.Save(socket.get(), &done)) &&
+                     succeeds(socket->GetResultSMTP(&done));
+  return succeeds(socket->DisconnectSMTP(&done)) && taken;
+}
+
+template <class Fault, class... Argument>
+void fail_every(std::size_t most, const Argument&... arguments) {
+  const platform::Bstr host(u"127.0.0.1");
+  const auto message = loaded(header(3) + lines(150'000));
+  const std::string whole = saved(message);
+  const int before = open_descriptors();
+  bool failed = true;
+  std::size_t n = 0;
+  while (failed && n < most) {
+    MailServer server(polite());
+    bool delivered = false;
+    {
+      const Fault fault(++n, arguments...);
+      delivered = deliver(*message, host, server.port());
+      failed = fault.happened();
+    }
+    server.stop();
+    EXPECT_EQ(open_descriptors(), before) << n;
+    EXPECT_TRUE(delivered || failed) << n;
+    EXPECT_LE(server.messages.size(), 1U) << n;
+    EXPECT_TRUE(!delivered || server.messages.size() == 1) << n;
+    for (const std::string& text : server.messages) EXPECT_TRUE(text == whole) << n;
+  }
+  EXPECT_FALSE(failed);
+  EXPECT_GT(n, 20U);
+}
+
+TEST(FailEveryCall, SocketsOfASession) {
+  fail_every<FailingSocketCall>(500, ECONNRESET);
+  fail_every<FailingSocketCall>(500, ENOBUFS);
+}
+
+TEST(FailEveryCall, AllocationsOfASession) { fail_every<FailingAllocation>(2000); }
+
+}  // namespace
+}  // namespace tallowbrook::test
