@@ -29,7 +29,7 @@ class StreamContent final : public OpenElement {
       : OpenElement(std::move(stream.siblings)),
         name(std::move(stream.name)),
         mode(stream.mode),
-        place_(std::move(stream.place)),
+        elements_(std::move(stream.elements)),
         placed_(std::move(stream.content)),
         is_new_(stream.is_new),
         changed_(stream.is_new) {}
@@ -54,7 +54,7 @@ class StreamContent final : public OpenElement {
     return writing([&] {
       const Content content = own_ ? Content(own_) : placed_;
       const bool replaces = !is_new_ || (mode & STGM_CREATE) != 0;
-      const HRESULT status = place_(content, {replaces, durable});
+      const HRESULT status = elements_->place(name, content, {replaces, durable});
       if (FAILED(status)) return status;
       placed_ = content;
       is_new_ = changed_ = false;
@@ -68,7 +68,7 @@ class StreamContent final : public OpenElement {
   }
 
  private:
-  PlaceContent place_;
+  std::shared_ptr<Elements> elements_;
   Content placed_;
   std::shared_ptr<std::string> own_;  // what was written
   bool is_new_;

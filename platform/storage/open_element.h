@@ -2,7 +2,6 @@
 // Internal to the storage room.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <set>
 #include <utility>
@@ -42,12 +41,9 @@ class OpenElement {
   std::shared_ptr<OpenElements> siblings_;
 };
 
-// Where a stream's content goes.
-using PlaceContent = std::function<HRESULT(const Content& content, Placing how)>;
-
 struct NewStream {
   std::shared_ptr<OpenElements> siblings;
-  PlaceContent place;
+  std::shared_ptr<Elements> elements;  // where its content goes
   std::u16string name;
   DWORD mode = STGM_READ;
   Content content;      // what it starts with

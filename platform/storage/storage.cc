@@ -2,6 +2,7 @@
 #include "platform/storage/storage.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "platform/com/activation.h"
 #include "platform/com/checked.h"
@@ -46,8 +47,8 @@ class Storage final : public Counted<IStorage>, public OpenElement {
 
   HRESULT CreateStream(const OLECHAR* name, DWORD mode, DWORD, DWORD, IStream** stream) override {
     return create(name, mode, stream, [&] {
-      *stream = new_element_stream(
-          {open_, placing_of(name), name, mode, std::make_shared<std::string>(), true});
+      *stream =
+          new_element_stream({open_, elements_, name, mode, std::make_shared<std::string>(), true});
       return S_OK;
     });
   }
@@ -57,8 +58,7 @@ class Storage final : public Counted<IStorage>, public OpenElement {
       Content content;
       const HRESULT status = elements_->read(name, content);
       if (FAILED(status)) return status;
-      *stream =
-          new_element_stream({open_, placing_of(name), name, mode, std::move(content), false});
+      *stream = new_element_stream({open_, elements_, name, mode, std::move(content), false});
       return S_OK;
     });
   }
@@ -230,13 +230,6 @@ class Storage final : public Counted<IStorage>, public OpenElement {
   [[nodiscard]] bool writable() const { return (mode_ & kAccess) != STGM_READ; }
   [[nodiscard]] static bool is_name(const OLECHAR* name) {
     return name != nullptr && is_element_name(name);
-  }
-
-  [[nodiscard]] PlaceContent placing_of(const OLECHAR* name) const {
-    return
-        [elements = elements_, place = std::u16string(name)](const Content& content, Placing how) {
-          return elements->place(place, content, how);
-        };
   }
 
   template <class Interface, class Body>
