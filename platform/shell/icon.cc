@@ -47,9 +47,9 @@ Picture draw(const IconGroup& group, const IconDrawing& drawing, int size) {
   Picture picture(size, size);
   for (int y = 0; y < size; ++y) {
     for (int x = 0; x < size; ++x) {
-      const int from_x = x * drawing.size / size;
-      const int from_y = y * drawing.size / size;
-      const auto index = static_cast<std::size_t>(from_y * drawing.size + from_x);
+      const auto from_x = static_cast<std::size_t>(x * drawing.size / size);
+      const auto from_y = static_cast<std::size_t>(y * drawing.size / size);
+      const std::size_t index = from_y * static_cast<std::size_t>(drawing.size) + from_x;
       picture.at(x, y) = pixel_of(group, drawing.letters[index]);
     }
   }

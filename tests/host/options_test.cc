@@ -269,15 +269,19 @@ TEST_F(Options, APutFromInsideTheMessagesEventRaisesNone) {
 
 TEST_F(Options, SinksGoWithTheirCollections) {
   FakeNode node;
-  ComPtr<IDispatch> first;
-  ComPtr<IDispatch> second;
-  ASSERT_EQ(node.current_values(u"a", first.out()), S_OK);
-  ASSERT_EQ(node.current_values(u"a", second.out()), S_OK);
-  EXPECT_EQ(node.sink_count(), 2U);
-  for (int i = 0; i < 20; ++i) ASSERT_EQ(node.current_values(u"a", first.out()), S_OK);
-  EXPECT_LE(node.sink_count(), 3U) << "the collections that the host let go are gone";
-  second.reset();
-  first.reset();
+  const auto new_values = [&node] {
+    ComPtr<IDispatch> values;
+    EXPECT_EQ(node.current_values(u"a", values.out()), S_OK);
+    return values;
+  };
+  {
+    const auto first = new_values();
+    const auto second = new_values();
+    EXPECT_EQ(node.sink_count(), 2U);
+    for (int i = 0; i < 20; ++i) (void)new_values();
+    EXPECT_LE(node.sink_count(), 3U) << "the collections that the host let go are gone";
+    EXPECT_EQ(sinks_of(first).size(), 1U) << "and the others are not";
+  }
   ComPtr<IDispatch> choices;
   ASSERT_EQ(node.choice_values(u"a", choices.out()), S_OK);
   EXPECT_EQ(node.sink_count(), 0U);
@@ -334,7 +338,7 @@ TEST_F(Options, ASinkThatForwardsHandsOnWholeCalls) {
   forwarding->detach();
   EXPECT_EQ(fire(sink, 3, {}), DISP_E_MEMBERNOTFOUND);
 
-  const auto calling = make_object<CAccessorEvents>(callback);
+  const ComPtr<IDispatch> calling = make_object<CAccessorEvents>(callback);
   const Variant accessor(sink.get());
   EXPECT_EQ(fire(calling, 5, {accessor, Variant(), Variant(LONG{-7})}), S_OK);
   EXPECT_EQ(callback.state, -7);

@@ -203,7 +203,7 @@ TEST(ImageList, RefusesWhatIsNotWhole) {
     EXPECT_EQ(read_back(whole.substr(0, size)), nullptr) << size;
   }
   // A wrong magic, version, count, side, colour depth; shapes of the files that do not fit.
-  for (const std::size_t at : {0, 2, 4, 10, 12, 18, 28, 46, 56, 190}) {
+  for (const std::size_t at : {0U, 2U, 4U, 10U, 12U, 18U, 28U, 46U, 56U, 190U}) {
     std::string bad = whole;
     bad[at] = '\x7F';
     EXPECT_EQ(read_back(bad), nullptr) << at;
