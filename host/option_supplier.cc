@@ -36,6 +36,10 @@ ComPtr<IUnknown> object_in(const Variant& value) {
   return ComPtr<IUnknown>(is_object ? value.punkVal : nullptr);
 }
 
+std::string read_id(IDispatch* object) {
+  return to_ansi(platform::get(object, u"ID").value.text());
+}
+
 // A definition that cannot be created is passed over.
 void add_definition(IDispatch& options, const OptionRow& row) {
   ComPtr<IDispatch> definition;
@@ -222,7 +226,7 @@ std::optional<ChildNode> COptionSupplier::find_child(std::u16string_view wanted)
       if (equals_ignoring_case(to_ansi(candidate->name), name) || candidate->type == name) {
         return candidate;
       }
-    } else if (to_ansi(platform::get(candidate->object.get(), u"ID").value.text()) == name) {
+    } else if (equals_ignoring_case(read_id(candidate->object.get()), name)) {
       return candidate;
     }
   }

@@ -1,5 +1,6 @@
 #include "model/plugin_hook.h"
 
+#include "platform/kernel/debug_output.h"
 #include "platform/kernel/library.h"
 
 namespace tallowbrook {
@@ -16,7 +17,11 @@ PluginHook::~PluginHook() {
 void PluginHook::on_loaded(IMimeDecoder* message) {
   if (on_loaded_ == nullptr || telling_) return;
   telling_ = true;
-  on_loaded_(message);
+  try {
+    on_loaded_(message);
+  } catch (...) {  // the message is loaded, whatever became of the plug-in's own work
+    OutputDebugStringA("TlwbkPlg.dll: SnapIn_OnLoaded threw an exception\n");
+  }
   telling_ = false;
 }
 

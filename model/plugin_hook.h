@@ -16,7 +16,8 @@ class PluginHook {
   PluginHook(const PluginHook&) = delete;
   PluginHook& operator=(const PluginHook&) = delete;
 
-  // Does nothing while an earlier call runs: the plug-in may load the message that it is told of.
+  // What the plug-in throws goes no further. Does nothing while an earlier call runs: the plug-in
+  // may load the message that it is told of.
   void on_loaded(IMimeDecoder* message);
 
  private:

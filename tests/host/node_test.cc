@@ -184,6 +184,7 @@ TEST(ExplorerNode, ChildrenAreFoundByPositionNameAndType) {
   EXPECT_EQ(found(Variant(u"in tray")), own.get());
   EXPECT_EQ(found(Variant(u"folder")), own.get());
   EXPECT_EQ(found(Variant(u"email")), foreign.get());
+  EXPECT_EQ(found(Variant(u"EMail")), foreign.get());
   Variant position(LONG{1});
   EXPECT_EQ(found(Variant::by_reference(&position)), foreign.get());
   for (const Variant& none : {Variant(LONG{2}), Variant(LONG{-1}), Variant(u"out tray")}) {

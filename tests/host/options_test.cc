@@ -5,6 +5,7 @@
 #include "tests/host/script_host.h"
 #include "tests/model/host.h"
 
+#include <atomic>
 #include <thread>
 
 #include "collections/variant_stream.h"
@@ -384,6 +385,28 @@ TEST_F(Options, AnEventOnAnotherThreadMayComeTooLate) {
   message.reset();
   pump();
   std::thread([&] { EXPECT_EQ(late(), DISP_E_MEMBERNOTFOUND); }).join();
+}
+
+TEST_F(Options, EventsFromManyThreadsOutliveTheMessage) {
+  auto message = test::loaded(kMessage);
+  const auto values = values_of(message, u"Subject");
+  const auto sink = sinks_of(values).at(0);
+  constexpr int kEvents = 200;
+  std::atomic<int> fired{0};
+  const auto fire_all = [&] {
+    for (int i = 0; i < kEvents; ++i, ++fired) {
+      const HRESULT status = fire(sink, 1 + i % 4, {Variant(values.get()), Variant()});
+      EXPECT_TRUE(status == S_OK || status == DISP_E_MEMBERNOTFOUND) << status;
+    }
+  };
+  std::thread one(fire_all);
+  std::thread two(fire_all);
+  while (fired < kEvents) pump();
+  EXPECT_EQ(read_text(message.get(), u"Subject"), "first");
+  message.reset();
+  one.join();
+  two.join();
+  pump();
 }
 
 TEST_F(Options, EventsOnThreadsWhoseOwnerEndedFail) {

@@ -72,5 +72,16 @@ TEST(PluginTest, MayLoadTheMessageThatItIsToldOf) {
   EXPECT_EQ(plugin.calls(), before + 2);
 }
 
+TEST(PluginTest, MayThrow) {
+  const Plugin plugin;
+  ASSERT_TRUE(plugin.found());
+  const auto message = new_message();
+  const int before = plugin.calls();
+  EXPECT_EQ(load(message, "Subject: throw\r\n\r\nbody\r\n"), S_OK);
+  EXPECT_EQ(read_text(message.get(), u"Subject"), "throw");
+  EXPECT_EQ(load(message, "Subject: next\r\n\r\nbody\r\n"), S_OK);
+  EXPECT_EQ(plugin.calls(), before + 2);
+}
+
 }  // namespace
 }  // namespace tallowbrook::test

@@ -1,5 +1,5 @@
 // A plug-in library: it counts the messages it is told of, keeps the subject of the last one, and
-// loads a message once more when its subject asks for that.
+// loads a message once more, or throws, when its subject asks for that.
 #include <string>
 
 #include "platform/automation/late_bound.h"
@@ -18,6 +18,7 @@ HRESULT SnapIn_OnLoaded(tallowbrook::IMimeDecoder* message) {
   using tallowbrook::platform::Variant;
   ++calls;
   last_subject = std::u16string(tallowbrook::platform::get(message, u"Subject").value.text());
+  if (last_subject == u"throw") throw 1;
   if (last_subject != u"once more") return E_FAIL;
   tallowbrook::platform::call(message, u"LoadFromFile",
                               Variant(u"" TALLOWBROOK_SOURCE_DIR "/samples/plain.eml"));
