@@ -7,7 +7,7 @@
 #include "platform/com/activation.h"
 #include "streams/memory_stream.h"
 #include "tallowbrook/class_ids.h"
-#include "tests/faults/allocation.h"
+#include "tests/faults/failing_calls.h"
 
 extern "C" {
 HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** object);
@@ -20,8 +20,6 @@ namespace {
 
 using platform::ComPtr;
 using platform::Variant;
-
-constexpr std::size_t kNever = 10'000;
 
 bool expected(HRESULT status) {
   return SUCCEEDED(status) || status == E_OUTOFMEMORY || status == STG_E_MEDIUMFULL;
@@ -52,22 +50,18 @@ class FailingCollections : public ::testing::Test {
   }
   ~FailingCollections() override { CoForgetComponent(entries_); }
 
-  // Calls `job` with a failure of the n-th allocation for each n until none happens, and `tidy`
-  // before it without one.
+  // Calls `job` with a failure of each of its allocations, and `tidy` before it without one.
   template <class Tidy, class Job>
-  static void fail_each(Tidy&& tidy, Job&& job) {
+  static void fail_each_allocation(Tidy&& tidy, Job&& job) {
     const auto locks = Module::locks();
-    bool failed = true;
-    for (std::size_t n = 1; failed; ++n) {
-      ASSERT_LT(n, kNever);
+    const auto attempt = [&](std::size_t n) {
       tidy();
-      {
-        const FailingAllocation failing(n);
-        job();
-        failed = failing.happened();
-      }
-      ASSERT_EQ(Module::locks(), locks) << n;
-    }
+      const FailingAllocation failing(n);
+      job();
+      EXPECT_EQ(Module::locks(), locks) << n;
+      return failing.happened();
+    };
+    EXPECT_GT(fail_each(attempt), 1U);
   }
 
   ComPtr<ICollection> list_;
@@ -81,7 +75,7 @@ TEST_F(FailingCollections, FillWalkSaveAndLoad) {
   ASSERT_EQ(list_.query<IPersistStream>()->Save(&saved, FALSE), S_OK);
   const std::string whole(saved.bytes());
   const auto nothing = [] {};
-  fail_each(nothing, [&] {
+  fail_each_allocation(nothing, [&] {
     const auto copy = new_list();
     if (!copy) return;
     saved.rewind();
@@ -97,7 +91,7 @@ TEST_F(FailingCollections, FillWalkSaveAndLoad) {
     EXPECT_TRUE(expected(unknown.query<IEnumVARIANT>()->Next(5, got, &fetched)));
     EXPECT_TRUE(expected(copy->Remove(0)));
   });
-  fail_each(nothing, [&] {
+  fail_each_allocation(nothing, [&] {
     CISSHelper target;
     EXPECT_TRUE(expected(list_.query<IPersistStream>()->Save(&target, FALSE)));
   });
@@ -120,7 +114,7 @@ TEST_F(FailingCollections, ItemsOfAStorage) {
     while (items->Remove(1) == S_OK) {
     }
   };
-  fail_each(keep_one, [&] {
+  fail_each_allocation(keep_one, [&] {
     EXPECT_TRUE(storage_expected(items->Add(item)));
     EXPECT_TRUE(storage_expected(items->Modify(0, item)));
     Variant got;

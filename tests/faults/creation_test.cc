@@ -7,7 +7,7 @@
 #include "platform/automation/typeinfo.h"
 #include "server/class_table.h"
 #include "server/module.h"
-#include "tests/faults/allocation.h"
+#include "tests/faults/failing_calls.h"
 #include "tests/support/scratch_folder.h"
 
 extern "C" {
@@ -21,23 +21,9 @@ namespace {
 
 using platform::ComPtr;
 
-constexpr std::size_t kNever = 100'000;
-
-// Calls `job(n)`, in which the n-th allocation fails, for n from 1 until none does: the first three
-// hundred one by one, then every `stride`-th.
-template <class Job>
-void fail_each(std::size_t stride, Job&& job) {
-  for (std::size_t n = 1; n < kNever; n += n < 300 ? 1 : stride) {
-    bool failed = false;
-    job(n, failed);
-    if (!failed) return;
-  }
-  FAIL() << "the job never ends its allocations";
-}
-
 TEST(FailEveryAllocation, OfMakingAndDescribingAnObjectOfEachClass) {
   for (const ClassEntry& entry : class_table()) {
-    fail_each(1, [&](std::size_t n, bool& failed) {
+    const std::size_t last = fail_each([&](std::size_t n) {
       // Class objects and type information are made anew.
       module_detach();
       module_attach();
@@ -47,6 +33,7 @@ TEST(FailEveryAllocation, OfMakingAndDescribingAnObjectOfEachClass) {
       HRESULT found = E_FAIL;
       HRESULT made = E_FAIL;
       HRESULT described = E_FAIL;
+      bool failed = false;
       {
         const FailingAllocation failing(n);
         found = DllGetClassObject(entry.clsid, IClassFactory::kIid, factory.out_void());
@@ -57,13 +44,14 @@ TEST(FailEveryAllocation, OfMakingAndDescribingAnObjectOfEachClass) {
         failed = failing.happened();
       }
       EXPECT_EQ(found, factory ? S_OK : E_OUTOFMEMORY) << entry.script << ": " << n;
-      if (!factory) return;
-      if (made == E_NOTIMPL) return;
+      if (!factory || made == E_NOTIMPL) return failed;
       EXPECT_EQ(made, object ? S_OK : E_OUTOFMEMORY) << entry.script << ": " << n;
-      if (!object) return;
+      if (!object) return failed;
       EXPECT_EQ(described, info ? S_OK : E_OUTOFMEMORY) << entry.script << ": " << n;
       EXPECT_EQ(object->GetTypeInfo(0, 0, info.out()), S_OK) << entry.script << ": " << n;
+      return failed;
     });
+    EXPECT_GT(last, 1U) << entry.script;
     EXPECT_EQ(Module::locks(), 0) << entry.script;
   }
 }
@@ -73,18 +61,21 @@ TEST(FailEveryAllocation, OfRegistering) {
   ASSERT_EQ(DllRegisterServer(), S_OK);
   const std::string whole = read_file(registry.machine());
   ASSERT_EQ(DllUnregisterServer(), S_OK);
-  fail_each(97, [&](std::size_t n, bool& failed) {
+  const auto job = [&](std::size_t n) {
     HRESULT status = E_FAIL;
+    bool failed = false;
     {
       const FailingAllocation failing(n);
       status = DllRegisterServer();
       failed = failing.happened();
     }
-    ASSERT_TRUE(status == S_OK || status == E_OUTOFMEMORY) << n << ": " << std::hex << status;
+    EXPECT_TRUE(status == S_OK || status == E_OUTOFMEMORY) << n << ": " << std::hex << status;
     EXPECT_TRUE(status != S_OK || read_file(registry.machine()) == whole) << n;
-    ASSERT_EQ(DllUnregisterServer(), S_OK) << n;
-    ASSERT_EQ(read_file(registry.machine()), "") << n;
-  });
+    EXPECT_EQ(DllUnregisterServer(), S_OK) << n;
+    EXPECT_EQ(read_file(registry.machine()), "") << n;
+    return failed;
+  };
+  EXPECT_GT(fail_each(job, 97), 1U);
 }
 
 }  // namespace

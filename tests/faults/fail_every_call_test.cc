@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "tallowbrook/mime_body.h"
-#include "tests/faults/allocation.h"
-#include "tests/faults/file_calls.h"
+#include "tests/faults/failing_calls.h"
 #include "tests/model/host.h"
 #include "tests/support/host_stream.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::test {
 namespace {
@@ -59,17 +57,16 @@ void touch(IMimeDecoder& message) {
 
 TEST(FailEveryCall, Allocations) {
   HostStream source{std::string(kMessage)};
-  bool failed = true;
-  std::size_t n = 0;
-  while (failed && n < 20000) {
+  const auto job = [&](std::size_t n) {
     ComPtr<IMimeDecoder> message;
     HostStream target;
     target.keep_writes = false;
     source.position = 0;
+    bool failed = false;
     {
-      const FailingAllocation failing(++n);
+      const FailingAllocation failing(n);
       const HRESULT created = create_mime_decoder(IMimeDecoder::kIid, message.out_void());
-      ASSERT_EQ(created, message ? S_OK : E_OUTOFMEMORY);
+      EXPECT_EQ(created, message ? S_OK : E_OUTOFMEMORY);
       if (message) {
         const auto persist = message.query<IPersistStream>();
         const HRESULT loaded = persist->Load(&source);  // E_ABORT: no room for the scanner's text
@@ -79,12 +76,12 @@ TEST(FailEveryCall, Allocations) {
       }
       failed = failing.happened();
     }
-    if (!message) continue;
+    if (!message) return failed;
     EXPECT_EQ(load(message, kMessage), S_OK) << n;
     EXPECT_EQ(addresses(message.get(), u"To").size(), 3U) << n;
-  }
-  EXPECT_FALSE(failed);
-  EXPECT_GT(n, 100U);
+    return failed;
+  };
+  EXPECT_GT(fail_each(job), 100U);
 }
 
 // A text that memory did not suffice for is not cut short: it is not given at all.
@@ -92,124 +89,104 @@ TEST(FailEveryCall, AllocationsOfTexts) {
   std::u16string text;
   for (int i = 0; i < 3000; ++i) text += u"Gr\u00FC\u00DFe ";
   const auto message = new_message();
-  ASSERT_EQ(put(message.get(), u"Charset", Variant(u"utf-8")), S_OK);
-  ASSERT_EQ(put(message.get(), u"Subject", Variant(text)), S_OK);
-  ASSERT_EQ(put(message.get(), u"Body", Variant(text)), S_OK);
+  for (const char16_t* member : {u"Subject", u"Body"}) {
+    ASSERT_EQ(put(message.get(), u"Charset", Variant(u"utf-8")), S_OK);
+    ASSERT_EQ(put(message.get(), member, Variant(text)), S_OK);
+  }
   const auto again = loaded(saved(message));
   const Variant part = read(again.get(), u"Body");
   const auto body = platform::query<IMimeBody>(part.pdispVal);
   for (const bool subject : {false, true}) {
-    bool failed = true;
-    std::size_t n = 0;
-    while (failed && n < 1000) {
+    const auto job = [&](std::size_t n) {
       Variant value;
+      value.vt = VT_BSTR;
       HRESULT status = S_OK;
+      bool failed = false;
       {
-        const FailingAllocation failing(++n);
-        value.vt = VT_BSTR;
+        const FailingAllocation failing(n);
         status = subject ? again->get_Subject(&value) : body->get_Value(&value.bstrVal);
         failed = failing.happened();
       }
-      if (SUCCEEDED(status)) {
-        EXPECT_EQ(value.text().substr(0, text.size()), text) << n;
-      } else {
-        EXPECT_EQ(status, E_OUTOFMEMORY) << n;
-      }
-    }
-    EXPECT_FALSE(failed);
-    EXPECT_GT(n, 3U);
+      EXPECT_TRUE(SUCCEEDED(status) || status == E_OUTOFMEMORY) << n;
+      EXPECT_TRUE(FAILED(status) || value.text().substr(0, text.size()) == text) << n;
+      return failed;
+    };
+    EXPECT_GT(fail_each(job), 3U);
   }
 }
 
-std::string file_bytes(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+// A message in a file, and the path of the file that it is saved to.
+class FailEveryFileCall : public ::testing::Test {
+ protected:
+  FailEveryFileCall() { write_file(folder_.file("source"), text_); }
 
-// A message in a file, and the file that it is saved to.
-struct Files {
-  Files() {
-    std::ofstream(source, std::ios::binary) << kMessage << "X: " << std::string(200'000, 'x');
+  [[nodiscard]] platform::Bstr path(const char* name) const {
+    return platform::Bstr(to_wide(folder_.file(name)));
   }
-  ~Files() { std::filesystem::remove_all(folder); }
-  Files(const Files&) = delete;
-  Files& operator=(const Files&) = delete;
 
-  std::filesystem::path folder = [] {
-    std::string name = (std::filesystem::temp_directory_path() / "file_calls_XXXXXX").string();
-    return std::filesystem::path(mkdtemp(name.data()));
-  }();
-  std::filesystem::path source = folder / "source.eml";
-  std::filesystem::path target = folder / "target.eml";
+  const ScratchFolder folder_;
+  const std::string text_ = std::string(kMessage) + "X: " + std::string(200'000, 'x');
 };
 
-TEST(FailEveryCall, FilesLoaded) {
-  const Files files;
-  const std::string whole = saved(loaded(file_bytes(files.source)));
-  const platform::Bstr path(files.source.u16string());
-  bool failed = true;
-  std::size_t n = 0;
-  while (failed && ++n < 1000) {
+TEST_F(FailEveryFileCall, OfALoad) {
+  const std::string whole = saved(loaded(text_));
+  const auto job = [&, source = path("source")](std::size_t n) {
     const auto message = new_message();
     VARIANT_BOOL done = VARIANT_TRUE;
-    HRESULT status = S_OK;
+    bool failed = false;
     {
       const FailingFileCall failing(n, EIO);
-      status = message->LoadFromFile(path.get(), &done);
+      const HRESULT status = message->LoadFromFile(source.get(), &done);
       failed = failing.happened();
+      EXPECT_EQ(SUCCEEDED(status), !failed) << n;
     }
-    EXPECT_EQ(SUCCEEDED(status), !failed) << n;
     EXPECT_EQ(done, failed ? VARIANT_FALSE : VARIANT_TRUE) << n;
-    EXPECT_EQ(message->LoadFromFile(path.get(), &done), S_OK) << n;
+    EXPECT_EQ(message->LoadFromFile(source.get(), &done), S_OK) << n;
     EXPECT_EQ(saved(message), whole) << n;
-  }
-  EXPECT_FALSE(failed);
-  EXPECT_GT(n, 3U);
+    return failed;
+  };
+  EXPECT_GT(fail_each(job), 3U);
 }
 
 // What fails while a file is written leaves the message whole, and says so.
-TEST(FailEveryCall, FilesSaved) {
-  const Files files;
-  const auto message = loaded(file_bytes(files.source));
-  const std::string whole = saved(message);
+TEST_F(FailEveryFileCall, OfASave) {
+  const auto message = loaded(text_);
   EXPECT_EQ(put(message.get(), u"Subject", text("changed")), S_OK);
   const std::string changed = saved(message);
-  ASSERT_NE(whole, changed);
-  const platform::Bstr path(files.target.u16string());
-  bool failed = true;
-  std::size_t n = 0;
-  while (failed && ++n < 1000) {
+  const auto job = [&, target = path("target")](std::size_t n) {
     VARIANT_BOOL done = VARIANT_TRUE;
+    bool failed = false;
     {
       const FailingFileCall failing(n, ENOSPC);
-      EXPECT_EQ(message->SaveToFile(path.get(), &done), S_OK) << n;
+      EXPECT_EQ(message->SaveToFile(target.get(), &done), S_OK) << n;
       failed = failing.happened();
     }
     EXPECT_EQ(done, failed ? VARIANT_FALSE : VARIANT_TRUE) << n;
     EXPECT_EQ(message.query<IPersistStream>()->IsDirty(), failed ? S_OK : S_FALSE) << n;
     EXPECT_EQ(saved(message), changed) << n;
-  }
-  EXPECT_FALSE(failed);
-  EXPECT_GT(n, 3U);
-  EXPECT_EQ(file_bytes(files.target), changed);
+    return failed;
+  };
+  EXPECT_GT(fail_each(job), 3U);
+  EXPECT_EQ(read_file(folder_.file("target")), changed);
 }
 
 TEST(FailEveryCall, Reads) {
-  for (int n = 0; n < 100; ++n) {
+  const auto job = [&](std::size_t n) {
     HostStream source{std::string(kMessage), 16};
-    source.reads_before_failure = n;
+    source.reads_before_failure = static_cast<int>(n) - 1;
     const auto message = new_message();
     const HRESULT status = message.query<IPersistStream>()->Load(&source);
     if (source.reads_before_failure >= 0) {
       EXPECT_EQ(status, S_OK);
-      return;
+      return false;
     }
     EXPECT_EQ(status, E_ABORT) << n;
     EXPECT_EQ(read(message.get(), u"Body").vt, VT_EMPTY) << n;
     EXPECT_EQ(load(message, kMessage), S_OK) << n;
     EXPECT_EQ(source.references, 1) << n;
-  }
-  FAIL() << "reading never ends";
+    return true;
+  };
+  EXPECT_GT(fail_each(job), 3U);
 }
 
 }  // namespace
