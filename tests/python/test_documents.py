@@ -5,7 +5,6 @@ import io
 import os
 import re
 import tempfile
-import unittest
 
 from support import ROOT, TestCase
 
@@ -41,7 +40,3 @@ class Examples(TestCase):
     def test_the_others(self):
         for document in ("docs/python.md", "README.md"):
             self.run_examples(document)
-
-
-if __name__ == "__main__":
-    unittest.main()

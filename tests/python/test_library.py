@@ -48,17 +48,16 @@ class Finding(unittest.TestCase):
         done = run("-c", CREATE, PYTHONPATH=ROOT / "python", TALLOWBROOK_LIBRARY=self.folder)
         self.assertIn("libtallowbrook.so is not there", done.stderr)
 
-    def test_the_build_tree(self):
-        package = self.put_package("python")
-        (self.folder / "CMakeLists.txt").touch()
-        self.assert_finds(self.put_libraries("build/debug/lib"), PYTHONPATH=package)
-        self.assert_finds(self.put_libraries("build/release/lib"), PYTHONPATH=package)
-
-    def test_the_prefix_of_the_package(self):
+    def test_beside_the_package(self):
+        """In the build tree and under the prefix that it is installed to."""
         multiarch = sysconfig.get_config_var("MULTIARCH") or "x86_64-linux-gnu"
-        package = self.put_package("usr/lib/python3/dist-packages")
-        self.assert_finds(self.put_libraries("usr/lib"), PYTHONPATH=package)
-        self.assert_finds(self.put_libraries(f"usr/lib/{multiarch}"), PYTHONPATH=package)
+        for package, folders in (
+                ("python", ("build/debug/lib", "build/release/lib")),
+                ("usr/lib/python3/dist-packages", ("usr/lib", f"usr/lib/{multiarch}"))):
+            path = self.put_package(package)
+            (self.folder / "CMakeLists.txt").touch()
+            for folder in folders:
+                self.assert_finds(self.put_libraries(folder), PYTHONPATH=path)
 
     def test_the_loader(self):
         package = self.put_package("modules")
@@ -107,7 +106,3 @@ class Scripts(unittest.TestCase):
                                       env=environment, timeout=300)
             self.assertEqual(script.stdout, compiled.stdout)
             self.assertIn(".eml: ", script.stdout)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,65 +1,49 @@
 """Sending a message from Python to a mail server that runs in the same interpreter."""
 
 import socket
+import socketserver
 import threading
-import unittest
 
 import tallowbrook
 from support import TestCase, new_message
 
 
-class Server(threading.Thread):
-    """Takes sessions one after the other and remembers what was said."""
+class Session(socketserver.StreamRequestHandler):
+    """Takes what a client sends; the server remembers what was said."""
 
-    def __init__(self, sessions):
-        super().__init__(daemon=True)
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
-        self.sessions = sessions
-        self.commands = []
-        self.letters = []
-        self.start()
-
-    def run(self):
-        with self.listener:
-            for _ in range(self.sessions):
-                connection, _ = self.listener.accept()
-                with connection, connection.makefile("rwb") as file:
-                    self.talk(file)
-
-    def say(self, file, line):
-        file.write(line + b"\r\n")
-        file.flush()
-
-    def talk(self, file):
-        self.say(file, b"220 ready")
-        for line in file:
-            self.commands.append(line.strip().decode())
-            word = line.split()[0].upper()
-            self.say(file, {b"DATA": b"354 go on", b"QUIT": b"221 bye"}.get(word, b"250 fine"))
+    def handle(self):
+        self.wfile.write(b"220 ready\r\n")
+        for line in self.rfile:
+            word = line[:4].upper()
+            self.server.words.append(word)
+            replies = {b"DATA": b"354 go on", b"QUIT": b"221 bye"}
+            self.wfile.write(replies.get(word, b"250 fine") + b"\r\n")
             if word == b"QUIT":
                 return
             if word == b"DATA":
-                lines = iter(file.readline, b".\r\n")
-                self.letters.append(b"".join(line[line.startswith(b"."):] for line in lines))
-                self.say(file, b"250 taken")
+                lines = iter(self.rfile.readline, b".\r\n")
+                self.server.letters.append(b"".join(line[line.startswith(b"."):] for line in lines))
+                self.wfile.write(b"250 taken\r\n")
 
 
 class Sending(TestCase):
     def test_a_session(self):
-        server = Server(sessions=2)
         letter = new_message()
         letter.From, letter.To = "ada@example.org", ["grace@example.com", "bob@example.net"]
         letter.Subject, letter.Body = "Seeds", "first line\r\n.hidden\r\n"
         client = tallowbrook.CreateObject("Tallowbrook.ClientSocket")
-        for arguments in (("127.0.0.1", server.port), (None,)):  # None: the same server again
-            self.assertTrue(client.ConnectSMTP(*arguments))
-            self.assertTrue(client.PrepareSMTP(letter))
-            letter.Save(client)
-            self.assertTrue(client.GetResultSMTP())
-            self.assertTrue(client.DisconnectSMTP())
-        server.join(60)
-        self.assertEqual(sum(said.upper().startswith("RCPT") for said in server.commands), 4)
+        with socketserver.TCPServer(("127.0.0.1", 0), Session) as server:
+            server.words, server.letters = [], []
+            threading.Thread(target=server.serve_forever, args=(0.01,)).start()
+            # None: the same server again
+            for arguments in (("127.0.0.1", server.server_address[1]), (None,)):
+                self.assertTrue(client.ConnectSMTP(*arguments))
+                self.assertTrue(client.PrepareSMTP(letter))
+                letter.Save(client)
+                self.assertTrue(client.GetResultSMTP())
+                self.assertTrue(client.DisconnectSMTP())
+            server.shutdown()
+        self.assertEqual(server.words.count(b"RCPT"), 4)
         self.assertEqual(len(server.letters), 2)
         got = new_message()
         self.assertTrue(got.Load(server.letters[0]))
@@ -70,7 +54,3 @@ class Sending(TestCase):
             port = taken.getsockname()[1]
         client = tallowbrook.CreateObject("Tallowbrook.ClientSocket")
         self.assertFalse(client.ConnectSMTP("127.0.0.1", nPort=port))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -7,7 +7,6 @@ import os
 import sys
 import tempfile
 import threading
-import unittest
 
 import tallowbrook
 from support import SAMPLES, TestCase, new_collection, new_message
@@ -16,11 +15,8 @@ from tallowbrook import ComError, _streams
 WELCOME = (SAMPLES / "welcome.eml").read_bytes()
 
 
-class Raising(io.RawIOBase):
-    """A file that gives or takes some bytes and then fails."""
-
-    def __init__(self, bytes_before):
-        self.left = bytes_before
+class Both(io.RawIOBase):
+    """Gives and takes."""
 
     def readable(self):
         return True
@@ -28,8 +24,12 @@ class Raising(io.RawIOBase):
     def writable(self):
         return True
 
-    def readinto(self, buffer):
-        return self.write(buffer)
+
+class Raising(Both):
+    """A file that gives or takes some bytes and then fails."""
+
+    def __init__(self, bytes_before):
+        self.left = bytes_before
 
     def write(self, data):
         if self.left <= 0:
@@ -38,19 +38,15 @@ class Raising(io.RawIOBase):
         self.left -= done
         return done
 
+    readinto = write
 
-class Drops(io.RawIOBase):
+
+class Drops(Both):
     """A file that takes and gives one byte at a time."""
 
     def __init__(self, data=b""):
         self.data = bytearray(data)
         self.at = 0
-
-    def readable(self):
-        return True
-
-    def writable(self):
-        return True
 
     def readinto(self, buffer):
         data = self.data[self.at:self.at + 1]
@@ -101,20 +97,17 @@ class Blobs(TestCase):
 
 
 class Files(TestCase):
-    def saved(self, **options):
-        message = new_message()
-        for name, value in options.items():
-            setattr(message, name, value)
-        self.assertTrue(message.Load(io.BytesIO(WELCOME)))
-        target = io.BytesIO()
-        self.assertTrue(message.Save(target))
-        return target.getvalue()
-
     def test_memory(self):
-        self.assertEqual(self.saved(CollectRawStream=True), WELCOME)
+        message, target = new_message(), io.BytesIO()
+        message.CollectRawStream = True
+        self.assertTrue(message.Load(io.BytesIO(WELCOME)))
+        self.assertTrue(message.Save(target))
+        self.assertEqual(target.getvalue(), WELCOME)
 
     def test_every_kind_of_file(self):
-        wanted = self.saved()
+        blob = tallowbrook.blob()
+        self.assertTrue(new_message("welcome.eml").Save(blob))
+        wanted = tallowbrook.read(blob)
         with tempfile.TemporaryDirectory() as folder:
             path = os.path.join(folder, "file")
             for opened in (open, gzip.open, lambda p, mode: open(p, mode, buffering=0)):
@@ -138,10 +131,9 @@ class Files(TestCase):
         reader, writer = os.pipe()
 
         def feed():
-            with open(writer, "wb") as file:
+            with open(writer, "wb", buffering=0) as file:
                 for at in range(0, len(WELCOME), 100):
                     file.write(WELCOME[at:at + 100])
-                    file.flush()
 
         feeder = threading.Thread(target=feed)
         feeder.start()
@@ -267,7 +259,3 @@ class Interfaces(TestCase):
         found = c.c_void_p(1)
         self.assertEqual(self.call(13, (c.c_void_p,), c.byref(found)), tallowbrook.Status.E_NOTIMPL)
         self.assertIsNone(found.value)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -110,7 +110,3 @@ class Constants(unittest.TestCase):
         from tallowbrook.constants import TextTypes
         self.assertEqual(TextTypes.Html, 1)
         self.assertEqual(len(tallowbrook.constants.__all__), 9)
-
-
-if __name__ == "__main__":
-    unittest.main()
