@@ -6,13 +6,14 @@
 
 #include <random>
 #include <string>
+#include <vector>
 
 #include "coding/utf8_coder.h"
 #include "coding/x_coder.h"
 #include "platform/kernel/code_page.h"
 #include "streams/memory_stream.h"
 #include "tests/support/charset_texts.h"
-#include "tests/support/host_stream.h"
+#include "tests/support/conversion.h"
 
 namespace tallowbrook {
 namespace {
@@ -21,27 +22,11 @@ std::string raw(std::u16string_view wide) {
   return {reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(char16_t)};
 }
 
-using Direction = void (CMIMECode::*)(IStream&, IStream&);
-
-// The result of a conversion, the same whatever stream the text comes from.
-std::string run(CMIMECode& coder, Direction direction, const std::string& text) {
-  CISSHelper memory;
-  memory.write(text);
-  memory.rewind();
-  CISSHelper result;
-  (coder.*direction)(memory, result);
-  test::HostStream input(text, text.size() < 100 ? 1 : 4095);
-  CISSHelper output;
-  (coder.*direction)(input, output);
-  EXPECT_TRUE(output.bytes() == result.bytes());
-  return std::string(result.bytes());
-}
-
 std::string decoded(CMIMECode& coder, const std::string& text) {
-  return run(coder, &CMIMECode::Decode, text);
+  return test::converted(coder, test::kDecode, text, {text.size() < 100 ? 1u : 4095u});
 }
 std::string encoded(CMIMECode& coder, const std::string& text) {
-  return run(coder, &CMIMECode::Encode, text);
+  return test::converted(coder, test::kEncode, text, {text.size() < 100 ? 1u : 4095u});
 }
 
 using test::kCharsetTexts;
@@ -70,48 +55,40 @@ TEST(CharsetCoder, ReadsAndWritesTexts) {
 }
 
 TEST(CharsetCoder, KnowsNames) {
-  const std::pair<const char*, UINT> names[] = {
-      {"UTF-8", 65001},
-      {"utf8", 65001},
-      {"sjis", 932},
-      {"x-sjis", 932},
-      {"Windows-31J", 932},
-      {"shift-jis", 932},
-      {"latin1", 28591},
-      {"ISO8859-1", 28591},
-      {"iso_8859-1", 28591},
-      {"l1", 28591},
-      {"ISO-8859-15", 28605},
-      {"latin-9", 28605},
-      {"ascii", 20127},
-      {"ANSI_X3.4-1968", 20127},
-      {"gbk", 936},
-      {"cp936", 936},
-      {"gb_2312-80", 936},
-      {"gb18030", 54936},
-      {"big5-hkscs", 950},
-      {"ks_c_5601-1987", 949},
-      {"EUC-KR", 51949},
-      {"cp1251", 1251},
-      {"win-1251", 1251},
-      {"x-cp1250", 1250},
-      {"KOI8-R", 20866},
-      {"koi8-ru", 21866},
-      {"iso-2022-jp", 50220},
-      {"iso-2022-kr", 50225},
-      {"euc-jp", 51932},
-      {"macintosh", 10000},
-      {"iso-8859-8-i", 38598},
-      {"tis-620", 874},
-      {"x-mac-ce", 10029},
-      {"EUC-CN", 51936},
-      {"x-iscii-de", 57002},
-      {"x-Europa", 29001},
-      {"x-nobody", 0},
-      {"", 0},
-      {"\xC3\xA9", 0},
-      {"none of these names is longer than sixty-four characters, so this one is unknown", 0}};
-  for (const auto& [name, page] : names) EXPECT_EQ(charset_code_page(name), page) << name;
+  const struct {
+    UINT page;
+    std::vector<const char*> names;
+  } kPages[] = {
+      {65001, {"UTF-8", "utf8"}},
+      {932, {"sjis", "x-sjis", "Windows-31J", "shift-jis"}},
+      {28591, {"latin1", "ISO8859-1", "iso_8859-1", "l1"}},
+      {28605, {"ISO-8859-15", "latin-9"}},
+      {20127, {"ascii", "ANSI_X3.4-1968"}},
+      {936, {"gbk", "cp936", "gb_2312-80"}},
+      {54936, {"gb18030"}},
+      {51936, {"EUC-CN"}},
+      {950, {"big5-hkscs"}},
+      {949, {"ks_c_5601-1987"}},
+      {51949, {"EUC-KR"}},
+      {1251, {"cp1251", "win-1251"}},
+      {1250, {"x-cp1250"}},
+      {20866, {"KOI8-R"}},
+      {21866, {"koi8-ru"}},
+      {50220, {"iso-2022-jp"}},
+      {50225, {"iso-2022-kr"}},
+      {51932, {"euc-jp"}},
+      {38598, {"iso-8859-8-i"}},
+      {874, {"tis-620"}},
+      {10000, {"macintosh"}},
+      {10029, {"x-mac-ce"}},
+      {57002, {"x-iscii-de"}},
+      {29001, {"x-Europa"}},
+      {0, {"x-nobody", "", "\xC3\xA9"}},
+      {0, {"none of these names is longer than sixty-four characters, so this one is unknown"}},
+  };
+  for (const auto& [page, names] : kPages) {
+    for (const char* name : names) EXPECT_EQ(charset_code_page(name), page) << name;
+  }
 }
 
 TEST(CharsetCoder, TableTakesTheFirstOfTwins) {
@@ -202,17 +179,16 @@ TEST(CharsetCoder, SurvivesAnyBytes) {
     CXCoder coder(c.name);
     for (int round = 0; round < 20; ++round) {
       std::string bytes(random() % 300, '\0');
-      for (char& byte : bytes)
-        byte = static_cast<char>(random() % (round % 2 != 0 ? 256 : 0x60) +
-                                 (round % 2 != 0 ? 0 : 0xA0));
+      const unsigned lowest = round % 2 != 0 ? 0 : 0xA0;
+      for (char& byte : bytes) byte = static_cast<char>(lowest + random() % (0x100 - lowest));
       const std::string wide = decoded(coder, bytes + c.bytes);
       EXPECT_EQ(wide.size() % 2, 0U);
       EXPECT_FALSE(encoded(coder, wide + "\xD8").empty() && !wide.empty()) << c.name;
       // What follows is read on, unless bytes switched to another set of characters.
       const bool keeps_no_state = c.name != std::string("utf-7") && c.bytes[0] != '\x1B';
       if (keeps_no_state && bytes.find('\x1B') == bytes.npos) {
-        const std::string tail =
-            decoded(coder, bytes + std::string(8, '\0') + "\r\n\r\nend.\r\n\r\n");
+        bytes += std::string(8, '\0') + "\r\n\r\nend.\r\n\r\n";
+        const std::string tail = decoded(coder, bytes);
         EXPECT_NE(c.name == std::string("utf-16") ? 0 : tail.find(raw(u"end.")), tail.npos)
             << c.name;
       }
@@ -230,15 +206,11 @@ TEST(CharsetCoder, PiecesAgreeWithTheWhole) {
         const std::size_t at = random() % (sizeof pool - 1 + ascii);
         byte = at < sizeof pool - 1 ? pool[at] : 'x';
       }
-      const char* name = page == 37U ? "ibm037" : nullptr;
-      const std::string numbered = "cp" + std::to_string(page);
-      CXCoder coder(name != nullptr ? name : numbered);
+      CXCoder coder(page == 37U ? "ibm037" : "cp" + std::to_string(page));
       ASSERT_EQ(coder.code_page(), page);
       const std::u16string wide = platform::widen(page, bytes);
       EXPECT_TRUE(decoded(coder, bytes) == raw(wide)) << page << ' ' << ascii;
       EXPECT_TRUE(encoded(coder, raw(wide)) == platform::narrow(page, wide)) << page;
-      int needed = MultiByteToWideChar(page, 0, bytes.data(), 100000, nullptr, 0);
-      EXPECT_EQ(static_cast<std::size_t>(needed), wide.size());
     }
   }
 }

@@ -4,7 +4,6 @@
 
 #include <random>
 #include <string>
-#include <vector>
 
 #include "coding/base64.h"
 #include "coding/coder_factory.h"
@@ -23,10 +22,6 @@ using test::kEncode;
 std::string run(CMIMECode& coder, test::Direction direction, const std::string& text) {
   return test::converted(coder, direction, text, {1, 2, 3, 7, 16, 57, 76, 4095, 4096, 4097});
 }
-
-struct Case {
-  std::string input, output;
-};
 
 std::string text(std::string_view view) { return std::string(view); }
 
@@ -86,12 +81,7 @@ const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvw
 std::string plain_base64_encode(const std::string& input, bool breaks) {
   std::string out;
   std::size_t total = 0;
-  for (std::size_t bit = 0; bit < input.size() * 8; bit += 6) {
-    unsigned value = 0;
-    for (std::size_t i = bit; i < bit + 6; ++i) {
-      const bool set = i / 8 < input.size() && (input[i / 8] >> (7 - i % 8) & 1) != 0;
-      value = value << 1 | (set ? 1u : 0u);
-    }
+  for (const unsigned value : test::sextets(input)) {
     out += kAlphabet[value];
     if (++total % 76 == 0 && breaks) out += "\r\n";
   }
@@ -114,56 +104,44 @@ std::string plain_base64_decode(const std::string& input) {
 
 // --- tests ---------------------------------------------------------------------------------------
 
-TEST(Coders, DefaultEncode) {
-  CDefaultCoder coder;
-  const Case cases[] = {
-      {"a\r\n.b", "a\r\n..b\r\n"},
-      {".x", "..x\r\n"},
-      {"abc\r\n", "abc\r\n"},
-      {"", ""},
-      {"a\n.b", "a\n.b\r\n"},
-      {"a\r\r\n.\r\n..", "a\r\r\n..\r\n...\r\n"},
-      {"\r", "\r\r\n"},
-      {std::string("a\0b", 3), "ab\r\n"},
-      {std::string("\0", 1), ""},
-      {std::string(100, '\r') + "\n.", std::string(100, '\r') + "\n..\r\n"},
-      {std::string(200, 'x'), std::string(200, 'x') + "\r\n"},
-  };
-  for (const Case& c : cases) EXPECT_EQ(run(coder, kEncode, c.input), c.output);
-}
-
-TEST(Coders, DefaultDecode) {
-  CDefaultCoder coder;
+TEST(Coders, ConvertByTheTable) {
+  CDefaultCoder plain;
+  CBase64 base64, unbroken(true);
   const std::string full(4096, 'f');
-  const Case cases[] = {
-      {"x\r\n..\r\ny\r\n", "x\r\n.\r\ny"},
-      {"..\r\n", "."},
-      {"..x\r\n..\n", "..x\r\n.."},
-      {"a\n\n", "a\n"},
-      {text({"a\0b\nc\n", 6}), "ac"},
-      {full + "..\r\nz", full + ".\r\nz"},
-      {full + "\r\n", full},
+  const struct {
+    CMIMECode& coder;
+    test::Direction direction;
+    std::string input, output;
+  } cases[] = {
+      {plain, kEncode, "a\r\n.b", "a\r\n..b\r\n"},
+      {plain, kEncode, ".x", "..x\r\n"},
+      {plain, kEncode, "abc\r\n", "abc\r\n"},
+      {plain, kEncode, "", ""},
+      {plain, kEncode, "a\n.b", "a\n.b\r\n"},
+      {plain, kEncode, "a\r\r\n.\r\n..", "a\r\r\n..\r\n...\r\n"},
+      {plain, kEncode, "\r", "\r\r\n"},
+      {plain, kEncode, text({"a\0b", 3}), "ab\r\n"},
+      {plain, kEncode, text({"\0", 1}), ""},
+      {plain, kEncode, std::string(100, '\r') + "\n.", std::string(100, '\r') + "\n..\r\n"},
+      {plain, kDecode, "x\r\n..\r\ny\r\n", "x\r\n.\r\ny"},
+      {plain, kDecode, "..\r\n", "."},
+      {plain, kDecode, "..x\r\n..\n", "..x\r\n.."},
+      {plain, kDecode, "a\n\n", "a\n"},
+      {plain, kDecode, text({"a\0b\nc\n", 6}), "ac"},
+      {plain, kDecode, full + "..\r\nz", full + ".\r\nz"},
+      {plain, kDecode, full + "\r\n", full},
+      {base64, kEncode, std::string(57, '\0'), std::string(76, 'A') + "\r\n"},
+      {base64, kEncode, std::string(58, '\0'), std::string(76, 'A') + "\r\nAA==\r\n"},
+      {unbroken, kEncode, std::string(58, '\0'), std::string(78, 'A') + "=="},
+      {base64, kEncode, "", "\r\n"},
+      {unbroken, kEncode, "", ""},
+      {base64, kDecode, "QU JD\r\nRA==", "ABCD"},
+      {base64, kDecode, "QQ==QQ==", "\x41\x04\x10"},
+      {base64, kDecode, "!?-_\xC1\n", ""},
+      {base64, kDecode, "QUJ", "AB"},
+      {base64, kDecode, "Q", ""},
   };
-  for (const Case& c : cases) EXPECT_EQ(run(coder, kDecode, c.input), c.output);
-}
-
-TEST(Coders, Base64) {
-  CBase64 coder;
-  CBase64 unbroken(true);
-  EXPECT_EQ(run(coder, kEncode, std::string(57, '\0')), std::string(76, 'A') + "\r\n");
-  EXPECT_EQ(run(coder, kEncode, std::string(58, '\0')), std::string(76, 'A') + "\r\nAA==\r\n");
-  EXPECT_EQ(run(unbroken, kEncode, std::string(58, '\0')), std::string(78, 'A') + "==");
-  EXPECT_EQ(run(coder, kEncode, ""), "\r\n");
-  EXPECT_EQ(run(unbroken, kEncode, ""), "");
-  const Case decoded[] = {
-      {"QU JD\r\nRA==", "ABCD"},
-      {"QQ==QQ==", "\x41\x04\x10"},
-      {"!?-_\xC1\n", ""},
-      {"", ""},
-      {"QUJ", "AB"},
-      {"Q", ""},
-  };
-  for (const Case& c : decoded) EXPECT_EQ(run(coder, kDecode, c.input), c.output);
+  for (const auto& c : cases) EXPECT_EQ(run(c.coder, c.direction, c.input), c.output) << c.input;
 }
 
 TEST(Coders, AgreeWithThePlainReference) {
@@ -175,16 +153,10 @@ TEST(Coders, AgreeWithThePlainReference) {
   const std::size_t borders[] = {1, 2, 3, 7, 16, 57, 76, 4095, 4096, 4097};
   for (int round = 0; round < 140; ++round) {
     const bool at_border = round % 7 == 0;
-    std::string input(at_border ? borders[random() % std::size(borders)]
-                                : random() % (round % 20 == 0 ? 10000 : 300),
-                      '\0');
     const auto rare = static_cast<unsigned>(1 + random() % 60);
-    for (std::size_t i = 0; i < input.size();) {
-      const char byte =
-          random() % rare == 0 ? common[random() % common.size()] : static_cast<char>(random());
-      const std::size_t run = random() % 20 == 0 ? random() % 100 : 1;
-      for (const std::size_t end = std::min(input.size(), i + run); i < end; ++i) input[i] = byte;
-    }
+    const std::size_t size = at_border ? borders[random() % std::size(borders)]
+                                       : random() % (round % 20 == 0 ? 10000 : 300);
+    const std::string input = test::random_bytes(random, size, common, rare);
     ASSERT_EQ(run(plain, kEncode, input), plain_default_encode(input, false));
     ASSERT_EQ(run(wrapping, kEncode, input), plain_default_encode(input, true));
     ASSERT_EQ(run(plain, kDecode, input), plain_default_decode(input));
