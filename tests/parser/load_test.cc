@@ -3,12 +3,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <map>
 #include <string>
 
 #include "parser/load.h"
 #include "tests/support/dump.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::test {
 namespace {
@@ -21,17 +20,13 @@ struct Case {
 
 // The case's message without its last line end, which the end-of-data line brings back.
 std::string message_of(const Case& c) {
-  std::string text = c.input;
-  if (text.ends_with("\r\n")) text.resize(text.size() - 2);
-  return text;
+  const std::string text = c.input;
+  return text.ends_with("\r\n") ? text.substr(0, text.size() - 2) : text;
 }
 
-std::string with_bare_lf(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    if (c != '\r') result += c;
-  }
-  return result;
+std::string with_bare_lf(std::string text) {
+  std::erase(text, '\r');
+  return text;
 }
 
 const Case kTrees[] = {
@@ -119,19 +114,13 @@ const Case kTrees[] = {
      "  Content-Type: raw \"\"\n  body raw \"\"\n"},
 };
 
-TEST(Load, PrintsTheTree) {
-  for (const Case& c : kTrees) {
-    EXPECT_EQ(load_and_dump(message_of(c)), c.printed) << c.name;
-  }
-}
-
 // What comes out does not depend on how the input is cut up. (LF in place of CR LF shows in the
 // texts, so there the reference is the LF form read in one piece.)
-TEST(Load, ChunksDoNotShow) {
+TEST(Load, PrintsTheTree) {
   for (const Case& c : kTrees) {
     const std::string lf = with_bare_lf(message_of(c));
     const std::string printed_lf = load_and_dump(lf);
-    for (const ULONG step : {1U, 2U, 7U, 4096U}) {
+    for (const ULONG step : {1U, 2U, 7U, 4096U, kWhole}) {
       EXPECT_EQ(load_and_dump(message_of(c), step), c.printed) << c.name << " by " << step;
       EXPECT_EQ(load_and_dump(lf, step), printed_lf) << c.name << " (LF) by " << step;
     }
@@ -153,14 +142,12 @@ TEST(Load, SyntaxErrors) {
   for (const Case& c : cases) EXPECT_EQ(load_and_dump(c.input), c.printed) << c.name;
 }
 
-struct FieldCase {
-  const char* name;
-  const char* text;
-  const char* printed;  // "error" when it does not parse
-};
-
 TEST(ParseField, GivesTheValue) {
-  const FieldCase cases[] = {
+  const struct {
+    const char* name;
+    const char* text;
+    const char* printed;  // "error" when it does not parse
+  } cases[] = {
       {"To", "a@b, \"C D\" <c@d.e>,a@b", "{<c@d.e>=\"\"C D\"\", a@b=-}"},
       {"To", "Group: x;, y@[1.2\\.3]", "{x=-, y@[1.2\\.3]=-}"},
       {"To", "Group:;", "{=\"Group\"}"},
@@ -210,7 +197,7 @@ TEST(ParseField, GivesTheValue) {
       {"__$$InternalUUEncode$$__", "x\r\nbegin 644 f\r\n#abcd\r\nend\r\ny\r\nend\r\n",
        "[raw \"x\\r\\ny\\r\\nend\\r\\n\\r\\n\", [\"begin 644 f\\r\\n\", raw \"#abcd\\r\\n\"]]"},
   };
-  for (const FieldCase& c : cases) {
+  for (const auto& c : cases) {
     HeaderValue value = HeaderValue::text("untouched");
     const HRESULT status = parse_field(c.name, c.text, value);
     EXPECT_EQ(FAILED(status) ? "error" : dump(value), c.printed) << c.name << ": " << c.text;
@@ -276,8 +263,7 @@ TEST(Load, Corpus) {
   while (std::getline(expected, line)) {
     const std::size_t tab = line.find('\t');
     if (line.starts_with('#') || tab == std::string::npos) continue;
-    std::ifstream file(folder / line.substr(0, tab), std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const std::string text = read_file(folder / line.substr(0, tab));
     MessageStore store;
     const bool loads = SUCCEEDED(load(text, store));
     EXPECT_EQ(loads ? "loads" : "error: " + take_error_text(), line.substr(tab + 1))

@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstring>
+#include <functional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -13,36 +13,34 @@
 #include "platform/kernel/message_queue.h"
 #include "platform/kernel/thread.h"
 #include "tests/support/dump.h"
+#include "tests/support/host_stream.h"
 
 namespace tallowbrook::test {
 namespace {
 
-// Gives "X: y" after `release`, and counts how many readers stand inside.
-class GatedStream final : public ISequentialStream {
+// Gives a header byte by byte; calls `before` ahead of the first.
+class CallingStream final : public ISequentialStream {
  public:
-  GatedStream(std::atomic<int>& inside, std::atomic<bool>& release)
-      : inside_(inside), release_(release) {}
+  explicit CallingStream(std::function<void()> before) : before_(std::move(before)) {}
   HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
   ULONG AddRef() override { return 2; }
   ULONG Release() override { return 1; }
   HRESULT Read(void* pv, ULONG, ULONG* read) override {
-    if (!given_) {
-      ++inside_;
-      while (!release_) std::this_thread::yield();
-      std::memcpy(pv, "X: y", 4);
-    }
-    *read = std::exchange(given_, true) ? 0 : 4;
+    constexpr std::string_view kText = "X: y\r\n";
+    if (at_ == 0) before_();
+    *read = at_ < kText.size() ? 1 : 0;
+    if (*read > 0) *static_cast<char*>(pv) = kText[at_++];
     return S_OK;
   }
   HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
 
  private:
-  std::atomic<int>& inside_;
-  std::atomic<bool>& release_;
-  bool given_ = false;
+  std::function<void()> before_;
+  std::size_t at_ = 0;
 };
 
-void load_from(ISequentialStream& stream) {
+void load_calling(std::function<void()> before) {
+  CallingStream stream(std::move(before));
   MessageStore store;
   ParseRun run{.store = &store};
   EXPECT_EQ(DispatchParse(run, &stream), S_OK);
@@ -60,13 +58,12 @@ bool eventually(Condition condition) {
 TEST(Pool, EleventhLoadWaitsPumpsAndHasItsPriorityBack) {
   std::atomic<int> inside{0};
   std::atomic<bool> release{false};
+  const auto wait_inside = [&] {
+    ++inside;
+    while (!release) std::this_thread::yield();
+  };
   std::vector<std::thread> holders;
-  for (int i = 0; i < 10; ++i) {
-    holders.emplace_back([&] {
-      GatedStream stream(inside, release);
-      load_from(stream);
-    });
-  }
+  for (int i = 0; i < 10; ++i) holders.emplace_back([&] { load_calling(wait_inside); });
   ASSERT_TRUE(eventually([&] { return inside == 10; }));
 
   std::atomic<DWORD> waiter_id{0};
@@ -75,15 +72,11 @@ TEST(Pool, EleventhLoadWaitsPumpsAndHasItsPriorityBack) {
   std::thread waiter([&] {
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_ABOVE_NORMAL);
     waiter_id = GetCurrentThreadId();
-    GatedStream stream(inside, release);
-    load_from(stream);
+    load_calling(wait_inside);
     entered = true;
     EXPECT_EQ(GetThreadPriority(GetCurrentThread()), THREAD_PRIORITY_ABOVE_NORMAL);
   });
   ASSERT_TRUE(eventually([&] { return waiter_id != 0; }));
-  EXPECT_TRUE(platform::post_call(waiter_id,
-                                  [&] { priority_seen = GetThreadPriority(GetCurrentThread()); }));
-  EXPECT_TRUE(eventually([&] { return priority_seen != 99; }));
   EXPECT_TRUE(eventually([&] {
     (void)platform::post_call(waiter_id,
                               [&] { priority_seen = GetThreadPriority(GetCurrentThread()); });
@@ -98,34 +91,8 @@ TEST(Pool, EleventhLoadWaitsPumpsAndHasItsPriorityBack) {
 }
 
 // A stream that loads another message from inside its own Read does not disturb the load it is in.
-class LoadingStream final : public ISequentialStream {
- public:
-  explicit LoadingStream(int depth) : depth_(depth) {}
-  HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-  ULONG AddRef() override { return 2; }
-  ULONG Release() override { return 1; }
-  HRESULT Read(void* pv, ULONG, ULONG* read) override {
-    if (depth_ > 0) {
-      LoadingStream inner(depth_ - 1);
-      load_from(inner);
-    }
-    constexpr std::string_view kText = "X: y\r\n";
-    const std::string_view piece = kText.substr(at_, 1);
-    at_ += piece.size();
-    if (!piece.empty()) *static_cast<char*>(pv) = piece[0];
-    *read = static_cast<ULONG>(piece.size());
-    return S_OK;
-  }
-  HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-
- private:
-  int depth_;
-  std::size_t at_ = 0;
-};
-
 TEST(Pool, LoadWithinALoad) {
-  LoadingStream stream(2);
-  load_from(stream);
+  load_calling([] { load_calling([] { load_calling([] {}); }); });
 }
 
 TEST(Pool, ManyThreads) {
@@ -144,26 +111,9 @@ TEST(Pool, ManyThreads) {
   for (std::thread& thread : threads) thread.join();
 }
 
-class FailingStream final : public ISequentialStream {
- public:
-  HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-  ULONG AddRef() override { return 2; }
-  ULONG Release() override { return 1; }
-  HRESULT Read(void* pv, ULONG, ULONG* read) override {
-    *read = 0;
-    if (at_++ > 0) return E_ACCESSDENIED;
-    std::memcpy(pv, "X: y\r\n\r\nbody", 12);
-    *read = 12;
-    return S_OK;
-  }
-  HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-
- private:
-  int at_ = 0;
-};
-
 TEST(Pool, FailingReadIsNoGoodLoad) {
-  FailingStream stream;
+  HostStream stream("X: y\r\n\r\nbody");
+  stream.reads_before_failure = 1;
   MessageStore store;
   ParseRun run{.store = &store};
   EXPECT_EQ(DispatchParse(run, &stream), E_ABORT);

@@ -23,57 +23,47 @@ bool quick(const std::string& text) {
 }
 
 TEST(UsualAddresses, TakesTheUsualForms) {
-  for (const char* text : {
-           "a@b",
-           "a.b-c+d@e.example.org",
-           "<a@b>",
-           "A <a@b>",
-           "A B  C <a@b>, \"D, E\" <d@e>,<f@g>,h@i",
-           "\"A\"B\"\" <a@b>",
-           "=?utf-8?Q?=41=2C_b?= C =?x?b?QQ==?= <a@b>",
-           "=?utf-8?Q?a b?=<a@b>",
-           "A\t <a@b>\t,\r\n\tB\r\n <c@d>,\n e@f",
-           "A <a@b>, B <a@b>, a@b, a@b",
-           " a@b ",
-       }) {
+  for (const char* text :
+       {"a@b", "a.b-c+d@e.example.org", "<a@b>", "A <a@b>",
+        "A B  C <a@b>, \"D, E\" <d@e>,<f@g>,h@i", "\"A\"B\"\" <a@b>",
+        "=?utf-8?Q?=41=2C_b?= C =?x?b?QQ==?= <a@b>", "=?utf-8?Q?a b?=<a@b>",
+        "A\t <a@b>\t,\r\n\tB\r\n <c@d>,\n e@f", "A <a@b>, B <a@b>, a@b, a@b", " a@b "}) {
     EXPECT_TRUE(quick(text)) << text;
   }
 }
 
 TEST(UsualAddresses, LeavesTheRestToTheGrammar) {
-  for (const char* text : {
-           "",
-           ",",
-           "a@b,",
-           ", a@b",
-           "a",
-           "a b@c",
-           "a@b c",
-           "a . b@c",
-           "a @ b",
-           "a..b@c",
-           "a@b.",
-           "a@[1.2.3.4]",
-           "\"a b\"@c",
-           "a@b <c@d>",
-           "A <a@b> c",
-           "A < a@b>",
-           "A <@x:a@b>",
-           "<>",
-           "G: a@b;",
-           "a@b (c)",
-           "A \"b\\\"\" <a@b>",
-           "A \"b <a@b>",
-           "A <a@b",
-           "=?a?b <c@d>",
-           "=?a?b?c <c@d>",
-           "x.=?a?b?c@d",
-           "\xe4 <a@b>",
-           "a@b,\r\nc@d",
-           "a@b,\r\n \r\n c@d",
-           "a@b\r\n ",
-           "a@b,\r c@d",
-       }) {
+  for (const char* text : {"",
+                           ",",
+                           "a@b,",
+                           ", a@b",
+                           "a",
+                           "a b@c",
+                           "a@b c",
+                           "a . b@c",
+                           "a @ b",
+                           "a..b@c",
+                           "a@b.",
+                           "a@[1.2.3.4]",
+                           "\"a b\"@c",
+                           "a@b <c@d>",
+                           "A <a@b> c",
+                           "A < a@b>",
+                           "A <@x:a@b>",
+                           "<>",
+                           "G: a@b;",
+                           "a@b (c)",
+                           "A \"b\\\"\" <a@b>",
+                           "A \"b <a@b>",
+                           "A <a@b",
+                           "=?a?b <c@d>",
+                           "=?a?b?c <c@d>",
+                           "x.=?a?b?c@d",
+                           "\xe4 <a@b>",
+                           "a@b,\r\nc@d",
+                           "a@b,\r\n \r\n c@d",
+                           "a@b\r\n ",
+                           "a@b,\r c@d"}) {
     EXPECT_FALSE(quick(text)) << text;
   }
 }
