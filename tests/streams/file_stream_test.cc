@@ -4,39 +4,36 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 
-#include "platform/kernel/file.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/seek.h"
 
 namespace tallowbrook {
 namespace {
 
+using test::seek;
+
 class FileStream : public testing::Test {
  protected:
-  // A file of each test's own: tests run side by side.
-  FileStream()
-      : file_(testing::TempDir() + "tallowbrook-\xC3\xA4-" +
-              testing::UnitTest::GetInstance()->current_test_info()->name()) {}
-  ~FileStream() override { std::filesystem::remove(file_); }
-
   [[nodiscard]] std::u16string wide() const { return file_.u16string(); }
-  [[nodiscard]] std::string content() const {
-    std::ifstream in(file_, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
+  [[nodiscard]] std::string content() const { return test::read_file(file_); }
 
-  std::filesystem::path file_;
+  const test::ScratchFolder folder_;
+  const std::filesystem::path file_ = folder_.file("\xC3\xA4");
 };
 
-ULONGLONG seek(IStream& stream, LONGLONG offset, DWORD origin) {
-  LARGE_INTEGER move;
-  move.QuadPart = offset;
-  ULARGE_INTEGER position{};
-  EXPECT_EQ(stream.Seek(move, origin, &position), S_OK);
-  return position.QuadPart;
+// All that a reader gets in blocks of `size` bytes.
+std::string read_all(IStream& stream, ULONG size) {
+  std::string all;
+  std::string block(size, '?');
+  ULONG got = 0;
+  do {
+    EXPECT_EQ(stream.Read(block.data(), size, &got), S_OK);
+    all.append(block, 0, got);
+  } while (got > 0);
+  return all;
 }
 
 TEST_F(FileStream, BuffersSmallWritesAndPassesLargeOnes) {
@@ -62,22 +59,14 @@ TEST_F(FileStream, BuffersSmallWritesAndPassesLargeOnes) {
 TEST_F(FileStream, ReadsTheSameAtAnyBlockSize) {
   std::string text;
   for (int i = 0; text.size() < 20000; ++i) text += std::to_string(i);
-  std::ofstream(file_, std::ios::binary) << text;
+  test::write_file(file_, text);
   for (const ULONG size : {1u, 100u, 4095u, 4096u, 5000u, 50000u}) {
     const auto stream = CFileSystemStream::open_for_reading(wide().c_str());
     ASSERT_TRUE(stream);
-    std::string all;
-    std::string block(size, '?');
-    ULONG got = 0;
-    do {
-      EXPECT_EQ(stream->Read(block.data(), size, &got), S_OK);
-      all.append(block, 0, got);
-    } while (got == size);
-    EXPECT_EQ(all, text) << size;
+    EXPECT_EQ(read_all(*stream, size), text) << size;
     EXPECT_EQ(seek(*stream, 0, STREAM_SEEK_CUR), text.size());
     seek(*stream, 5, STREAM_SEEK_SET);
-    EXPECT_EQ(stream->Read(block.data(), 1, &got), S_OK);
-    EXPECT_EQ(block[0], text[5]);
+    EXPECT_EQ(read_all(*stream, size), text.substr(5));
   }
 }
 
@@ -102,12 +91,7 @@ TEST_F(FileStream, PassesThroughWhatCannotSeek) {
   std::thread reader([&] {
     const auto in = CFileSystemStream::open_for_reading(wide().c_str());
     ASSERT_TRUE(in);
-    std::string block(1000, '?');
-    ULONG got = 0;
-    do {
-      EXPECT_EQ(in->Read(block.data(), 1000, &got), S_OK);
-      all.append(block, 0, got);
-    } while (got > 0);
+    all = read_all(*in, 1000);
   });
   auto out = CFileSystemStream::open_for_writing(wide().c_str());
   ASSERT_TRUE(out);

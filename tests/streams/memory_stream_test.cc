@@ -7,17 +7,12 @@
 
 #include "core/module.h"
 #include "tests/support/host_stream.h"
+#include "tests/support/seek.h"
 
 namespace tallowbrook {
 namespace {
 
-ULONGLONG seek(IStream& stream, LONGLONG offset, DWORD origin) {
-  LARGE_INTEGER move;
-  move.QuadPart = offset;
-  ULARGE_INTEGER position{};
-  EXPECT_EQ(stream.Seek(move, origin, &position), S_OK);
-  return position.QuadPart;
-}
+using test::seek;
 
 std::string read(IStream& stream, ULONG count, HRESULT expected) {
   std::string text(count, '?');
@@ -75,18 +70,17 @@ TEST(MemoryStream, SetSizeExtendsCutsAndFrees) {
 }
 
 TEST(MemoryStream, CapacityFollowsStepAndFactor) {
-  struct Case {
+  const struct {
     ULONG step, factor;
     std::vector<ULONG> sizes, capacities;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {500000, 1, {1, 500001, 1000001, 9000000}, {500000, 1000000, 2000000, 9000000}},
       {100000, 0, {40, 41, 300, 60000, 100001, 400000}, {40, 80, 300, 60000, 160000, 400000}},
       {100000, 0, {1, 60000, 60001, 100000}, {32, 60000, 100000, 100000}},
       {4096, 0, {5000, 9096, 100000, 100001}, {9096 - 4096, 9096, 100000, 150000}},
       {0, 0, {10, 11, 100}, {10, 15, 100}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const auto stream = CISSHelper::create(c.step, c.factor);
     for (std::size_t i = 0; i < c.sizes.size(); ++i) {
       stream->write(std::string(c.sizes[i] - stream->size(), 'x'));
