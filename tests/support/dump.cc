@@ -14,18 +14,11 @@ namespace {
 std::string quoted(std::string_view text) {
   std::string result = "\"";
   for (const char c : text) {
-    switch (c) {
-      case '\r':
-        result += "\\r";
-        break;
-      case '\n':
-        result += "\\n";
-        break;
-      case '\t':
-        result += "\\t";
-        break;
-      default:
-        result += c;
+    const std::size_t escaped = std::string_view("\r\n\t").find(c);
+    if (escaped == std::string_view::npos) {
+      result += c;
+    } else {
+      result += {'\\', "rnt"[escaped]};
     }
   }
   return result + "\"";

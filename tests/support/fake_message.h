@@ -13,6 +13,11 @@
 
 namespace tallowbrook::test {
 
+// What is written ahead of the first part.
+inline const std::string kPreamble =
+    "This message is in MIME format. Since your mail reader does not understand\r\n"
+    "this format, some or all of this message may not be legible.\r\n\r\n";
+
 class FakeMessage final : public MessageOwner {
  public:
   MessageStore data;
