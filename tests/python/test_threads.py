@@ -1,6 +1,7 @@
 """Threads, references and memory."""
 
 import concurrent.futures
+import contextlib
 import gc
 import io
 import os
@@ -23,36 +24,32 @@ def on_thread(work):
         return pool.submit(work).result()
 
 
-class Releases:
-    """Remembers the thread of every release that goes through a home."""
+@contextlib.contextmanager
+def releases():
+    """The thread of every release that goes through a home meanwhile."""
+    threads = []
+    real, defaults = _threads.release, _threads.give_back.__defaults__
 
-    def __enter__(self):
-        self.threads = []
-        self.real = _threads.release
+    def release(pointer):
+        threads.append(threading.get_ident())
+        return real(pointer)
 
-        def release(pointer):
-            self.threads.append(threading.get_ident())
-            return self.real(pointer)
-
-        _threads.release = release
-        self.defaults = _threads.give_back.__defaults__
-        _threads.give_back.__defaults__ = (*self.defaults[:-1], release)
-        return self
-
-    def __exit__(self, *_):
-        _threads.release = self.real
-        _threads.give_back.__defaults__ = self.defaults
+    _threads.release, _threads.give_back.__defaults__ = release, (*defaults[:-1], release)
+    try:
+        yield threads
+    finally:
+        _threads.release, _threads.give_back.__defaults__ = real, defaults
 
 
 class OwnThread(TestCase):
     def test_a_foreign_drop_is_given_back_at_home(self):
         held = [new_message()]
-        with Releases() as releases:
+        with releases() as threads:
             on_thread(held.clear)
-            self.assertEqual(releases.threads, [])
+            self.assertEqual(threads, [])
             self.assertEqual(len(_threads._local.home.dropped), 1)
             new_collection()
-            self.assertEqual(set(releases.threads), {threading.get_ident()})
+            self.assertEqual(set(threads), {threading.get_ident()})
         self.assertTrue(nothing_alive())
 
     def test_the_collector_on_a_foreign_thread(self):
@@ -65,11 +62,11 @@ class OwnThread(TestCase):
         gc.disable()
         try:
             del knot
-            with Releases() as releases:
+            with releases() as threads:
                 on_thread(gc.collect)
-                self.assertEqual(releases.threads, [])
+                self.assertEqual(threads, [])
                 tallowbrook.last_error()
-                self.assertEqual(releases.threads, [threading.get_ident()] * 2)
+                self.assertEqual(threads, [threading.get_ident()] * 2)
         finally:
             gc.enable()
 
@@ -78,9 +75,9 @@ class OwnThread(TestCase):
 
         def work():
             self.assertEqual(held[0].Subject, "Welcome to the garden club")
-            with Releases() as releases:
+            with releases() as threads:
                 held.clear()
-            return releases.threads
+            return threads
 
         self.assertEqual(len(on_thread(work)), 1)
 
@@ -88,9 +85,9 @@ class OwnThread(TestCase):
         held = on_thread(lambda: [new_message(), new_collection()])
         home = held[0]._home
         self.assertFalse(home.open)
-        with Releases() as releases:
+        with releases() as threads:
             held.clear()
-            self.assertEqual(releases.threads, [threading.get_ident()] * 2)
+            self.assertEqual(threads, [threading.get_ident()] * 2)
 
     def test_what_waits_when_a_thread_ends(self):
         ready, go = threading.Event(), threading.Event()
