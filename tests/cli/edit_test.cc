@@ -14,12 +14,6 @@ json shown(const fs::path& file) {
   return json::parse(run("show --json --body '" + file.string() + "'").text);
 }
 
-std::size_t occurrences(const std::string& text, const std::string& what) {
-  std::size_t count = 0;
-  for (auto at = text.find(what); at != text.npos; at = text.find(what, at + 1)) ++count;
-  return count;
-}
-
 TEST_F(Cli, NewWritesAMessageThatReadsBack) {
   const std::string letter =
       "Grüße,\n.\n..dots\ntrailing  \n--\nFrom me\n" + std::string(1200, 'x') + "\n";
@@ -36,8 +30,8 @@ TEST_F(Cli, NewWritesAMessageThatReadsBack) {
       " --to a@example.org --cc 'd@example.org (Dee)' --bcc e@[192.0.2.1]"
       " --subject 'Тема \"eins\" =?x?= " +
       std::string(100, 'y') + "' --text " + text + " --html " + html + " --attach '" +
-      (folder_ / "a.pdf").string() + "' --attach '" + (folder_ / "Grüße \"x\".mp3").string() +
-      "' --attach " + (folder_ / "plain.eml").string() + " -o " + out.string() + " 2>&1");
+      path("a.pdf") + "' --attach '" + path("Grüße \"x\".mp3") + "' --attach " + path("plain.eml") +
+      " -o " + out.string() + " 2>&1");
   ASSERT_EQ(status, 0) << complaint;
   const json message = shown(out);
   EXPECT_EQ(message["subject"], "Тема \"eins\" =?x?= " + std::string(100, 'y'));
@@ -62,7 +56,7 @@ TEST_F(Cli, NewWritesAMessageThatReadsBack) {
   std::istringstream lines(bytes);
   for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 79U) << line;
 
-  EXPECT_EQ(run("extract " + out.string() + " -o " + (folder_ / "o").string()).status, 0);
+  EXPECT_EQ(run("extract " + out.string() + " -o " + path("o")).status, 0);
   EXPECT_EQ(content(folder_ / "o" / "part-1.1.txt"), letter);
   EXPECT_EQ(content(folder_ / "o" / "part-1.2.html"), "<p>Grüße</p>");
   EXPECT_EQ(content(folder_ / "o" / "a.pdf"), binary);
@@ -91,31 +85,22 @@ TEST_F(Cli, NewKeepsATextAsItIs) {
 
 TEST_F(Cli, NewRefusesWhatIsNoMessage) {
   const auto binary = file("binary", "\xFF\xFE").string();
-  const std::string out = " -o " + (folder_ / "out.eml").string();
-  const struct {
-    std::string arguments;
-    int status;
-    const char* text;
-  } cases[] = {
-      {"--to a@example.org" + out, 2, "--from"},
-      {"--from a@example.org", 2, "--output"},
-      {"--from 'no address'" + out, 2, "no mail address: no address"},
-      {"--from 'a@b, c@d'" + out, 2, "--from takes one"},
-      {"--from a@b --to 'x <a@b'" + out, 2, "no mail address"},
-      {"--from a@b --to 'x\nBcc: y@z'" + out, 2, "no mail address"},
-      {"--from a@b --to Friends:a@b" + out, 2, "no mail address"},
-      {"--from a@b --to п@b" + out, 2, "no mail address"},
-      {"--from a@b --text " + binary + out, 3, "is not UTF-8 text"},
-      {"--from a@b --attach nowhere" + out, 3, "nowhere: No such file"},
-      {"--from a@b --attach /" + out, 3, "/: Is a directory"},
-      {"--from a@b --attach /proc/self/mem" + out, 3, "Input/output error"},
-      {"--from a@b -o /dev/full", 3, "No space left"},
-  };
-  for (const auto& [arguments, status, wanted] : cases) {
-    const Outcome outcome = run("2>&1 new " + arguments);
-    EXPECT_EQ(outcome.status, status) << arguments;
-    EXPECT_NE(outcome.text.find(wanted), std::string::npos) << arguments << "\n" << outcome.text;
-  }
+  const std::string out = " -o " + path("out.eml");
+  expect_told("new", {
+                         {"--to a@example.org" + out, 2, "--from"},
+                         {"--from a@example.org", 2, "--output"},
+                         {"--from 'no address'" + out, 2, "no mail address: no address"},
+                         {"--from 'a@b, c@d'" + out, 2, "--from takes one"},
+                         {"--from a@b --to 'x <a@b'" + out, 2, "no mail address"},
+                         {"--from a@b --to 'x\nBcc: y@z'" + out, 2, "no mail address"},
+                         {"--from a@b --to Friends:a@b" + out, 2, "no mail address"},
+                         {"--from a@b --to п@b" + out, 2, "no mail address"},
+                         {"--from a@b --text " + binary + out, 3, "is not UTF-8 text"},
+                         {"--from a@b --attach nowhere" + out, 3, "nowhere: No such file"},
+                         {"--from a@b --attach /" + out, 3, "/: Is a directory"},
+                         {"--from a@b --attach /proc/self/mem" + out, 3, "Input/output error"},
+                         {"--from a@b -o /dev/full", 3, "No space left"},
+                     });
   EXPECT_EQ(files(), 1);
   // A header cannot be broken out of.
   const auto sly = run("new --from a@b --subject 'x\r\nBcc: y@z' -o -");
@@ -201,28 +186,20 @@ TEST_F(Cli, EditRemovesAndAttachesParts) {
                        "Content-Transfer-Encoding: 8bit\r\n\r\n..x\r\nü\r\n\r\n\r\n--"),
             std::string::npos)
       << bytes;
-  EXPECT_EQ(occurrences(bytes, "X-Kept: 1"), 1U);
+  EXPECT_EQ(count(bytes, "X-Kept: 1"), 1U);
   EXPECT_LT(bytes.find("X-Kept"), bytes.find("--="));
   EXPECT_EQ(run("extract --stdout --part 1 " + out.string()).text,
             run("extract --stdout " + flat).text);
-  const struct {
-    std::string arguments;
-    int status;
-    const char* text;
-  } cases[] = {
-      {in + " -o x", 2, "nothing is to be changed"},
-      {in + " --set-subject x", 2, "--in-place"},
-      {"- -i --set-subject x", 2, "in place"},
-      {in + " --remove-part 3 -o x", 3, "in.eml: there is no part 3"},
-      {flat + " --remove-part 1 -o x", 3, "is all that its message has"},
-      {in + " --attach nowhere -o x", 3, "nowhere: No such file"},
-      {sample("broken.eml") + " --set-subject x -o x", 1, "broken.eml:2: "},
-  };
-  for (const auto& [arguments, status, wanted] : cases) {
-    const Outcome outcome = run("2>&1 </dev/null edit " + arguments);
-    EXPECT_EQ(outcome.status, status) << arguments;
-    EXPECT_NE(outcome.text.find(wanted), std::string::npos) << arguments << "\n" << outcome.text;
-  }
+  expect_told("</dev/null edit",
+              {
+                  {in + " -o x", 2, "nothing is to be changed"},
+                  {in + " --set-subject x", 2, "--in-place"},
+                  {"- -i --set-subject x", 2, "in place"},
+                  {in + " --remove-part 3 -o x", 3, "in.eml: there is no part 3"},
+                  {flat + " --remove-part 1 -o x", 3, "is all that its message has"},
+                  {in + " --attach nowhere -o x", 3, "nowhere: No such file"},
+                  {sample("broken.eml") + " --set-subject x -o x", 1, "broken.eml:2: "},
+              });
   EXPECT_FALSE(fs::exists("x"));
 }
 

