@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "platform/com/counted.h"
 #include "platform/shell/image_list.h"
 #include "platform/shell/menu.h"
 #include "platform/shell/string_table.h"
 #include "platform/shell/system_metrics.h"
+#include "tests/support/host_stream.h"
 
 namespace tallowbrook::platform {
 namespace {
@@ -106,40 +106,6 @@ TEST(Icon, IsDrawnInTheSizeThatIsNearest) {
   EXPECT_EQ(load_icon(IconGroup{1, kInks, {}}, 2), nullptr);
 }
 
-// The least of a stream: bytes in memory, read in pieces of a size.
-class Bytes final : public Counted<IStream> {
- public:
-  HRESULT Read(void* pv, ULONG cb, ULONG* read) override {
-    const std::size_t count = std::min<std::size_t>({cb, data.size() - at, piece});
-    std::copy_n(data.data() + at, count, static_cast<char*>(pv));
-    at += count;
-    if (read != nullptr) *read = static_cast<ULONG>(count);
-    return S_OK;
-  }
-  HRESULT Write(const void* pv, ULONG cb, ULONG* written) override {
-    if (data.size() + cb > room) return STG_E_MEDIUMFULL;
-    data.append(static_cast<const char*>(pv), cb);
-    if (written != nullptr) *written = cb;
-    return S_OK;
-  }
-  HRESULT Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_NOTIMPL; }
-  HRESULT SetSize(ULARGE_INTEGER) override { return E_NOTIMPL; }
-  HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT Commit(DWORD) override { return E_NOTIMPL; }
-  HRESULT Revert() override { return E_NOTIMPL; }
-  HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-  HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return E_NOTIMPL; }
-  HRESULT Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
-  HRESULT Clone(IStream**) override { return E_NOTIMPL; }
-
-  std::string data;
-  std::size_t at = 0;
-  std::size_t piece = 7;
-  std::size_t room = SIZE_MAX;
-};
-
 HIMAGELIST small_list(UINT flags, int pictures) {
   const HIMAGELIST list = ImageList_Create(3, 3, flags, 0, 1);
   for (int i = 0; i < pictures; ++i) {
@@ -151,17 +117,16 @@ HIMAGELIST small_list(UINT flags, int pictures) {
 }
 
 std::string written(UINT flags, int pictures) {
-  const auto stream = ComPtr<Bytes>::adopt(new Bytes);
+  test::HostStream stream;
   const HIMAGELIST list = small_list(flags, pictures);
-  EXPECT_TRUE(ImageList_Write(list, stream.get()));
+  EXPECT_TRUE(ImageList_Write(list, &stream));
   ImageList_Destroy(list);
-  return stream->data;
+  return stream.written();
 }
 
 HIMAGELIST read_back(std::string bytes) {
-  const auto stream = ComPtr<Bytes>::adopt(new Bytes);
-  stream->data = std::move(bytes);
-  return ImageList_Read(stream.get());
+  test::HostStream stream(std::move(bytes), 7);  // a few bytes at a time
+  return ImageList_Read(&stream);
 }
 
 TEST(ImageList, ReadsWhatItWrote) {
@@ -220,9 +185,12 @@ TEST(ImageList, RefusesWhatDoesNotFit) {
   EXPECT_EQ(ImageList_AddIcon(list, other), -1);
   EXPECT_EQ(ImageList_AddIcon(list, nullptr), -1);
   DestroyIcon(other);
-  const auto full = ComPtr<Bytes>::adopt(new Bytes);
-  full->room = 100;
-  EXPECT_FALSE(ImageList_Write(list, full.get()));
+  test::HostStream full;
+  full.writes_before_failure = 1;
+  EXPECT_FALSE(ImageList_Write(list, &full));
+  test::HostStream slow;
+  slow.most_taken = 10;
+  EXPECT_FALSE(ImageList_Write(list, &slow));
   ImageList_Destroy(list);
 }
 
