@@ -24,14 +24,14 @@ TEST_F(Cli, NewWritesAMessageThatReadsBack) {
   file("a.pdf", binary);
   file("Grüße \"x\".mp3", binary);
   file("plain.eml", "From: q@example.org\n\nquoted\n");
-  const fs::path out = folder_ / "out.eml";
+  const std::string out = path("out.eml");
   const auto [status, complaint] = run(
       "new --from 'Jürgen \"J.\" M <j@example.org>' --to 'z@example.org, \"B, C\" <b@example.org>'"
       " --to a@example.org --cc 'd@example.org (Dee)' --bcc e@[192.0.2.1]"
       " --subject 'Тема \"eins\" =?x?= " +
       std::string(100, 'y') + "' --text " + text + " --html " + html + " --attach '" +
       path("a.pdf") + "' --attach '" + path("Grüße \"x\".mp3") + "' --attach " + path("plain.eml") +
-      " -o " + out.string() + " 2>&1");
+      " -o " + out + " 2>&1");
   ASSERT_EQ(status, 0) << complaint;
   const json message = shown(out);
   EXPECT_EQ(message["subject"], "Тема \"eins\" =?x?= " + std::string(100, 'y'));
@@ -56,8 +56,8 @@ TEST_F(Cli, NewWritesAMessageThatReadsBack) {
   std::istringstream lines(bytes);
   for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 79U) << line;
 
-  EXPECT_EQ(run("extract " + out.string() + " -o " + path("o")).status, 0);
-  EXPECT_EQ(content(folder_ / "o" / "part-1.1.txt"), letter);
+  EXPECT_EQ(run("extract " + out + " -o " + path("o")).status, 0);
+  EXPECT_EQ(content(folder_ / "o/part-1.1.txt"), letter);
   EXPECT_EQ(content(folder_ / "o" / "part-1.2.html"), "<p>Grüße</p>");
   EXPECT_EQ(content(folder_ / "o" / "a.pdf"), binary);
   EXPECT_EQ(content(folder_ / "o" / "Grüße \"x\".mp3"), binary);
@@ -70,12 +70,10 @@ TEST_F(Cli, NewKeepsATextAsItIs) {
                                   std::string("a\0b", 3), std::string("ü\n.\n"), std::string()}) {
     const auto in = file("in.txt", text).string();
     for (const std::string& attached : {std::string(), " --attach " + in}) {
-      const fs::path out = folder_ / "out.eml";
-      ASSERT_EQ(
-          run("new --from a@example.org --text " + in + attached + " -o " + out.string()).status,
-          0);
+      const std::string out = path("out.eml");
+      ASSERT_EQ(run("new --from a@example.org --text " + in + attached + " -o " + out).status, 0);
 
-      const std::string back = run("extract --stdout --part 1 " + out.string()).text;
+      const std::string back = run("extract --stdout --part 1 " + out).text;
       const bool open =
           attached.empty() && !text.empty() && text.back() != '\n' && text.find('\0') == text.npos;
       EXPECT_EQ(back, open ? text + "\n" : text) << attached << "\n" << content(out);
@@ -129,11 +127,11 @@ constexpr char kParts[] =
 
 TEST_F(Cli, EditChangesWhatIsNamedAlone) {
   const auto in = file("in.eml", kParts).string();
-  const fs::path out = folder_ / "out.eml";
+  const std::string out = path("out.eml");
   ASSERT_EQ(run("edit " + in +
                 " --set-subject 'Größe' --add-to 'Zoë <z@example.org>' --add-cc k@example.org"
                 " -o " +
-                out.string())
+                out)
                 .status,
             0);
   const std::string bytes = content(out);
@@ -156,21 +154,21 @@ TEST_F(Cli, EditChangesWhatIsNamedAlone) {
   EXPECT_EQ(message["subject"], "Größe");
   EXPECT_EQ(message["cc"][0]["address"], "k@example.org");
   // A second edit of the result adds nothing of its own.
-  ASSERT_EQ(run("edit -i --set-subject before " + out.string()).status, 0);
+  ASSERT_EQ(run("edit -i --set-subject before " + out).status, 0);
   const std::string once = content(out);
-  ASSERT_EQ(run("edit --in-place --set-subject before " + out.string()).status, 0);
+  ASSERT_EQ(run("edit --in-place --set-subject before " + out).status, 0);
   EXPECT_EQ(content(out), once);
 }
 
 TEST_F(Cli, EditRemovesAndAttachesParts) {
   const auto in = file("in.eml", kParts).string();
   const auto added = file("added.csv", "a;b\n").string();
-  const fs::path out = folder_ / "out.eml";
-  ASSERT_EQ(run("edit " + in + " --remove-part 1 --attach " + added + " --attach " + added +
-                " -o " + out.string())
-                .status,
-            0);
-  EXPECT_EQ(run("extract --list " + out.string()).text,
+  const std::string out = path("out.eml");
+  ASSERT_EQ(
+      run("edit " + in + " --remove-part 1 --attach " + added + " --attach " + added + " -o " + out)
+          .status,
+      0);
+  EXPECT_EQ(run("extract --list " + out).text,
             "1  application/pdf  4 bytes  a\n"
             "2  text/csv  4 bytes  added.csv\n"
             "3  text/csv  4 bytes  added-2.csv\n");
@@ -180,7 +178,7 @@ TEST_F(Cli, EditRemovesAndAttachesParts) {
            "From: a@example.org\nContent-type: text/plain;\n charset=utf-8\nX-Kept: 1\n"
            "Content-Transfer-Encoding: 8bit\n\n..x\nü\n\n")
           .string();
-  ASSERT_EQ(run("edit " + flat + " --attach " + added + " -o " + out.string()).status, 0);
+  ASSERT_EQ(run("edit " + flat + " --attach " + added + " -o " + out).status, 0);
   const std::string bytes = content(out);
   EXPECT_NE(bytes.find("\r\nContent-Type: text/plain;\r\n charset=utf-8\r\n"
                        "Content-Transfer-Encoding: 8bit\r\n\r\n..x\r\nü\r\n\r\n\r\n--"),
@@ -188,8 +186,7 @@ TEST_F(Cli, EditRemovesAndAttachesParts) {
       << bytes;
   EXPECT_EQ(count(bytes, "X-Kept: 1"), 1U);
   EXPECT_LT(bytes.find("X-Kept"), bytes.find("--="));
-  EXPECT_EQ(run("extract --stdout --part 1 " + out.string()).text,
-            run("extract --stdout " + flat).text);
+  EXPECT_EQ(run("extract --stdout --part 1 " + out).text, run("extract --stdout " + flat).text);
   expect_told("</dev/null edit",
               {
                   {in + " -o x", 2, "nothing is to be changed"},

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ class HostStream final : public IStream {
   int reads_before_failure = -1;  // -1: never fails
   int writes_before_failure = -1;
   bool can_seek = true;
+  std::function<void()> on_call;  // what the host does inside of Read and Write
   int references = 1;
 
   [[nodiscard]] std::string written() const {
@@ -49,6 +51,7 @@ class HostStream final : public IStream {
 
   HRESULT Read(void* pv, ULONG cb, ULONG* read) override {
     if (read != nullptr) *read = 0;
+    if (on_call) on_call();
     if (reads_before_failure >= 0 && reads_before_failure-- == 0) return E_ACCESSDENIED;
     const std::size_t count = std::min<std::size_t>({cb, most_at_once, content.size() - position});
     if (count > 0) std::memcpy(pv, content.data() + position, count);
@@ -58,6 +61,7 @@ class HostStream final : public IStream {
   }
   HRESULT Write(const void* pv, ULONG cb, ULONG* taken) override {
     if (taken != nullptr) *taken = 0;
+    if (on_call) on_call();
     if (writes_before_failure >= 0 && writes_before_failure-- == 0) return STG_E_MEDIUMFULL;
     cb = std::min(cb, most_taken);
     if (keep_writes) writes.emplace_back(static_cast<const char*>(pv), cb);

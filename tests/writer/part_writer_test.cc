@@ -241,26 +241,7 @@ TEST(PartWriter, TellsWhenContentIsMissing) {
   }
 }
 
-// A host's stream that empties the message while it is being written.
-class Saboteur final : public ISequentialStream {
- public:
-  explicit Saboteur(HeaderValue& root) : root_(root) {}
-  HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-  ULONG AddRef() override { return 1; }
-  ULONG Release() override { return 1; }
-  HRESULT Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-  HRESULT Write(const void*, ULONG cb, ULONG* written) override {
-    if (written != nullptr) *written = cb;
-    root_.element(kPartBody).clear_elements();
-    root_.element(kPartFields).clear_elements();
-    root_.Reset();
-    return S_OK;
-  }
-
- private:
-  HeaderValue& root_;
-};
-
+// It empties the message while it is being written.
 TEST(PartWriter, SurvivesATargetThatChangesTheModel) {
   HeaderValue children = HeaderValue::list();
   for (int i = 0; i < 100; ++i) {
@@ -269,7 +250,12 @@ TEST(PartWriter, SurvivesATargetThatChangesTheModel) {
   HeaderValue root = multipart(children);
   children.Reset();
   root.pin();
-  Saboteur target(root);
+  test::HostStream target;
+  target.on_call = [&root] {
+    root.element(kPartBody).clear_elements();
+    root.element(kPartFields).clear_elements();
+    root.Reset();
+  };
   EXPECT_EQ(save_part(&target, root, nullptr, false).status, S_OK);
 }
 
