@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <unordered_map>
 
 #include "cli/part_name.h"
 #include "cli/terminal.h"
@@ -167,11 +168,18 @@ std::string part_number(const std::vector<Part>& parts, std::size_t index) {
   return number;
 }
 
-std::size_t find_part(const std::vector<Part>& parts, std::string_view number) {
-  for (std::size_t i = 0; i < parts.size() && !number.empty(); ++i) {
-    if (part_number(parts, i) == number) return i;
+std::vector<std::size_t> find_parts(const std::vector<Part>& parts,
+                                    const std::vector<std::string>& numbers) {
+  std::unordered_map<std::string, std::size_t> found;
+  for (const std::string& number : numbers) found.emplace(number, Part::kNoParent);
+  for (std::size_t i = 0; i < parts.size() && !numbers.empty(); ++i) {
+    const std::string number = part_number(parts, i);
+    const auto wanted = number.empty() ? found.end() : found.find(number);
+    if (wanted != found.end()) wanted->second = i;
   }
-  return Part::kNoParent;
+  std::vector<std::size_t> indexes;
+  for (const std::string& number : numbers) indexes.push_back(found.at(number));
+  return indexes;
 }
 
 std::string content_type_of(const Object& body) {

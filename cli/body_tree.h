@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "cli/report.h"
@@ -22,8 +21,9 @@ namespace tallowbrook::cli {
 // are "#" and their index in the list.
 [[nodiscard]] std::string part_number(const std::vector<Part>& parts, std::size_t index);
 
-// The index of the part with this number; Part::kNoParent when there is none. Linear.
-[[nodiscard]] std::size_t find_part(const std::vector<Part>& parts, std::string_view number);
+// The indexes of the parts with these numbers, Part::kNoParent for a number that none has. Linear.
+[[nodiscard]] std::vector<std::size_t> find_parts(const std::vector<Part>& parts,
+                                                  const std::vector<std::string>& numbers);
 
 // "type/subtype" of a part.
 [[nodiscard]] std::string content_type_of(const Object& body);

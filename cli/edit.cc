@@ -39,14 +39,15 @@ void remove_parts(const Object& message, const Words& words,
                   const std::vector<std::string>& numbers) {
   std::vector<Object> handles;
   const std::vector<Part> parts = read_body(message, words, &handles);
-  std::vector<std::size_t> removed;
-  for (const std::string& number : numbers) {
-    const std::size_t part = find_part(parts, number);
-    if (part == Part::kNoParent) throw std::runtime_error("there is no part " + printable(number));
-    if (parts[part].parent == Part::kNoParent || parts[part].embedded) {
-      throw std::runtime_error("part " + number + " is all that its message has");
+  std::vector<std::size_t> removed = find_parts(parts, numbers);
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const std::size_t part = removed[i];
+    if (part == Part::kNoParent) {
+      throw std::runtime_error("there is no part " + printable(numbers[i]));
     }
-    removed.push_back(part);
+    if (parts[part].parent == Part::kNoParent || parts[part].embedded) {
+      throw std::runtime_error("part " + numbers[i] + " is all that its message has");
+    }
   }
   // From the last to the first: positions of those before stay. What a removed part held goes
   // first.

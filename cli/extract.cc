@@ -93,13 +93,14 @@ class Extraction {
         chosen_[i] = options_.list || !parts_[i].inside;
       }
     }
-    for (const std::string& number : options_.numbers) {
-      const std::size_t found = find_part(parts_, number);
-      if (found == Part::kNoParent) {
-        complain(display_name(options_.file) + ": there is no part " + printable(number));
+    const std::vector<std::size_t> named = find_parts(parts_, options_.numbers);
+    for (std::size_t i = 0; i < named.size(); ++i) {
+      if (named[i] == Part::kNoParent) {
+        complain(display_name(options_.file) + ": there is no part " +
+                 printable(options_.numbers[i]));
         return false;
       }
-      chosen_[found] = true;
+      chosen_[named[i]] = true;
     }
     for (std::size_t i = 0; i < parts_.size(); ++i) {
       const std::size_t parent = parts_[i].parent;

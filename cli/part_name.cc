@@ -82,8 +82,7 @@ class Extended {
       any_encoded = any_encoded || piece.encoded;
       bytes += piece.encoded ? percent_decoded(rest) : std::string(rest);
     }
-    return any_encoded ? words.from_charset(bytes, charset)
-                       : words.decoded(std::string_view(bytes));
+    return any_encoded ? words.from_charset(bytes, charset) : words.decoded(bytes);
   }
 
  private:

@@ -160,7 +160,7 @@ Report read_report(const Object& message, const Words& words) {
   for (const Field& field : header) {
     const std::string name = lower(field.name);
     if (name == "resent-to" || name == "resent-cc" || name == "resent-bcc") {
-      report.resent.push_back({field.name, words.decoded(std::string_view(field.value))});
+      report.resent.push_back({field.name, words.decoded(field.value)});
     } else if (extensions.count(name) != 0) {
       report.extensions.push_back(field);
     } else if (name == "mime-version") {

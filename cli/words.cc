@@ -94,8 +94,8 @@ std::string Words::decoded(std::u16string_view raw) const {
   return recovered(address_.get(u"Name").text(), raw);
 }
 
-std::string Words::decoded(std::string_view text) const {
-  if (text.find("=?") == text.npos) return std::string(text);
+std::string Words::decoded(const std::string& text) const {
+  if (text.find("=?") == text.npos) return text;
   return decoded(platform::widen(CP_ACP, text));
 }
 

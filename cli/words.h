@@ -17,7 +17,7 @@ class Words {
   [[nodiscard]] std::string decoded(std::u16string_view raw) const;
 
   // The same of a header text that is UTF-8 already.
-  [[nodiscard]] std::string decoded(std::string_view text) const;
+  [[nodiscard]] std::string decoded(const std::string& text) const;
 
   // Bytes of a charset as text. A name nobody knows counts as the system's ANSI code page.
   [[nodiscard]] std::string from_charset(std::string_view bytes, std::string_view charset) const;

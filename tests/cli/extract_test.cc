@@ -146,6 +146,7 @@ TEST_F(Cli, ShowDecodesNamesAndPrintsTheBody) {
   EXPECT_EQ(json["parts"][6]["number"], "3.1");
   EXPECT_EQ(json["body"], "Grüße\x1B[2J");
   EXPECT_EQ(run("show --body " + in).text, "Grüße\\x1B[2J\n");
+  EXPECT_EQ(run("headers --decode " + in + " subject").text, "Subject: Grüße é\n");
   const std::string two = run("show --body " + in + " " + sample("plain.eml")).text;
   EXPECT_EQ(two.find("==> " + in + " <==\n"), 0U);
   EXPECT_NE(two.find("\n==> " + (kSamples / "plain.eml").string() + " <==\n"), std::string::npos);
