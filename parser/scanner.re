@@ -133,7 +133,7 @@ const char* end_of_plain_lines(std::string_view text) {
     if (end - line < 6 || is_special({line, end})) return line;
     text = {line, end};
   }
-  return text.data() + text.rfind('\n') + 1;
+  return text.data() + (text.rfind('\n') + 1);
 }
 
 // The type keywords, each with the major type behind whose "/" the grammar knows it.
