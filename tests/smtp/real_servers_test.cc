@@ -154,8 +154,8 @@ TEST_F(RealServers, AiosmtpdGetsEveryTextWhole) {
   }
 }
 
-// It writes line ends as LF, behind lines of its own of which the last is folded twice, and an empty
-// line in the end.
+// It writes line ends as LF, behind lines of its own of which the last is folded twice, and an
+// empty line in the end.
 TEST_F(RealServers, SmtpSinkGetsEveryTextWhole) {
   std::string sink;
   for (const char* candidate : {"/usr/sbin/smtp-sink", "/usr/local/sbin/smtp-sink"}) {
