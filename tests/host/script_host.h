@@ -26,7 +26,8 @@ struct HostCall {
 };
 using Behaviour = std::function<HRESULT(const HostCall&)>;
 
-// An automation object that has every name and answers through a function.
+// An automation object that has every name and answers through a function. Its default member is
+// called by an empty name.
 class ScriptObject : public Object<Shared, IDispatch> {
  public:
   explicit ScriptObject(Behaviour behaviour) : behaviour_(std::move(behaviour)) {}
@@ -41,7 +42,8 @@ class ScriptObject : public Object<Shared, IDispatch> {
   HRESULT Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* arguments, VARIANT* result,
                  EXCEPINFO*, UINT*) override {
     if (result != nullptr) VariantInit(result);
-    const auto name = names_.at(static_cast<std::size_t>(member) - 1);
+    const auto name =
+        member == DISPID_VALUE ? u"" : names_.at(static_cast<std::size_t>(member) - 1);
     return behaviour_(HostCall{*this, name, flags, *arguments, result});
   }
 

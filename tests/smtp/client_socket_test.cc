@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "core/text.h"
+#include "tests/host/script_host.h"
 #include "tests/model/host.h"
 #include "tests/smtp/deliver.h"
 #include "tests/support/mail_server.h"
@@ -169,70 +169,47 @@ TEST(ClientSocket, ABrokenConnectionFailsTheSave) {
 
 // ---- messages that are none of ours ---------------------------------------------------------
 
-// An object with named properties; a list answers to its default member alone.
-class Foreign final : public IDispatch {
- public:
-  std::map<std::u16string, Variant> properties;
-  std::vector<Variant> items;
-
-  HRESULT QueryInterface(REFIID iid, void** object) override {
-    *object = nullptr;
-    if (iid != IUnknown::kIid && iid != IDispatch::kIid) return E_NOINTERFACE;
-    *object = static_cast<IDispatch*>(this);
-    return S_OK;
-  }
-  ULONG AddRef() override { return 2; }
-  ULONG Release() override { return 1; }
-  HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-  HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-  HRESULT GetIDsOfNames(REFIID, OLECHAR** names, UINT, LCID, DISPID* ids) override {
-    DISPID id = 1;
-    for (const auto& [name, value] : properties) {
-      if (name == names[0]) return (*ids = id), S_OK;
-      ++id;
-    }
-    return DISP_E_UNKNOWNNAME;
-  }
-  HRESULT Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* arguments, VARIANT* result,
-                 EXCEPINFO*, UINT*) override {
-    if (flags != DISPATCH_PROPERTYGET) return DISP_E_MEMBERNOTFOUND;
-    if (member == DISPID_VALUE) {
-      if (arguments->cArgs != 1 || arguments->rgvarg[0].vt != VT_I4) return DISP_E_BADPARAMCOUNT;
-      const auto index = static_cast<std::size_t>(arguments->rgvarg[0].lVal);
-      return index < items.size() ? VariantCopy(result, &items[index]) : DISP_E_BADINDEX;
-    }
-    return VariantCopy(result, &std::next(properties.begin(), member - 1)->second);
-  }
-};
+// A host's object with one property, or for its default member a list of items.
+ComPtr<IDispatch> foreign(test::Behaviour behaviour) {
+  return make_object<test::ScriptObject>(std::move(behaviour));
+}
 
 TEST(ClientSocket, AnyObjectWithThePropertiesIsAMessage) {
-  Foreign sender;
-  sender.properties[u"RouteAddress"] = Variant(u"<me@x.org>");
-  std::vector<Foreign> people(200);
-  Foreign recipients;
-  for (std::size_t i = 0; i < people.size(); ++i) {
-    people[i].properties[u"RouteAddress"] = Variant(to_wide("<" + std::to_string(i) + "@x.org>"));
-    recipients.items.emplace_back(static_cast<IDispatch*>(&people[i]));
+  std::vector<Variant> routes;
+  for (int i = 0; i < 200; ++i) {
+    routes.emplace_back(to_wide("<" + std::to_string(i) + "@x.org>"));
   }
-  people[7].properties[u"RouteAddress"] = Variant(u"");  // a group without members: no mailbox
-  recipients.properties[u"Count"] = Variant(u"200");
-  Foreign message;
-  message.properties[u"Sender"] = Variant();
-  message.properties[u"From"] = Variant(static_cast<IDispatch*>(&recipients));
-  message.properties[u"To"] = Variant(static_cast<IDispatch*>(&recipients));
+  routes[7] = Variant(u"");  // a group without members: no mailbox
+  const auto recipients = foreign([&](const test::HostCall& list) {
+    if (list.name == u"Count") {
+      Variant(u"200").detach_to(list.result);
+      return S_OK;
+    }
+    const auto& arguments = list.arguments;
+    if (!list.name.empty() || arguments.cArgs != 1) return DISP_E_MEMBERNOTFOUND;
+    const auto person = foreign(
+        [&route = routes.at(static_cast<std::size_t>(arguments.rgvarg[0].lVal))](const auto& call) {
+          if (call.name != u"RouteAddress" || route.vt == VT_EMPTY) return DISP_E_MEMBERNOTFOUND;
+          return VariantCopy(call.result, &route);
+        });
+    Variant(person.get()).detach_to(list.result);
+    return S_OK;
+  });
+  const auto message = foreign([&](const test::HostCall& call) {
+    if (call.name != u"Sender") Variant(recipients.get()).detach_to(call.result);
+    return S_OK;
+  });
 
   MailServer server(polite());
   const auto socket = new_socket();
   ASSERT_TRUE(connect(socket, server.port()));
-  EXPECT_TRUE(ask(socket, u"PrepareSMTP", static_cast<IDispatch*>(&message)));
+  EXPECT_TRUE(ask(socket, u"PrepareSMTP", message.get()));
   EXPECT_TRUE(ask(socket, u"GetResultSMTP"));
 
   // A recipient that cannot be read, or not be written, stops the transaction before its start.
-  const Variant snowman(u"<\u2603@x.org>");
-  for (const Variant& broken : {Variant(), snowman}) {
-    people[150].properties.clear();
-    if (broken.vt != VT_EMPTY) people[150].properties[u"RouteAddress"] = broken;
-    EXPECT_FALSE(ask(socket, u"PrepareSMTP", static_cast<IDispatch*>(&message)));
+  for (const Variant& broken : {Variant(), Variant(u"<\u2603@x.org>")}) {
+    routes[150] = broken;
+    EXPECT_FALSE(ask(socket, u"PrepareSMTP", message.get()));
   }
   EXPECT_TRUE(ask(socket, u"DisconnectSMTP"));
   server.stop();

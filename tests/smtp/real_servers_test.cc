@@ -22,6 +22,7 @@
 #include "tests/smtp/deliver.h"
 #include "tests/support/mail_server.h"
 #include "tests/support/mail_texts.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tallowbrook {
 namespace {
@@ -98,12 +99,6 @@ class Program {
 
 class RealServers : public ::testing::Test {
  protected:
-  RealServers() {
-    std::string name = (fs::temp_directory_path() / "tallowbrook-smtp.XXXXXX").string();
-    folder_ = ::mkdtemp(name.data());
-  }
-  ~RealServers() override { fs::remove_all(folder_); }
-
   [[nodiscard]] static bool await(const Program& program, int port) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (program.runs() && std::chrono::steady_clock::now() < end) {
@@ -117,18 +112,17 @@ class RealServers : public ::testing::Test {
     for (int tries = 0; tries < 500; ++tries) {
       for (const auto& entry : fs::directory_iterator(folder_)) {
         if (entry.path().extension() == ".part") continue;
-        std::ifstream in(entry.path(), std::ios::binary);
-        std::ostringstream content;
-        content << in.rdbuf();
+        const std::string content = test::read_file(entry.path().string());
         fs::remove(entry.path());
-        return content.str();
+        return content;
       }
       test::pause(10);
     }
     return "nothing";
   }
 
-  fs::path folder_;
+  const test::ScratchFolder scratch_;
+  const fs::path folder_ = scratch_.path();
 };
 
 TEST_F(RealServers, AiosmtpdGetsEveryTextWhole) {

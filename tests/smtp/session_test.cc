@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -172,64 +173,37 @@ struct Fault {
   const char* name;
   Effect effect;
   const char* code;  // that the error text begins with; null: that of a reset connection
-  std::function<Action(const std::string& reply)> action;
+  std::vector<std::string> packets;  // "%" stands for the code that is due
+  void (Peer::*end)() = nullptr;     // what ends the connection behind them
+};
+const Fault kFaults[] = {
+    {"closes", Effect::kEnds, "0", {}, &Peer::close},
+    {"closes in the middle", Effect::kEnds, "2", {"2"}, &Peer::close},
+    {"resets", Effect::kEnds, nullptr, {}, &Peer::reset},
+    {"answers in two packets", Effect::kNone, "", {"% fi", "ne\r\n"}},
+    {"breaks the code in two", Effect::kFails, "2", {"2", "50 late\r\n"}},
+    {"answers with several lines", Effect::kNone, "", {"%-one\r\n%-two\r\n% three\r\n"}},
+    {"answers with several packets", Effect::kNone, "", {"%-one\r\n", "% two\r\n"}},
+    {"has a code of four digits", Effect::kNone, "", {"%0\r\n"}},
+    {"has a code of two digits", Effect::kFails, "25", {"25\r\n"}},
+    {"has no code", Effect::kFails, "0", {"abc\r\n"}},
+    {"says an empty line", Effect::kFails, "0", {"\r\n"}},
+    {"rejects", Effect::kFails, "554", {"554 no\r\n"}},
+    {"says 10 KB without a line end", Effect::kFails, "0", {std::string(10240, 'x')}},
 };
 
-Action then(const std::string& text, void (Peer::*end)()) {
-  return [text, end](Peer& peer) {
-    peer.say(text);
-    if (!text.empty()) test::pause(20);  // so that it arrives
-    (peer.*end)();
+Action action_of(const Fault& fault, const std::string& reply) {
+  return [&fault, reply](Peer& peer) {
+    for (const std::string& packet : fault.packets) {
+      if (&packet != &fault.packets.front()) test::pause(30);
+      peer.say(std::regex_replace(packet, std::regex("%"), reply));
+    }
+    if (fault.end == nullptr) return true;
+    if (!fault.packets.empty()) test::pause(20);  // so that they arrive
+    (peer.*fault.end)();
     return false;
   };
 }
-
-const Fault kFaults[] = {
-    {"closes", Effect::kEnds, "0", [](const std::string&) { return then("", &Peer::close); }},
-    {"closes in the middle", Effect::kEnds, "2",
-     [](const std::string&) { return then("2", &Peer::close); }},
-    {"resets", Effect::kEnds, nullptr, [](const std::string&) { return then("", &Peer::reset); }},
-    {"answers in two packets", Effect::kNone, "",
-     [](const std::string& reply) {
-       return [reply](Peer& peer) {
-         peer.say(reply + " fi");
-         test::pause(30);
-         peer.say("ne\r\n");
-         return true;
-       };
-     }},
-    {"breaks the code in two", Effect::kFails, "2",
-     [](const std::string& reply) {
-       return [reply](Peer& peer) {
-         peer.say("2");
-         test::pause(30);
-         peer.say(reply.substr(1) + " late\r\n");
-         return true;
-       };
-     }},
-    {"answers with several lines", Effect::kNone, "",
-     [](const std::string& reply) {
-       return say(reply + "-one\r\n" + reply + "-two\r\n" + reply + " three\r\n");
-     }},
-    {"answers with several packets", Effect::kNone, "",
-     [](const std::string& reply) {
-       return [reply](Peer& peer) {
-         peer.say(reply + "-one\r\n");
-         test::pause(30);
-         peer.say(reply + " two\r\n");
-         return true;
-       };
-     }},
-    {"has a code of four digits", Effect::kNone, "",
-     [](const std::string& reply) { return say(reply + "0\r\n"); }},
-    {"has a code of two digits", Effect::kFails, "25",
-     [](const std::string&) { return say("25\r\n"); }},
-    {"has no code", Effect::kFails, "0", [](const std::string&) { return say("abc\r\n"); }},
-    {"says an empty line", Effect::kFails, "0", [](const std::string&) { return say("\r\n"); }},
-    {"rejects", Effect::kFails, "554", [](const std::string&) { return say("554 no\r\n"); }},
-    {"says 10 KB without a line end", Effect::kFails, "0",
-     [](const std::string&) { return say(std::string(10240, 'x')); }},
-};
 
 // Which steps succeed, and with what text the others fail: greeting and HELO decide Connect, MAIL
 // and DATA decide Prepare.
@@ -282,7 +256,7 @@ TEST_F(Session, FaultsOfServersFailTheStepAndNoMore) {
   for (const Step& step : kSteps) {
     for (const Fault& fault : kFaults) {
       Steps steps = polite();
-      steps[step.verb] = fault.action(step.reply);
+      steps[step.verb] = action_of(fault, step.reply);
       MailServer server(std::move(steps));
       const auto start = std::chrono::steady_clock::now();
       expect_outcome(step, fault, server.port());
