@@ -17,10 +17,11 @@ constexpr const char16_t* kNone = nullptr;
 
 using platform::Bstr;
 using test::ComPtr;
+using test::done;
 using test::Variant;
 
 ComPtr<IMimeBody> body_of(const ComPtr<IMimeDecoder>& message) {
-  return platform::query<IMimeBody>(test::read(message.get(), u"Body").pdispVal);
+  return test::object(message, u"Body").query<IMimeBody>();
 }
 ComPtr<IMimeBody> child_of(const ComPtr<IMimeBody>& part, LONG index) {
   ComPtr<IDispatch> child;
@@ -29,15 +30,11 @@ ComPtr<IMimeBody> child_of(const ComPtr<IMimeBody>& part, LONG index) {
 }
 std::string exported(const ComPtr<IMimeBody>& part) {
   const auto target = CISSHelper::create();
-  VARIANT_BOOL done = VARIANT_FALSE;
-  EXPECT_EQ(part->Export(target.get(), &done), S_OK);
-  EXPECT_EQ(done, VARIANT_TRUE);
+  EXPECT_TRUE(done(*part, &IMimeBody::Export, target.get()));
   return std::string(target->bytes());
 }
 bool import(const ComPtr<IMimeBody>& part, std::string_view bytes) {
-  VARIANT_BOOL done = VARIANT_FALSE;
-  EXPECT_EQ(part->Import(CISSHelper::create_with(bytes).get(), VARIANT_FALSE, &done), S_OK);
-  return done != VARIANT_FALSE;
+  return done(*part, &IMimeBody::Import, CISSHelper::create_with(bytes).get(), VARIANT_FALSE);
 }
 std::u16string value_of(const ComPtr<IMimeBody>& part) {
   Bstr text;
@@ -258,19 +255,18 @@ TEST(Content, ImportLeavesStreamsOfOthersAlone) {
   const auto message = test::new_message();
   const auto part = body_of(message);
   const auto shared = CISSHelper::create_with("shared");
-  VARIANT_BOOL done = VARIANT_FALSE;
-  EXPECT_EQ(part->Import(shared.get(), VARIANT_TRUE, &done), S_OK);
+  EXPECT_TRUE(done(*part, &IMimeBody::Import, shared.get(), VARIANT_TRUE));
   EXPECT_TRUE(import(part, "copied"));
   EXPECT_EQ(shared->bytes(), "shared");
   EXPECT_EQ(exported(part), "copied");
   // The part's own content as a source, and as a target.
-  EXPECT_EQ(part->Import(shared.get(), VARIANT_TRUE, &done), S_OK);
+  EXPECT_TRUE(done(*part, &IMimeBody::Import, shared.get(), VARIANT_TRUE));
   shared->rewind();
-  EXPECT_EQ(part->Import(shared.get(), VARIANT_FALSE, &done), S_OK);
+  EXPECT_TRUE(done(*part, &IMimeBody::Import, shared.get(), VARIANT_FALSE));
   EXPECT_EQ(exported(part), "shared");
-  EXPECT_EQ(part->Import(shared.get(), VARIANT_TRUE, &done), S_OK);
+  EXPECT_TRUE(done(*part, &IMimeBody::Import, shared.get(), VARIANT_TRUE));
   shared->rewind();
-  EXPECT_EQ(part->Export(shared.get(), &done), S_OK);
+  EXPECT_TRUE(done(*part, &IMimeBody::Export, shared.get()));
   EXPECT_EQ(exported(part), "shared");
 }
 
@@ -278,18 +274,14 @@ TEST(Content, TellsWhatDidNotComeThrough) {
   const auto message = test::new_message();
   const auto part = body_of(message);
   EXPECT_TRUE(import(part, "kept"));
-  VARIANT_BOOL done = VARIANT_TRUE;
   test::HostStream broken(std::string(20000, 'c'), 9000);
   broken.reads_before_failure = 2;
-  EXPECT_EQ(part->Import(&broken, VARIANT_FALSE, &done), S_OK);
-  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_FALSE(done(*part, &IMimeBody::Import, &broken, VARIANT_FALSE));
   EXPECT_EQ(exported(part), "kept");
   test::HostStream full;
   full.most_taken = 0;
-  EXPECT_EQ(part->Export(&full, &done), S_OK);
-  EXPECT_EQ(done, VARIANT_FALSE);
-  EXPECT_EQ(part->Import(&broken, VARIANT_TRUE, &done), S_OK);
-  EXPECT_EQ(done, VARIANT_TRUE) << "nothing is read yet";
+  EXPECT_FALSE(done(*part, &IMimeBody::Export, &full));
+  EXPECT_TRUE(done(*part, &IMimeBody::Import, &broken, VARIANT_TRUE)) << "nothing is read yet";
   broken.reads_before_failure = 1;
   Bstr text;
   EXPECT_EQ(part->get_Value(text.out()), E_FAIL);
@@ -300,29 +292,20 @@ TEST(Content, FilesThatCannotBeHad) {
   const auto message = test::new_message();
   const auto part = body_of(message);
   EXPECT_TRUE(import(part, "kept"));
-  VARIANT_BOOL done = VARIANT_TRUE;
   const Bstr missing(u"no-such-folder/no-such-file");
-  EXPECT_EQ(part->ImportFromFile(missing.get(), VARIANT_FALSE, &done), S_OK);
-  EXPECT_EQ(done, VARIANT_FALSE);
-  EXPECT_EQ(part->ExportAsFile(missing.get(), &done), S_OK);
-  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_FALSE(done(*part, &IMimeBody::ImportFromFile, missing.get(), VARIANT_FALSE));
+  EXPECT_FALSE(done(*part, &IMimeBody::ExportAsFile, missing.get()));
   EXPECT_EQ(exported(part), "kept");
   const Bstr full(u"/dev/full");  // takes nothing
-  EXPECT_EQ(part->ExportAsFile(full.get(), &done), S_OK);
-  EXPECT_EQ(done, VARIANT_FALSE);
-  EXPECT_EQ(message->SaveToFile(full.get(), &done), S_OK);
-  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_FALSE(done(*part, &IMimeBody::ExportAsFile, full.get()));
+  EXPECT_FALSE(done(*message, &IMimeDecoder::SaveToFile, full.get()));
   // A file that is a part's content is not opened for writing while it is.
   const std::string path = testing::TempDir() + "tallowbrook-content-" + std::to_string(getpid());
   const Bstr name(to_wide(path));
-  EXPECT_EQ(part->ExportAsFile(name.get(), &done), S_OK);
-  EXPECT_EQ(done, VARIANT_TRUE);
-  EXPECT_EQ(part->ImportFromFile(name.get(), VARIANT_TRUE, &done), S_OK);
-  EXPECT_EQ(done, VARIANT_TRUE);
-  EXPECT_EQ(part->ExportAsFile(name.get(), &done), S_OK);
-  EXPECT_EQ(done, VARIANT_FALSE);
-  EXPECT_EQ(message->SaveToFile(name.get(), &done), S_OK);
-  EXPECT_EQ(done, VARIANT_FALSE);
+  EXPECT_TRUE(done(*part, &IMimeBody::ExportAsFile, name.get()));
+  EXPECT_TRUE(done(*part, &IMimeBody::ImportFromFile, name.get(), VARIANT_TRUE));
+  EXPECT_FALSE(done(*part, &IMimeBody::ExportAsFile, name.get()));
+  EXPECT_FALSE(done(*message, &IMimeDecoder::SaveToFile, name.get()));
   EXPECT_EQ(exported(part), "kept");
   std::remove(path.c_str());
 }
@@ -331,8 +314,7 @@ TEST(Content, SavesIntoTheStreamThatIsAPartsContent) {
   for (const std::string& content : {std::string(), std::string(50000, 'x') + "\r\n"}) {
     Pair pair(u"application", u"8bit");
     const auto shared = CISSHelper::create_with(content);
-    VARIANT_BOOL done = VARIANT_FALSE;
-    EXPECT_EQ(pair.first->Import(shared.get(), VARIANT_TRUE, &done), S_OK);
+    EXPECT_TRUE(done(*pair.first, &IMimeBody::Import, shared.get(), VARIANT_TRUE));
     EXPECT_TRUE(import(child_of(body_of(pair.message), 1), std::string(50000, 'y')));
     const std::string expected = test::saved(pair.message);
     shared->rewind();

@@ -22,8 +22,6 @@ namespace {
 using Object = ComPtr<IDispatch>;
 using Lines = std::vector<std::string>;
 
-Object object(Variant value) { return value.vt == VT_DISPATCH ? Object(value.pdispVal) : Object(); }
-
 ComPtr<CMimeDecoder> load_message(std::string_view text) {
   auto message = make_object<CMimeDecoder>();
   const HRESULT status = message->Load(CISSHelper::create_with(text).get());
@@ -51,19 +49,15 @@ Lines lines_of(CMimeDecoder& message) {
 // The lines between those that both have at their beginning and at their end, as "-line" and
 // "+line".
 Lines differences(const Lines& before, const Lines& after) {
-  Lines removed;
-  Lines added;
-  std::size_t first = 0;
-  while (first < before.size() && first < after.size() && before[first] == after[first]) ++first;
-  std::size_t last = 0;
-  while (last < before.size() - first && last < after.size() - first &&
-         before[before.size() - 1 - last] == after[after.size() - 1 - last]) {
-    ++last;
-  }
-  for (std::size_t i = first; i < before.size() - last; ++i) removed.push_back("-" + before[i]);
-  for (std::size_t i = first; i < after.size() - last; ++i) added.push_back("+" + after[i]);
-  removed.insert(removed.end(), added.begin(), added.end());
-  return removed;
+  const auto [first, first_after] =
+      std::mismatch(before.begin(), before.end(), after.begin(), after.end());
+  const auto [last, last_after] =
+      std::mismatch(before.rbegin(), std::make_reverse_iterator(first), after.rbegin(),
+                    std::make_reverse_iterator(first_after));
+  Lines differing;
+  for (auto line = first; line != last.base(); ++line) differing.push_back("-" + *line);
+  for (auto line = first_after; line != last_after.base(); ++line) differing.push_back("+" + *line);
+  return differing;
 }
 
 // The first part that `wanted` takes, in the order in which they are written.
@@ -76,7 +70,7 @@ Object find_part(const Object& root, const std::function<bool(const Object&)>& w
     const Variant major = platform::get(part.get(), u"MajorContentType").value;
     if (major.vt != VT_I4 || major.lVal != 0) continue;
     for (LONG i = read(part.get(), u"Count").lVal; i-- > 0;) {
-      pending.push_back(object(platform::get(part.get(), u"Item", i).value));
+      pending.push_back(item(part, i));
     }
   }
   return {};
@@ -126,9 +120,8 @@ const Edit kEdits[] = {
        put(part.get(), u"MinorContentType", text("octet-stream"));
        put(part.get(), u"Encoding", text("base64"));
        EXPECT_EQ(part->put_FileName(platform::Bstr(u"added.bin").get()), S_OK);
-       VARIANT_BOOL done = VARIANT_FALSE;
-       EXPECT_EQ(part->Import(CISSHelper::create_with("added").get(), VARIANT_FALSE, &done), S_OK);
-       return done != VARIANT_FALSE;
+       return done(*part, &IMimeBody::Import, CISSHelper::create_with("added").get(),
+                   VARIANT_FALSE);
      },
      {"part", "Content-", "body raw \"YWRkZWQ=\\r\\n\""},
      5},
@@ -136,7 +129,7 @@ const Edit kEdits[] = {
      [](CMimeDecoder& message) {
        Object inner;
        (void)find_part(body_of(message), [&inner](const Object& part) {
-         inner = object(platform::get(part.get(), u"EmbeddedMessage").value);
+         inner = object(part, u"EmbeddedMessage");
          return static_cast<bool>(inner);
        });
        return inner && put(inner.get(), u"SubjectRaw", text("edited")) == S_OK;
@@ -195,7 +188,7 @@ std::vector<std::string> recipients(CMimeDecoder& message) {
   std::vector<std::string> all;
   const Object list = object(read(static_cast<IMimeDecoder*>(&message), u"To"));
   for (LONG i = 0; list && i < read(list.get(), u"Count").lVal; ++i) {
-    const Object one = object(platform::get(list.get(), u"Item", i).value);
+    const Object one = item(list, i);
     all.push_back(read_text(one.get(), u"NameRaw") + " " + read_text(one.get(), u"RouteAddress"));
   }
   return all;

@@ -16,37 +16,24 @@ namespace {
 
 using Object = ComPtr<IDispatch>;
 
-Object object(Variant value) {
-  Object result;
-  if (value.vt == VT_DISPATCH) result = Object(value.pdispVal);
-  return result;
-}
-Object item(const Object& part, LONG index) {
-  return object(platform::get(part.get(), u"Item", index).value);
-}
-Object body(const Object& message) { return object(read(message.get(), u"Body")); }
-Object embedded(const Object& part) { return object(read(part.get(), u"EmbeddedMessage")); }
+Object body(const Object& message) { return object(message, u"Body"); }
+Object embedded(const Object& part) { return object(part, u"EmbeddedMessage"); }
 LONG count(const Object& part) { return read(part.get(), u"Count").lVal; }
 std::string subject(const Object& message) { return read_text(message.get(), u"Subject"); }
 void put_subject(const Object& message, std::string_view value) {
   EXPECT_EQ(put(message.get(), u"SubjectRaw", text(value)), S_OK);
 }
-bool is_dirty(const Object& message) { return message.query<IPersistStream>()->IsDirty() == S_OK; }
 
 void import(const Object& part, IStream* stream, bool by_reference) {
-  VARIANT_BOOL done = VARIANT_FALSE;
-  EXPECT_EQ(
-      part.query<IMimeBody>()->Import(stream, by_reference ? VARIANT_TRUE : VARIANT_FALSE, &done),
-      S_OK);
-  EXPECT_EQ(done, VARIANT_TRUE);
+  const VARIANT_BOOL shared = by_reference ? VARIANT_TRUE : VARIANT_FALSE;
+  EXPECT_TRUE(done(*part.query<IMimeBody>(), &IMimeBody::Import, stream, shared));
 }
 void import(const Object& part, std::string_view content) {
   import(part, CISSHelper::create_with(content).get(), false);
 }
 std::string content(const Object& part) {
   const auto stream = CISSHelper::create();
-  VARIANT_BOOL done = VARIANT_FALSE;
-  EXPECT_EQ(part.query<IMimeBody>()->Export(stream.get(), &done), S_OK);
+  EXPECT_TRUE(done(*part.query<IMimeBody>(), &IMimeBody::Export, stream.get()));
   return std::string(stream->bytes());
 }
 

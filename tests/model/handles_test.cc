@@ -38,18 +38,7 @@ constexpr std::string_view kOuter =
     "To: e@f\r\nSubject: inner\r\nX-Inner: x\r\n\r\ninner text\r\n"
     "--o--\r\n";
 
-Object object(Variant value) { return value.vt == VT_DISPATCH ? Object(value.pdispVal) : Object(); }
-Object get(const Object& from, std::u16string_view name) {
-  return object(platform::get(from.get(), name).value);
-}
-Object item(const Object& from, LONG index) {
-  return object(platform::get(from.get(), u"Item", index).value);
-}
-
-// Reads and edits whatever the object has; each kind knows some of the names.
-void use(const Object& held) {
-  IDispatch* const target = held.get();
-  for (const char16_t* const name : {u"Count",
+constexpr const char16_t* kRead[] = {u"Count",
                                      u"MajorContentType",
                                      u"MinorContentType",
                                      u"Major",
@@ -70,18 +59,21 @@ void use(const Object& held) {
                                      u"ContentType",
                                      u"ContentDisposition",
                                      u"EmbeddedMessage",
-                                     u"_NewEnum"}) {
-    (void)platform::get(target, name);
-  }
+                                     u"_NewEnum"};
+constexpr const char16_t* kPut[] = {u"Name",     u"Description", u"Value", u"Charset",
+                                    u"Encoding", u"FileName",    u"Minor", u"SubjectRaw",
+                                    u"Date",     u"To"};
+
+// Reads and edits whatever the object has; each kind knows some of the names.
+void use(const Object& held) {
+  IDispatch* const target = held.get();
+  for (const char16_t* const name : kRead) (void)platform::get(target, name);
   for (const LONG index : {0, 1}) {
     const Variant found = platform::get(target, u"Item", index).value;
     if (found.vt == VT_DISPATCH) (void)platform::get(found.pdispVal, u"Count");
     (void)platform::get(target, u"ParameterName", index);
   }
-  for (const char16_t* const name : {u"Name", u"Description", u"Value", u"Charset", u"Encoding",
-                                     u"FileName", u"Minor", u"SubjectRaw", u"Date", u"To"}) {
-    (void)platform::put(target, name, text("used"));
-  }
+  for (const char16_t* const name : kPut) (void)platform::put(target, name, text("used"));
   (void)platform::call(target, u"Modify", text("name"), text("used"), Variant::boolean(true));
   (void)platform::call(target, u"AddNew");
   (void)platform::call(target, u"Remove", LONG{0});
@@ -109,25 +101,25 @@ struct Held {
 
   Held() {
     const Object outer = message;
-    const Object root = get(outer, u"Body");
+    const Object root = object(outer, u"Body");
     const Object part = item(root, 0);
     const Object enclosed = item(root, 1);
-    const Object inner = get(enclosed, u"EmbeddedMessage");
+    const Object inner = object(enclosed, u"EmbeddedMessage");
     EXPECT_TRUE(root && part && inner);
     objects = {root, part, enclosed, inner};
-    for (const Object& of : {root, part, enclosed, get(inner, u"Body"), item(enclosed, 0)}) {
+    for (const Object& of : {root, part, enclosed, object(inner, u"Body"), item(enclosed, 0)}) {
       objects.push_back(of);
-      objects.push_back(get(of, u"Fields"));
+      objects.push_back(object(of, u"Fields"));
       for (const char16_t* const name : {u"ContentType", u"ContentDisposition"}) {
-        objects.push_back(get(of, name));
-        objects.push_back(get(objects.back(), u"Parameters"));
+        objects.push_back(object(of, name));
+        objects.push_back(object(objects.back(), u"Parameters"));
       }
     }
     for (const Object& of : {outer, inner}) {
-      objects.push_back(get(of, u"Received"));
+      objects.push_back(object(of, u"Received"));
       objects.push_back(item(objects.back(), 0));
-      objects.push_back(get(objects.back(), u"Parameters"));
-      objects.push_back(get(of, u"To"));
+      objects.push_back(object(objects.back(), u"Parameters"));
+      objects.push_back(object(of, u"To"));
       ComPtr<IUnknown> enumerator;
       EXPECT_EQ(objects.back().query<ICollection>()->get__NewEnum(enumerator.out()), S_OK);
       enumerators.push_back(enumerator.query<IEnumVARIANT>());
@@ -153,7 +145,7 @@ const Loss kLosses[] = {
      [](Held& held) { EXPECT_EQ(platform::call(held.objects[0].get(), u"Clear").status, S_OK); }},
     {"the root's fields are cleared",
      [](Held& held) {
-       EXPECT_EQ(platform::call(get(held.objects[0], u"Fields").get(), u"Clear").status, S_OK);
+       EXPECT_EQ(platform::call(object(held.objects[0], u"Fields").get(), u"Clear").status, S_OK);
      }},
     {"the root becomes text",
      [](Held& held) { (void)put(held.message.get(), u"Body", text("t")); }},

@@ -8,16 +8,13 @@ namespace {
 
 using platform::ComPtr;
 using platform::Variant;
+using test::item;
+using test::object;
 
 std::u16string wide_of(IDispatch* object, std::u16string_view name) {
   const Variant value = test::read(object, name);
   EXPECT_EQ(value.vt, VT_BSTR) << to_ansi(name);
   return std::u16string(value.text());
-}
-
-ComPtr<IDispatch> object_of(const Variant& value) {
-  EXPECT_EQ(value.vt, VT_DISPATCH);
-  return ComPtr<IDispatch>(value.pdispVal);
 }
 
 const std::u16string kTexts[] = {
@@ -34,7 +31,7 @@ TEST(HeaderWords, PutsReadBackNowAndAfterALoad) {
       const auto message = test::new_message();
       EXPECT_EQ(test::put(message.get(), u"Charset", Variant(charset)), S_OK);
       EXPECT_EQ(test::put(message.get(), u"Subject", Variant(text)), S_OK);
-      const auto body = object_of(test::read(message.get(), u"Body"));
+      const auto body = object(message, u"Body");
       EXPECT_EQ(test::put(body.get(), u"FileName", Variant(text)), S_OK);
       EXPECT_EQ(wide_of(message.get(), u"Subject"), text);
       EXPECT_EQ(wide_of(body.get(), u"Name"), text);
@@ -42,7 +39,7 @@ TEST(HeaderWords, PutsReadBackNowAndAfterALoad) {
       test::put(body.get(), u"Value", Variant(u"x"));
       const auto again = test::loaded(test::saved(message));
       EXPECT_EQ(wide_of(again.get(), u"Subject"), text);
-      const auto part = object_of(test::read(again.get(), u"Body"));
+      const auto part = object(again, u"Body");
       EXPECT_EQ(wide_of(part.get(), u"Name"), text) << test::saved(message);
       EXPECT_EQ(wide_of(part.get(), u"FileName"), text);
     }
@@ -59,10 +56,10 @@ TEST(HeaderWords, DisplayNames) {
   const auto message = test::loaded(
       "To: =?iso-8859-1?Q?J=F6?= =?utf-8?B?cmc=?= <a@b>, \"Doe, =?utf-8?Q?J=C3=B6?=\" "
       "<c@d>\r\n\r\n");
-  const auto list = object_of(test::read(message.get(), u"To"));
+  const auto list = object(message, u"To");
   const std::u16string names[] = {u"J\u00F6rg", u"Doe, J\u00F6"};
   for (LONG i = 0; i < 2; ++i) {
-    const auto one = object_of(platform::get(list.get(), u"Item", i).value);
+    const auto one = item(list, i);
     EXPECT_EQ(wide_of(one.get(), u"Name"), names[i]);
   }
 }
@@ -72,18 +69,18 @@ TEST(HeaderWords, ParametersKeepTheirQuotesAndTheBoundaryIsPlain) {
       "Content-Type: multipart/mixed; boundary=\"=?us-ascii?Q?a_b?=\"\r\n\r\n"
       "--a b\r\nContent-Type: text/plain; name=\"=?utf-8?Q?=C3=A9?=.txt\"\r\n\r\none\r\n--a "
       "b--\r\n");
-  const auto body = object_of(test::read(message.get(), u"Body"));
+  const auto body = object(message, u"Body");
   EXPECT_EQ(test::read(body.get(), u"Count").lVal, 1);
-  const auto part = object_of(platform::get(body.get(), u"Item", LONG{0}).value);
+  const auto part = item(body, 0);
   EXPECT_EQ(wide_of(part.get(), u"Name"), u"\u00E9.txt");
-  const auto type = object_of(test::read(part.get(), u"ContentType"));
-  const auto parameters = object_of(test::read(type.get(), u"Parameters"));
+  const auto type = object(part, u"ContentType");
+  const auto parameters = object(type, u"Parameters");
   EXPECT_EQ(platform::get(parameters.get(), u"Item", Variant(u"name")).value.text(),
             u"\"\u00E9.txt\"");
 
   // A boundary put as text for readers is written as what it stands for.
-  const auto root_type = object_of(test::read(body.get(), u"ContentType"));
-  const auto root_parameters = object_of(test::read(root_type.get(), u"Parameters"));
+  const auto root_type = object(body, u"ContentType");
+  const auto root_parameters = object(root_type, u"Parameters");
   EXPECT_EQ(
       platform::call(root_parameters.get(), u"Modify", Variant(u"boundary"), Variant(u"new b"))
           .status,

@@ -56,6 +56,30 @@ inline std::string read_text(IDispatch* object, std::u16string_view name) {
   return to_ansi(value.text());
 }
 
+// The object that a value, a property or an item is; none when it is something else.
+inline ComPtr<IDispatch> object(const Variant& value) {
+  return ComPtr<IDispatch>(value.vt == VT_DISPATCH ? value.pdispVal : nullptr);
+}
+inline ComPtr<IDispatch> object(const ComPtr<IDispatch>& of, std::u16string_view property) {
+  return object(platform::get(of.get(), property).value);
+}
+inline ComPtr<IDispatch> item(const ComPtr<IDispatch>& list, LONG index) {
+  return object(platform::get(list.get(), u"Item", index).value);
+}
+
+// What a method tells through its last argument; its status is S_OK in any case.
+template <class I, class... Taken, class... Given>
+bool done(I& target, HRESULT (I::*method)(Taken...), const Given&... arguments) {
+  VARIANT_BOOL result = 99;
+  EXPECT_EQ((target.*method)(arguments..., &result), S_OK);
+  EXPECT_TRUE(result == VARIANT_TRUE || result == VARIANT_FALSE);
+  return result == VARIANT_TRUE;
+}
+
+inline bool is_dirty(const ComPtr<IDispatch>& message) {
+  return message.query<IPersistStream>()->IsDirty() == S_OK;
+}
+
 inline HRESULT put(IDispatch* object, std::u16string_view name, const Variant& value) {
   return platform::put(object, name, value).status;
 }

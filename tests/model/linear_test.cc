@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <functional>
 #include <numeric>
 #include <random>
 
@@ -28,72 +27,47 @@ double thread_time() {
 
 enum class Order { kFront, kBack, kRandom, kByName };
 
+// A message whose object at the end of `path` has as many elements as `each` is repeated, with the
+// number of the element behind it. Remove takes them by position.
 struct Removal {
   const char* what;
-  // Makes an object that has `count` elements, which Remove takes by position.
-  std::function<Variant(int count, std::vector<Variant>& keep)> make;
-  const char* name;  // of an element, before its number; null when none has a name
+  const char* before;
+  const char* each;
+  const char* between;
+  const char* behind;
+  std::vector<const char16_t*> path;
+  const char* name = nullptr;  // of an element, before its number; null when none has a name
 };
-
-std::string repeated(int count, const char* before, const char* between, const char* behind) {
-  std::string text = before;
-  for (int i = 0; i < count; ++i) {
-    if (i > 0) text += between;
-    text.append(behind).append(std::to_string(i));
-  }
-  return text;
-}
-
-Variant message_property(std::vector<Variant>& keep, const std::string& source,
-                         std::initializer_list<const char16_t*> path) {
-  keep.emplace_back(static_cast<IDispatch*>(loaded(source).get()));
-  for (const char16_t* const step : path) keep.push_back(read(keep.back().pdispVal, step));
-  return keep.back();
-}
 
 const Removal kRemovals[] = {
     {"parts",
-     [](int count, auto& keep) {
-       const std::string child = "\r\n--b\r\n\r\npart ";
-       return message_property(
-           keep,
-           repeated(count, "Content-Type: multipart/mixed; boundary=b\r\n", "", child.c_str()) +
-               "\r\n--b--\r\n",
-           {u"Body"});
-     },
-     nullptr},
-    {"fields",
-     [](int count, auto& keep) {
-       return message_property(keep, repeated(count, "", ": x\r\n", "X-Field-") + ": x\r\n\r\n",
-                               {u"Body", u"Fields"});
-     },
-     "x-field-"},
+     "Content-Type: multipart/mixed; boundary=b\r\n",
+     "\r\n--b\r\n\r\npart ",
+     "",
+     "\r\n--b--\r\n",
+     {u"Body"}},
+    {"fields", "", "X-Field-", ": x\r\n", ": x\r\n\r\n", {u"Body", u"Fields"}, "x-field-"},
     {"parameters",
-     [](int count, auto& keep) {
-       return message_property(
-           keep, repeated(count, "Content-Type: text/plain; ", "=v;\r\n\t", "p") + "=v\r\n\r\n",
-           {u"Body", u"ContentType", u"Parameters"});
-     },
+     "Content-Type: text/plain; ",
+     "p",
+     "=v;\r\n\t",
+     "=v\r\n\r\n",
+     {u"Body", u"ContentType", u"Parameters"},
      "p"},
-    {"addresses",
-     [](int count, auto& keep) {
-       return message_property(keep, repeated(count, "To: ", "@b.c,\r\n ", "a") + "@b.c\r\n\r\n",
-                               {u"To"});
-     },
-     nullptr},
-    {"trace headers",
-     [](int count, auto& keep) {
-       return message_property(keep,
-                               repeated(count, "", " by b; x\r\n", "Received: from ") + "\r\n\r\n",
-                               {u"Received"});
-     },
-     nullptr},
+    {"addresses", "To: ", "a", "@b.c,\r\n ", "@b.c\r\n\r\n", {u"To"}},
+    {"trace headers", "", "Received: from ", " by b; x\r\n", "\r\n\r\n", {u"Received"}},
 };
 
 // How long it takes to remove each of `count` elements.
 double removal_of_each(const Removal& removal, Order order, int count) {
-  std::vector<Variant> keep;
-  const Variant object = removal.make(count, keep);
+  std::string source = removal.before;
+  for (int i = 0; i < count; ++i) {
+    if (i > 0) source += removal.between;
+    source.append(removal.each).append(std::to_string(i));
+  }
+  const auto message = loaded(source + removal.behind);
+  Variant object(static_cast<IDispatch*>(message.get()));
+  for (const char16_t* const step : removal.path) object = read(object.pdispVal, step);
   EXPECT_EQ(read(object.pdispVal, u"Count").lVal, count);
   std::mt19937 random(4);
   std::vector<int> numbers(static_cast<std::size_t>(count));

@@ -24,16 +24,12 @@ constexpr std::string_view kNested =
     "--o\r\nContent-Type: multipart/digest; boundary=i\r\n\r\n--i\r\n\r\nSubject: d\r\n\r\nx\r\n"
     "--i--\r\n--o\r\nContent-Type: message/rfc822\r\n\r\nSubject: inner\r\n\r\n..\r\n--o--\r\n";
 
-Object object(const platform::Outcome& outcome) {
-  return outcome.value.vt == VT_DISPATCH ? Object(outcome.value.pdispVal) : Object();
-}
-
 class RandomHost {
  public:
   explicit RandomHost(unsigned seed) : random_(seed) {}
 
   void edit(const Object& message) {
-    const Object part = some_part(object(platform::get(message.get(), u"Body")));
+    const Object part = some_part(object(message, u"Body"));
     const auto body = part.query<IMimeBody>();
     if (!body) return;
     const std::function<void()> kEdits[] = {
@@ -56,16 +52,16 @@ class RandomHost {
         [&] { (void)body->put_ExtField(Bstr(text()).get(), value()); },
         [&] { parameter(part, number(2) > 0 ? u"ContentType" : u"ContentDisposition"); },
         [&] {
-          const Object disposition = object(platform::get(part.get(), u"ContentDisposition"));
+          const Object disposition = object(part, u"ContentDisposition");
           (void)platform::put(disposition.get(), u"Value", value());
         },
         [&] {
-          const Object fields = object(platform::get(part.get(), u"Fields"));
+          const Object fields = object(part, u"Fields");
           if (fields) (void)platform::call(fields.get(), u"Remove", number(3));
         },
         [&] { (void)platform::put(message.get(), kProperties[random_() % 9], value()); },
         [&] {
-          const Object inner = object(platform::get(part.get(), u"EmbeddedMessage"));
+          const Object inner = object(part, u"EmbeddedMessage");
           if (inner) edit(inner);
         },
     };
@@ -88,8 +84,7 @@ class RandomHost {
     while (part && number(3) > 0) {
       const Variant count = platform::get(part.get(), u"Count").value;
       if (count.vt != VT_I4 || count.lVal == 0) break;
-      const Object child =
-          object(platform::get(part.get(), u"Item", number(static_cast<unsigned>(count.lVal))));
+      const Object child = item(part, number(static_cast<unsigned>(count.lVal)));
       if (!child) break;
       part = child;
     }
@@ -97,50 +92,29 @@ class RandomHost {
   }
 
   void parameter(const Object& part, std::u16string_view field) {
-    const Object shown = object(platform::get(part.get(), field));
+    const Object shown = object(part, field);
     if (!shown) return;
-    const Object parameters = object(platform::get(shown.get(), u"Parameters"));
+    const Object parameters = object(shown, u"Parameters");
     if (!parameters) return;
     (void)platform::call(parameters.get(), u"Modify", one_of(kNames), value(),
                          Variant::boolean(number(2) > 0));
   }
 
+  static inline const std::u16string kLong = std::u16string(90, u'w');
+
   // Pieces that mean something to a reader of messages.
   std::u16string text() {
-    static const Texts kPieces{u"a",
-                               u"b c",
-                               u"\"",
-                               u"\\",
-                               u"=?utf-8?Q?x?=",
-                               u"=?",
-                               u"?=",
-                               u"\r\n",
-                               u"\n",
-                               u"\r",
-                               u" ",
-                               u"\t",
-                               u".",
-                               u"--o",
-                               u"\u00E9",
-                               u"\u0416",
-                               u";",
-                               u"=",
-                               u":",
-                               u",",
-                               u"<",
-                               u">",
-                               u"(",
-                               u")",
-                               u"@",
-                               u"[",
-                               std::u16string(1, u'\0'),
-                               u"\r\n\r\n",
-                               u"\r\n.\r\n",
-                               u"begin 644 a\r\n#0V%T\r\nend\r\n",
-                               u"From: x",
-                               std::u16string(90, u'w')};
+    using namespace std::string_view_literals;
+    static const std::u16string_view kPieces[] = {
+        u"a",       u"b c",  u"\"",       u"\\",        u"=?utf-8?Q?x?=",
+        u"=?",      u"?=",   u"\r\n",     u"\n",        u"\r",
+        u" ",       u"\t",   u".",        u"--o",       u"\u00E9",
+        u"\u0416",  u";",    u"=",        u":",         u",",
+        u"<",       u">",    u"(",        u")",         u"@",
+        u"[",       u"\0"sv, u"\r\n\r\n", u"\r\n.\r\n", u"begin 644 a\r\n#0V%T\r\nend\r\n",
+        u"From: x", kLong};
     std::u16string result;
-    for (LONG left = number(6); left > 0; --left) result += kPieces[random_() % kPieces.size()];
+    for (LONG left = number(6); left > 0; --left) result += kPieces[random_() % std::size(kPieces)];
     return result;
   }
 
