@@ -18,27 +18,13 @@ namespace {
 
 using platform::ComPtr;
 using platform::Variant;
-
-ComPtr<ICollection> new_collection() {
-  ComPtr<ICollection> list;
-  EXPECT_EQ(create_collection(ICollection::kIid, list.out_void()), S_OK);
-  return list;
-}
+using test::count_of;
+using test::item;
+using test::new_collection;
+using test::saved;
 
 void add_numbers(ICollection& list, LONG count) {
   for (LONG i = 0; i < count; ++i) ASSERT_EQ(list.Add(Variant(i)), S_OK);
-}
-
-LONG count_of(ICollection& list) {
-  LONG count = -1;
-  EXPECT_EQ(list.get_Count(&count), S_OK);
-  return count;
-}
-
-Variant item(ICollection& list, LONG index) {
-  Variant value;
-  EXPECT_EQ(list.get_Item(index, &value), S_OK);
-  return value;
 }
 
 std::vector<LONG> numbers(ICollection& list) {
@@ -54,17 +40,11 @@ ComPtr<IEnumVARIANT> enumerate(ICollection& list) {
 }
 
 // A class that loads another one of its kind from the same stream, without an end.
-class Nested final : public Object<Confined, IDispatch, IPersistStream> {
+class Nested final : public test::PropertyBag<IPersistStream> {
  public:
   static constexpr CLSID kClass{0x6A1D41B7, 0x31C6, 0x4C0A, {0x9D, 0x11, 2, 3, 4, 5, 6, 7}};
   static inline int deepest = 0;
 
-  HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-  HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-  HRESULT GetIDsOfNames(REFIID, OLECHAR**, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-  HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-    return E_NOTIMPL;
-  }
   HRESULT GetClassID(CLSID* clsid) override {
     *clsid = kClass;
     return S_OK;
@@ -241,12 +221,6 @@ ComPtr<ICollection> mixed_collection() {
   list->Add(null);
   list->Add(Variant());
   return list;
-}
-
-std::string saved(ICollection& list) {
-  CISSHelper stream;
-  EXPECT_EQ(platform::query<IPersistStream>(&list)->Save(&stream, TRUE), S_OK);
-  return std::string(stream.bytes());
 }
 
 ComPtr<ICollection> loaded(const std::string& bytes, ULONG step = 1u << 20) {

@@ -2,14 +2,19 @@
 // by name, and with or without a way to be stored.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <map>
 #include <string>
 #include <string_view>
 
+#include "core/creators.h"
 #include "core/object.h"
 #include "platform/automation/variant.h"
 #include "platform/com/activation.h"
 #include "platform/storage/stream.h"
+#include "streams/memory_stream.h"
+#include "tallowbrook/collections.h"
 
 namespace tallowbrook::test {
 
@@ -51,6 +56,27 @@ class PropertyBag : public Object<Shared, IDispatch, Faces...> {
 };
 
 using PlainItem = PropertyBag<>;
+
+inline ComPtr<ICollection> new_collection() {
+  ComPtr<ICollection> list;
+  EXPECT_EQ(create_collection(ICollection::kIid, list.out_void()), S_OK);
+  return list;
+}
+inline LONG count_of(ICollection& list) {
+  LONG count = -1;
+  EXPECT_EQ(list.get_Count(&count), S_OK);
+  return count;
+}
+inline Variant item(ICollection& list, LONG index) {
+  Variant value;
+  EXPECT_EQ(list.get_Item(index, &value), S_OK);
+  return value;
+}
+inline std::string saved(ICollection& list) {
+  CISSHelper stream;
+  EXPECT_EQ(platform::query<IPersistStream>(&list)->Save(&stream, TRUE), S_OK);
+  return std::string(stream.bytes());
+}
 
 // Makes objects of class T under the identity T::kClass for as long as it lives.
 template <class T>

@@ -21,34 +21,14 @@ class NestedCollections : public ::testing::Test {
   NestedCollections() { EXPECT_EQ(CoUseComponent(entries_), S_OK); }
   ~NestedCollections() override { CoForgetComponent(entries_); }
 
-  static ComPtr<ICollection> new_list() {
-    ComPtr<ICollection> list;
-    EXPECT_EQ(create_collection(ICollection::kIid, list.out_void()), S_OK);
-    return list;
-  }
   static ComPtr<ICollection> read_back(std::string bytes, ULONG step = 4096) {
-    auto list = new_list();
+    auto list = new_collection();
     HostStream stream(std::move(bytes), step);
     EXPECT_EQ(list.query<IPersistStream>()->Load(&stream), S_OK);
     return list;
   }
-  static std::string bytes_of(ICollection& list) {
-    CISSHelper stream;
-    EXPECT_EQ(platform::query<IPersistStream>(&list)->Save(&stream, FALSE), S_OK);
-    return std::string(stream.bytes());
-  }
-  static LONG count_of(ICollection& list) {
-    LONG count = -1;
-    EXPECT_EQ(list.get_Count(&count), S_OK);
-    return count;
-  }
-  static Variant item(ICollection& list, LONG index) {
-    Variant value;
-    EXPECT_EQ(list.get_Item(index, &value), S_OK);
-    return value;
-  }
   template <class T>
-  static ComPtr<T> object(ICollection& list, LONG index) {
+  static ComPtr<T> object_at(ICollection& list, LONG index) {
     const Variant value = item(list, index);
     EXPECT_EQ(value.vt, VT_DISPATCH);
     return platform::query<T>(value.pdispVal);
@@ -62,20 +42,20 @@ class NestedCollections : public ::testing::Test {
 };
 
 TEST_F(NestedCollections, AreSavedUnderTheirOwnClass) {
-  const auto inner = new_list();
+  const auto inner = new_collection();
   inner->Add(Variant(7));
-  const auto outer = new_list();
+  const auto outer = new_collection();
   add_object(*outer, inner.get());
   outer->Add(Variant(static_cast<IUnknown*>(inner.get())));
   outer->Add(Variant(8));
-  const std::string bytes = bytes_of(*outer);
+  const std::string bytes = saved(*outer);
   CLSID written{};
   std::memcpy(&written, bytes.data() + 6, sizeof(written));
   EXPECT_TRUE(written == CLSID_Collection);
 
   const auto copy = read_back(bytes, 3);
   ASSERT_EQ(count_of(*copy), 3);
-  EXPECT_EQ(item(*object<ICollection>(*copy, 0), 0).lVal, 7);
+  EXPECT_EQ(item(*object_at<ICollection>(*copy, 0), 0).lVal, 7);
   EXPECT_EQ(item(*platform::query<ICollection>(item(*copy, 1).punkVal), 0).lVal, 7);
   EXPECT_EQ(item(*copy, 2).lVal, 8);
 }
@@ -84,14 +64,14 @@ TEST_F(NestedCollections, AreSavedUnderTheirOwnClass) {
 TEST_F(NestedCollections, MayBeNestedWithoutEnd) {
   const auto locks = Module::locks();
   {
-    auto list = new_list();
+    auto list = new_collection();
     for (int i = 0; i < 300000; ++i) {
-      const auto outer = new_list();
+      const auto outer = new_collection();
       add_object(*outer, list.get());
       list = outer;
     }
-    EXPECT_LT(bytes_of(*list).size(), 10000u);
-    const auto twins = new_list();  // both go with the last one
+    EXPECT_LT(saved(*list).size(), 10000u);
+    const auto twins = new_collection();  // both go with the last one
     add_object(*twins, list.get());
     add_object(*twins, list.get());
     list.reset();
@@ -117,18 +97,18 @@ TEST_F(NestedCollections, AnUnknownClassEndsTheLoad) {
 }
 
 TEST_F(NestedCollections, MessagesLeaveTheStreamBehindTheirEndLine) {
-  const auto list = new_list();
+  const auto list = new_collection();
   for (const char* subject : {"one", "two"}) {
     add_object(*list, loaded(std::string("Subject: ") + subject + "\r\n\r\nbody\r\n.\r\n").get());
     list->Add(Variant(std::u16string_view(u"between")));
   }
-  const std::string bytes = bytes_of(*list);
+  const std::string bytes = saved(*list);
   for (const ULONG step : {1u, 7u, 8192u}) {
     const auto copy = read_back(bytes, step);
     ASSERT_EQ(count_of(*copy), 4) << step;
-    EXPECT_EQ(read_text(object<IMimeDecoder>(*copy, 0).get(), u"Subject"), "one");
+    EXPECT_EQ(read_text(object_at<IMimeDecoder>(*copy, 0).get(), u"Subject"), "one");
     EXPECT_EQ(item(*copy, 1).text(), u"between");
-    EXPECT_EQ(read_text(object<IMimeDecoder>(*copy, 2).get(), u"Subject"), "two");
+    EXPECT_EQ(read_text(object_at<IMimeDecoder>(*copy, 2).get(), u"Subject"), "two");
     EXPECT_EQ(item(*copy, 3).text(), u"between");
   }
 }

@@ -7,6 +7,7 @@
 
 #include "streams/memory_stream.h"
 #include "tests/collections/items.h"
+#include "tests/support/element_names.h"
 
 namespace tallowbrook::test {
 namespace {
@@ -96,17 +97,7 @@ class StorageCollection : public ::testing::Test {
     ComPtr<IStream> stream;
     ASSERT_EQ(storage_->CreateStream(name, kWrite, 0, 0, stream.out()), S_OK);
   }
-  std::vector<std::u16string> names() {
-    std::vector<std::u16string> all;
-    ComPtr<IEnumSTATSTG> walk;
-    EXPECT_EQ(storage_->EnumElements(0, nullptr, 0, walk.out()), S_OK);
-    STATSTG one{};
-    while (walk->Next(1, &one, nullptr) == S_OK) {
-      all.emplace_back(one.pwcsName);
-      CoTaskMemFree(one.pwcsName);
-    }
-    return all;
-  }
+  Names names() { return test::names(*storage_); }
   static std::u16string shown(const VARIANT& item) {
     if (item.vt != VT_DISPATCH) return u"?";
     const auto text = platform::get(item.pdispVal, u"Text").value;
@@ -118,12 +109,13 @@ class StorageCollection : public ::testing::Test {
   }
   std::u16string item(LONG index) {
     Variant value;
-    const HRESULT status = list_->get_Item(index, &value);
-    return status == S_OK ? shown(value) : status == E_FAIL ? u"none" : u"failed";
+    return outcome(list_->get_Item(index, &value), value);
   }
   std::u16string item_by_id(LONG id) {
     Variant value;
-    const HRESULT status = list_->ItemByID(id, &value);
+    return outcome(list_->ItemByID(id, &value), value);
+  }
+  static std::u16string outcome(HRESULT status, const Variant& value) {
     return status == S_OK ? shown(value) : status == E_FAIL ? u"none" : u"failed";
   }
   // All items, fetched `at_once` at a time.
@@ -171,8 +163,8 @@ TEST_F(StorageCollection, ItemsAreElements) {
   EXPECT_EQ(count(), 0);
   EXPECT_EQ(item(0), u"none");
   for (const std::u16string_view text : {u"a", u"b", u"c", u"d", u"e"}) EXPECT_EQ(add(text), S_OK);
-  EXPECT_EQ(names(), (std::vector<std::u16string>{u"0000000000", u"0000000001", u"0000000002",
-                                                  u"0000000003", u"0000000004"}));
+  EXPECT_EQ(names(),
+            (Names{u"0000000000", u"0000000001", u"0000000002", u"0000000003", u"0000000004"}));
   EXPECT_EQ(item(0), u"0:a");
   EXPECT_EQ(item(-3), u"0:a");
   EXPECT_EQ(item(4), u"4:e");

@@ -1,9 +1,9 @@
 // Option values that are kept in a storage.
-#include "platform/storage/storage.h"
 #include "tallowbrook/options.h"
 #include "tests/host/fake_node.h"
 #include "tests/host/script_host.h"
 #include "tests/model/host.h"
+#include "tests/support/element_names.h"
 
 namespace tallowbrook {
 namespace {
@@ -24,16 +24,11 @@ class OptionStorage : public ::testing::Test {
     EXPECT_EQ(CoUnloadComponent(component_), S_OK) << "host objects leak";
   }
 
-  // "name/" for a storage, "name" for a stream, each followed by a space.
+  // Each name with a space behind it.
   static std::string list(IStorage& storage) {
-    ComPtr<IEnumSTATSTG> walk;
-    EXPECT_EQ(storage.EnumElements(0, nullptr, 0, walk.out()), S_OK);
-    std::string names;
-    for (STATSTG one{}; walk->Next(1, &one, nullptr) == S_OK; one = {}) {
-      names += to_ansi(one.pwcsName) + (one.type == STGTY_STORAGE ? "/ " : " ");
-      CoTaskMemFree(one.pwcsName);
-    }
-    return names;
+    std::string all;
+    for (const std::u16string& name : test::names(storage)) all += to_ansi(name) + " ";
+    return all;
   }
   [[nodiscard]] std::string list(const char16_t* name) const {
     ComPtr<IStorage> inner;

@@ -1,6 +1,7 @@
 // Options, values and accessor events, with the reference explorer's objects.
 #include "platform/com/security.h"
 #include "platform/kernel/message_queue.h"
+#include "tests/collections/items.h"
 #include "tests/host/fake_node.h"
 #include "tests/host/script_host.h"
 #include "tests/model/host.h"
@@ -16,6 +17,8 @@ namespace {
 using platform::ComPtr;
 using platform::Variant;
 using test::FakeNode;
+using test::item;
+using test::object;
 using test::read;
 using test::read_text;
 using test::ScriptHost;
@@ -34,15 +37,6 @@ class Options : public ::testing::Test {
 };
 
 // --- what a host does ----------------------------------------------------------------------------
-
-ComPtr<IDispatch> object(const Variant& value) {
-  EXPECT_EQ(value.vt, VT_DISPATCH);
-  return ComPtr<IDispatch>(value.vt == VT_DISPATCH ? value.pdispVal : nullptr);
-}
-
-ComPtr<IDispatch> item(const ComPtr<IDispatch>& list, LONG position) {
-  return object(platform::get(list.get(), u"Item", position).value);
-}
 
 LONG count(const ComPtr<IDispatch>& list) { return read(list.get(), u"Count").lVal; }
 
@@ -89,6 +83,14 @@ std::vector<ComPtr<IDispatch>> sinks_of(const ComPtr<IDispatch>& list) {
   }
   return sinks;
 }
+
+// A message, the values of its subject, and the sink that it connected to them.
+class OptionEvents : public Options {
+ protected:
+  ComPtr<IMimeDecoder> message = test::loaded(kMessage);
+  ComPtr<IDispatch> values = values_of(message, u"Subject");
+  ComPtr<IDispatch> sink = sinks_of(values).at(0);
+};
 
 // Fires an event; the arguments stand in the order of the event.
 HRESULT fire(const ComPtr<IDispatch>& sink, DISPID event, std::vector<Variant> arguments) {
@@ -206,10 +208,7 @@ TEST_F(Options, AnEditIsWrittenBack) {
   EXPECT_EQ(read_text(message.get(), u"Subject"), "12") << "a value of another option";
 }
 
-TEST_F(Options, EventsAreHeardByTheirNumbers) {
-  const auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
-  const auto sink = sinks_of(values).at(0);
+TEST_F(OptionEvents, EventsAreHeardByTheirNumbers) {
   const auto subject_after = [&](DISPID event, std::vector<Variant> arguments) {
     test::put(message.get(), u"Subject", Variant(u"before"));
     EXPECT_EQ(fire(sink, event, std::move(arguments)), S_OK) << event;
@@ -288,20 +287,14 @@ TEST_F(Options, SinksGoWithTheirCollections) {
   EXPECT_EQ(node.sink_count(), 0U);
 }
 
-TEST_F(Options, TheMessageDisconnectsWhenItGoes) {
-  auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
-  const auto sink = sinks_of(values).at(0);
+TEST_F(OptionEvents, TheMessageDisconnectsWhenItGoes) {
   message.reset();
   EXPECT_EQ(sinks_of(values).size(), 0U);
   EXPECT_EQ(fire(sink, 3, {Variant(values.get()), Variant()}), DISP_E_MEMBERNOTFOUND);
   EXPECT_EQ(edit(item(values, 0), Variant(u"unheard")), S_OK);
 }
 
-TEST_F(Options, AMessageReleasedByAnEventEndsBehindIt) {
-  auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
-  const auto sink = sinks_of(values).at(0);
+TEST_F(OptionEvents, AMessageReleasedByAnEventEndsBehindIt) {
   const auto accessor = make_object<ScriptObject>([&](const test::HostCall& call) {
     message.reset();
     if (call.name != u"Count") return E_FAIL;
@@ -349,10 +342,7 @@ TEST_F(Options, ASinkThatForwardsHandsOnWholeCalls) {
 
 // --- other threads -------------------------------------------------------------------------------
 
-TEST_F(Options, AnEventOnAnotherThreadWaitsForTheOwner) {
-  const auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
-  const auto sink = sinks_of(values).at(0);
+TEST_F(OptionEvents, AnEventOnAnotherThreadWaitsForTheOwner) {
   const auto accessor = make_object<ScriptObject>([&](const test::HostCall& call) {
     if (call.name == u"Count") {
       Variant(LONG{1}).detach_to(call.result);
@@ -376,10 +366,7 @@ TEST_F(Options, AnEventOnAnotherThreadWaitsForTheOwner) {
   EXPECT_EQ(read_text(message.get(), u"Subject"), "from afar");
 }
 
-TEST_F(Options, AnEventOnAnotherThreadMayComeTooLate) {
-  auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
-  const auto sink = sinks_of(values).at(0);
+TEST_F(OptionEvents, AnEventOnAnotherThreadMayComeTooLate) {
   const auto late = [&] { return fire(sink, 3, {Variant(values.get()), Variant()}); };
   std::thread([&] { EXPECT_EQ(late(), S_OK); }).join();
   message.reset();
@@ -387,10 +374,7 @@ TEST_F(Options, AnEventOnAnotherThreadMayComeTooLate) {
   std::thread([&] { EXPECT_EQ(late(), DISP_E_MEMBERNOTFOUND); }).join();
 }
 
-TEST_F(Options, EventsFromManyThreadsOutliveTheMessage) {
-  auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
-  const auto sink = sinks_of(values).at(0);
+TEST_F(OptionEvents, EventsFromManyThreadsOutliveTheMessage) {
   constexpr int kEvents = 200;
   std::atomic<int> fired{0};
   const auto fire_all = [&] {
@@ -478,10 +462,7 @@ TEST(OptionsOfAPoorHost, ClassesMakeNothing) {
   }
 }
 
-TEST_F(Options, AccessorsMayBeAnything) {
-  const auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
-  const auto sink = sinks_of(values).at(0);
+TEST_F(OptionEvents, AccessorsMayBeAnything) {
   const auto text_stream = CISSHelper::create_with("no value");
   const Variant answers[] = {Variant(),
                              Variant(LONG{0x7FFFFFFF}),
@@ -521,13 +502,7 @@ TEST(OptionsOfAPoorHost, AnObjectIsPutByReferenceWhereItMust) {
 
 // An accessor with a proxy is told whom its calls come from.
 TEST_F(Options, AProxyGetsItsSecurity) {
-  struct Proxy final : Object<Shared, IDispatch, IClientSecurity> {
-    HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(REFIID, OLECHAR**, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-      return E_NOTIMPL;
-    }
+  struct Proxy final : test::PropertyBag<IClientSecurity> {
     HRESULT QueryBlanket(IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**,
                          DWORD*) override {
       return E_NOTIMPL;

@@ -15,10 +15,14 @@
 #include "platform/com/activation.h"
 #include "platform/storage/file_time.h"
 #include "platform/storage/folder_names.h"
+#include "tests/support/element_names.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::platform {
 namespace {
+
+using test::Names;
+using test::names;
 
 constexpr DWORD kWrite = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 constexpr DWORD kRead = STGM_READ | STGM_SHARE_EXCLUSIVE;
@@ -74,21 +78,6 @@ std::string text_of(IStorage& in, const OLECHAR* name) {
   const HRESULT status = in.OpenStream(name, nullptr, kRead, 0, stream.out());
   return status == S_OK ? rest_of(*stream) : status == STG_E_FILENOTFOUND ? "(none)" : "(?)";
 }
-
-// The elements in their order: "name", or "name/" for a storage.
-std::vector<std::u16string> names(IStorage& in) {
-  std::vector<std::u16string> all;
-  ComPtr<IEnumSTATSTG> list;
-  EXPECT_EQ(in.EnumElements(0, nullptr, 0, list.out()), S_OK);
-  STATSTG element{};
-  while (list->Next(1, &element, nullptr) == S_OK) {
-    all.emplace_back(element.pwcsName);
-    if (element.type == STGTY_STORAGE) all.back() += u'/';
-    CoTaskMemFree(element.pwcsName);
-  }
-  return all;
-}
-using Names = std::vector<std::u16string>;
 
 // What holds for a storage in memory and for one in a folder.
 class EveryStorage : public ::testing::TestWithParam<const char*> {
@@ -489,19 +478,14 @@ TEST(FolderStorage, GoesAwayHoweverDeepItIs) {
 TEST(FolderStorage, ConsolidateClearsAwayOldLeftovers) {
   const Scratch scratch;
   const auto storage = create((scratch / "s").u16string().c_str());
-  const auto old_file = scratch / "s" / ".tmp-1";
-  const auto old_folder = scratch / "s" / ".tmp-2";
-  const auto young = scratch / "s" / ".tmp-3";
-  std::filesystem::create_directories(old_folder / "in");
-  std::ofstream(old_file) << "x";
-  std::ofstream(young) << "x";
+  const auto in = [&](const char* name) { return scratch / "s" / name; };
+  std::filesystem::create_directories(in(".tmp-2") / "in");
+  for (const char* file : {".tmp-1", ".tmp-3"}) std::ofstream(in(file)) << "x";
   const auto long_ago = std::filesystem::file_time_type::clock::now() - std::chrono::hours(2);
-  std::filesystem::last_write_time(old_file, long_ago);
-  std::filesystem::last_write_time(old_folder, long_ago);
+  for (const char* old : {".tmp-1", ".tmp-2"}) std::filesystem::last_write_time(in(old), long_ago);
   EXPECT_EQ(storage->Commit(STGC_CONSOLIDATE), S_OK);
-  EXPECT_FALSE(std::filesystem::exists(old_file));
-  EXPECT_FALSE(std::filesystem::exists(old_folder));
-  EXPECT_TRUE(std::filesystem::exists(young));
+  for (const char* old : {".tmp-1", ".tmp-2"}) EXPECT_FALSE(std::filesystem::exists(in(old)));
+  EXPECT_TRUE(std::filesystem::exists(in(".tmp-3")));
 }
 
 // A writer is killed at any moment: what is found afterwards is whole, and nothing is missing.
