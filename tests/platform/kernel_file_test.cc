@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/kernel/code_page.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::platform {
 namespace {
@@ -18,22 +19,15 @@ namespace fs = std::filesystem;
 
 class FileTest : public testing::Test {
  protected:
-  FileTest() {
-    std::string pattern = (fs::temp_directory_path() / "kernel_file_XXXXXX").string();
-    folder_ = mkdtemp(pattern.data());
-  }
-  ~FileTest() override { fs::remove_all(folder_); }
-
-  [[nodiscard]] std::string path(const char* name) const { return folder_ + "/" + name; }
+  [[nodiscard]] std::string path(const char* name) const { return scratch_.file(name); }
 
   std::string make(const char* name, std::string_view content) {
     std::ofstream(path(name)) << content;
     return path(name);
   }
-  static std::string content(const std::string& path) {
-    std::ifstream in(path);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
+  static std::string content(const std::string& path) { return test::read_file(path); }
+  // What a call that failed left as its error; 0 for one that did not fail.
+  static DWORD error_of(BOOL result) { return result ? 0 : GetLastError(); }
   // Opens, and tells the last error.
   static std::pair<Handle, DWORD> open(const std::string& path, DWORD access, DWORD share,
                                        DWORD disposition) {
@@ -43,7 +37,8 @@ class FileTest : public testing::Test {
     return {std::move(handle), GetLastError()};
   }
 
-  std::string folder_;
+  const test::ScratchFolder scratch_;
+  const std::string& folder_ = scratch_.path();
 };
 
 TEST_F(FileTest, DispositionsCreateEmptyAndRefuse) {
@@ -91,8 +86,7 @@ TEST_F(FileTest, RefusesDirectoriesAndWrongPaths) {
     chmod(path("f").c_str(), 0);
     EXPECT_EQ(open(path("f"), GENERIC_READ, 0, OPEN_EXISTING).second, ERROR_ACCESS_DENIED);
   }
-  EXPECT_FALSE(DeleteFileA(folder_.c_str()));
-  EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+  EXPECT_EQ(error_of(DeleteFileA(folder_.c_str())), ERROR_ACCESS_DENIED);
 }
 
 TEST_F(FileTest, SharingHoldsByInodeUntilTheHandleCloses) {
@@ -124,8 +118,7 @@ TEST_F(FileTest, SharingHoldsByInodeUntilTheHandleCloses) {
     EXPECT_FALSE(open(file, GENERIC_WRITE, 0, CREATE_ALWAYS).first);
     EXPECT_EQ(content(file), "content");
     EXPECT_FALSE(DeleteFileA(link.c_str()));
-    EXPECT_FALSE(MoveFileExA(file.c_str(), path("g").c_str(), 0));
-    EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+    EXPECT_EQ(error_of(MoveFileExA(file.c_str(), path("g").c_str(), 0)), ERROR_SHARING_VIOLATION);
   }
   EXPECT_TRUE(open(file, GENERIC_WRITE, 0, CREATE_ALWAYS).first);
   EXPECT_TRUE(open("/dev/null", GENERIC_READ, 0, OPEN_EXISTING).first);
@@ -156,26 +149,22 @@ TEST_F(FileTest, ReadsWritesAndSeeks) {
   EXPECT_TRUE(GetFileSizeEx(file.get(), &where));
   EXPECT_EQ(where.QuadPart, 5);
   EXPECT_EQ(content(path("f")), "01234");
-  EXPECT_FALSE(ReadFile(nullptr, buffer, 1, &moved, nullptr));
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(error_of(ReadFile(nullptr, buffer, 1, &moved, nullptr)), ERROR_INVALID_HANDLE);
 
   const auto full = open("/dev/full", GENERIC_WRITE, 0, OPEN_EXISTING);
-  EXPECT_FALSE(WriteFile(full.first.get(), "x", 1, &moved, nullptr));
-  EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
+  EXPECT_EQ(error_of(WriteFile(full.first.get(), "x", 1, &moved, nullptr)), ERROR_DISK_FULL);
 }
 
 TEST_F(FileTest, MovesAndReplaces) {
   const std::string from = make("from", "new");
   const std::string to = make("to", "old");
-  EXPECT_FALSE(MoveFileExA(from.c_str(), to.c_str(), 0));
-  EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+  EXPECT_EQ(error_of(MoveFileExA(from.c_str(), to.c_str(), 0)), ERROR_ALREADY_EXISTS);
   EXPECT_TRUE(
       MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
   EXPECT_EQ(content(to), "new");
   EXPECT_FALSE(fs::exists(from));
   EXPECT_TRUE(DeleteFileA(to.c_str()));
-  EXPECT_FALSE(DeleteFileA(to.c_str()));
-  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(error_of(DeleteFileA(to.c_str())), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(FileTest, NamesReachTheFileSystemAsUtf8) {

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "platform/kernel/handles.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::platform {
 namespace {
@@ -22,15 +23,8 @@ constexpr const char* kPlugin = "TlwbkPlg.dll";
 // A directory that stands in TALLOWBROOK_PLUGIN_PATH.
 class LibraryTest : public testing::Test {
  protected:
-  LibraryTest() {
-    std::string pattern = (fs::temp_directory_path() / "kernel_library_XXXXXX").string();
-    folder_ = mkdtemp(pattern.data());
-    setenv("TALLOWBROOK_PLUGIN_PATH", (":/nowhere:" + folder_).c_str(), 1);
-  }
-  ~LibraryTest() override {
-    unsetenv("TALLOWBROOK_PLUGIN_PATH");
-    fs::remove_all(folder_);
-  }
+  LibraryTest() { setenv("TALLOWBROOK_PLUGIN_PATH", (":/nowhere:" + folder_).c_str(), 1); }
+  ~LibraryTest() override { unsetenv("TALLOWBROOK_PLUGIN_PATH"); }
   // A copy of the C library's mathematics serves as plug-in.
   void install(const char* name) const {
     fs::copy_file(module_path(reinterpret_cast<const void*>(static_cast<double (*)(double)>(cbrt))),
@@ -50,7 +44,8 @@ class LibraryTest : public testing::Test {
     EXPECT_TRUE(FreeLibrary(module));
   }
 
-  std::string folder_;
+  const test::ScratchFolder scratch_;
+  const std::string& folder_ = scratch_.path();
 };
 
 TEST_F(LibraryTest, IsFoundUnderBothNames) {

@@ -22,6 +22,9 @@ using test::Peer;
 
 const ULONG kLoopback = htonl(INADDR_LOOPBACK);
 
+// What a call that failed left as its error; 0 for one that did not fail.
+int error_of(int result) { return result == SOCKET_ERROR ? WSAGetLastError() : 0; }
+
 class Net : public ::testing::Test {
  protected:
   Net() {
@@ -113,9 +116,7 @@ TEST_F(Net, WhatIsNoSocketIsRefusedByEveryCall) {
   ULONG on = 1;
   Linger linger{};
   int length = sizeof linger;
-  const auto refused = [](int result) {
-    return result == SOCKET_ERROR && WSAGetLastError() == WSAENOTSOCK;
-  };
+  const auto refused = [](int result) { return error_of(result) == WSAENOTSOCK; };
   SocketSet set;
   const int file = ::open("/dev/null", O_RDWR | O_CLOEXEC);
   for (const SOCKET bad : {INVALID_SOCKET, static_cast<SOCKET>(file), SOCKET{1} << 40}) {
@@ -131,8 +132,7 @@ TEST_F(Net, WhatIsNoSocketIsRefusedByEveryCall) {
   set.add(INVALID_SOCKET);
   EXPECT_TRUE(refused(net::select(&set, nullptr, nullptr, nullptr)));
   SocketSet none;
-  EXPECT_EQ(net::select(&none, nullptr, nullptr, nullptr), SOCKET_ERROR);
-  EXPECT_EQ(WSAGetLastError(), WSAEINVAL);
+  EXPECT_EQ(error_of(net::select(&none, nullptr, nullptr, nullptr)), WSAEINVAL);
 }
 
 TEST_F(Net, LingerIsReadAsItWasSet) {
@@ -151,14 +151,12 @@ TEST_F(Net, LingerIsReadAsItWasSet) {
 TEST_F(Net, ARefusedConnectionTellsAtOnceOrWhenItIsWaitedFor) {
   const int port = dead_port();
   const SOCKET blocking = net::socket(kInternetFamily, kStreamSocket, 0);
-  EXPECT_EQ(connect_to(blocking, port), SOCKET_ERROR);
-  EXPECT_EQ(WSAGetLastError(), WSAECONNREFUSED);
+  EXPECT_EQ(error_of(connect_to(blocking, port)), WSAECONNREFUSED);
   EXPECT_EQ(closesocket(blocking), 0);
 
   const SOCKET waiting = net::socket(kInternetFamily, kStreamSocket, 0);
   make_non_blocking(waiting);
-  EXPECT_EQ(connect_to(waiting, port), SOCKET_ERROR);
-  EXPECT_EQ(WSAGetLastError(), WSAEWOULDBLOCK);
+  EXPECT_EQ(error_of(connect_to(waiting, port)), WSAEWOULDBLOCK);
   SocketSet made;
   SocketSet failed;
   made.add(waiting);
@@ -191,8 +189,7 @@ TEST_F(Net, SelectWaitsForItsTimeAndKeepsOnlyWhatIsReady) {
   EXPECT_EQ(net::recv(quiet, bytes, sizeof bytes, kPeek), 4);
   EXPECT_EQ(net::recv(quiet, bytes, sizeof bytes, 0), 4);
   make_non_blocking(quiet);
-  EXPECT_EQ(net::recv(quiet, bytes, sizeof bytes, 0), SOCKET_ERROR);
-  EXPECT_EQ(WSAGetLastError(), WSAEWOULDBLOCK);
+  EXPECT_EQ(error_of(net::recv(quiet, bytes, sizeof bytes, 0)), WSAEWOULDBLOCK);
   EXPECT_EQ(closesocket(quiet), 0);
 }
 
@@ -252,13 +249,11 @@ TEST_F(Net, BrokenConnectionsTellWhatBrokeThem) {
   SocketSet set;
   EXPECT_EQ(wait_for(made, set, 5000), 1);
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(net::send(made, "x", 1, 0), SOCKET_ERROR);
-    EXPECT_EQ(WSAGetLastError(), WSAECONNRESET);
+    EXPECT_EQ(error_of(net::send(made, "x", 1, 0)), WSAECONNRESET);
   }
   EXPECT_EQ(closesocket(made), 0);
   const SOCKET fresh = net::socket(kInternetFamily, kStreamSocket, 0);
-  EXPECT_EQ(net::send(fresh, "x", 1, 0), SOCKET_ERROR);
-  EXPECT_EQ(WSAGetLastError(), WSAENOTCONN);
+  EXPECT_EQ(error_of(net::send(fresh, "x", 1, 0)), WSAENOTCONN);
   EXPECT_EQ(closesocket(fresh), 0);
 }
 
@@ -273,8 +268,7 @@ TEST_F(Net, HostsAreFoundByNameAndByNumber) {
   char name[256];
   EXPECT_EQ(net::gethostname(name, sizeof name), 0);
   EXPECT_NE(name[0], '\0');
-  EXPECT_EQ(net::gethostname(name, 1), SOCKET_ERROR);
-  EXPECT_EQ(WSAGetLastError(), WSAEFAULT);
+  EXPECT_EQ(error_of(net::gethostname(name, 1)), WSAEFAULT);
 }
 
 }  // namespace

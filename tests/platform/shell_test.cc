@@ -7,7 +7,6 @@
 #include "platform/shell/image_list.h"
 #include "platform/shell/menu.h"
 #include "platform/shell/string_table.h"
-#include "platform/shell/system_metrics.h"
 #include "tests/support/host_stream.h"
 
 namespace tallowbrook::platform {
@@ -192,12 +191,6 @@ TEST(ImageList, RefusesWhatDoesNotFit) {
   slow.most_taken = 10;
   EXPECT_FALSE(ImageList_Write(list, &slow));
   ImageList_Destroy(list);
-}
-
-TEST(SystemMetrics, OfIcons) {
-  EXPECT_EQ(GetSystemMetrics(SM_CXSMICON), 16);
-  EXPECT_EQ(GetSystemMetrics(SM_CXICON), 32);
-  EXPECT_EQ(GetSystemMetrics(12345), 0);
 }
 
 }  // namespace
