@@ -1,6 +1,6 @@
 // Whatever a host holds of a message stays usable and harmless when what it shows is gone: every
-// kind of object, after every way of losing it, used and released in many orders. (Memory checkers
-// see the rest.)
+// kind of object, after every way of losing it, used or not and released in many orders. (Memory
+// checkers see the rest.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -177,8 +177,11 @@ TEST(Handles, StayUsableWhateverIsGone) {
       loss.lose(held);
       const std::string before = loss.cuts_off ? saved(held.message) : "";
       std::shuffle(held.objects.begin(), held.objects.end(), random);
+      // The message goes among the others, unless it is looked at behind them.
+      const std::size_t last_with_message = loss.cuts_off ? 0 : random() % held.objects.size();
       while (!held.objects.empty()) {
-        use(held.objects.back());
+        if (held.objects.size() == last_with_message) held.message.reset();
+        if (order % 3 != 0) use(held.objects.back());
         if (order % 2 == 0 && held.objects.size() > 1) use(held.objects.front());
         held.objects.pop_back();
       }
@@ -187,23 +190,6 @@ TEST(Handles, StayUsableWhateverIsGone) {
       }
       for (const auto& items : held.enumerators) use(*items);
     }
-  }
-}
-
-// The same objects released one by one without use, the message among them, in many orders.
-TEST(Handles, AreReleasedInAnyOrder) {
-  std::mt19937 random(6);
-  for (int order = 0; order < 200; ++order) {
-    Held held;
-    std::vector<ComPtr<IUnknown>> all;
-    for (Object& each : held.objects) all.push_back(each.query<IUnknown>());
-    for (auto& each : held.enumerators) all.push_back(each.query<IUnknown>());
-    all.push_back(held.message.query<IUnknown>());
-    held.objects.clear();
-    held.enumerators.clear();
-    held.message.reset();
-    std::shuffle(all.begin(), all.end(), random);
-    while (!all.empty()) all.pop_back();
   }
 }
 
