@@ -235,34 +235,16 @@ TEST_F(OptionEvents, EventsAreHeardByTheirNumbers) {
 TEST_F(Options, APutFromInsideTheMessagesEventRaisesNone) {
   const auto message = test::loaded(kMessage);
   int calls = 0;
-  struct Sink final : ScriptObject {
-    using ScriptObject::ScriptObject;
-    HRESULT QueryInterface(REFIID iid, void** object) override {
-      return ScriptObject::QueryInterface(iid == _IAccessorEvents::kIid ? IDispatch::kIid : iid,
-                                          object);
-    }
-    HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-      return on_event();
-    }
-    std::function<HRESULT()> on_event;
-  };
-  const auto sink = make_object<Sink>(test::Behaviour());
-  sink->on_event = [&] {
+  const auto sink = make_object<test::EventSink>([&](DISPID, DISPPARAMS&) {
     if (++calls < 5) test::put(message.get(), u"Subject", Variant(u"nested"));
-    return S_OK;
-  };
-  ComPtr<IConnectionPoint> point;
-  message.query<IConnectionPointContainer>()->FindConnectionPoint(_IAccessorEvents::kIid,
-                                                                  point.out());
-  DWORD cookie = 0;
-  ASSERT_EQ(point->Advise(sink.get(), &cookie), S_OK);
+  });
+  const test::Connected connected(message, sink.get());
   const auto values = values_of(message, u"Subject");
   EXPECT_EQ(edit(item(values, 0), Variant(u"edited")), S_OK);
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "nested");
   test::put(message.get(), u"Subject", Variant(u"again"));
   EXPECT_EQ(calls, 2);
-  EXPECT_EQ(point->Unadvise(cookie), S_OK);
 }
 
 // --- sinks ---------------------------------------------------------------------------------------

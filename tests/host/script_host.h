@@ -52,6 +52,46 @@ class ScriptObject : public Object<Shared, IDispatch> {
   std::vector<std::u16string> names_;
 };
 
+// Hears a message's accessor events, and has no member names.
+class EventSink final : public Object<Shared, IDispatch> {
+ public:
+  using Heard = std::function<void(DISPID event, DISPPARAMS& arguments)>;
+  explicit EventSink(Heard heard) : heard_(std::move(heard)) {}
+
+  HRESULT QueryInterface(REFIID iid, void** object) override {
+    return Object::QueryInterface(iid == _IAccessorEvents::kIid ? IDispatch::kIid : iid, object);
+  }
+  HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT GetIDsOfNames(REFIID, OLECHAR**, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  HRESULT Invoke(DISPID event, REFIID, LCID, WORD, DISPPARAMS* arguments, VARIANT*, EXCEPINFO*,
+                 UINT*) override {
+    heard_(event, *arguments);
+    return S_OK;
+  }
+
+ private:
+  Heard heard_;
+};
+
+// The connection of a sink to an object's accessor events, for as long as this lives.
+class Connected {
+ public:
+  template <class T>
+  Connected(const platform::ComPtr<T>& object, IUnknown* sink) {
+    const auto container = object.template query<IConnectionPointContainer>();
+    EXPECT_EQ(container->FindConnectionPoint(_IAccessorEvents::kIid, point_.out()), S_OK);
+    EXPECT_EQ(point_->Advise(sink, &cookie_), S_OK);
+  }
+  ~Connected() { EXPECT_EQ(point_->Unadvise(cookie_), S_OK); }
+  Connected(const Connected&) = delete;
+  Connected& operator=(const Connected&) = delete;
+
+ private:
+  platform::ComPtr<IConnectionPoint> point_;
+  DWORD cookie_ = 0;
+};
+
 // Makes the explorer's classes creatable while it lives: each is a ScriptObject with `behaviour`,
 // unless `create` says otherwise.
 class ScriptHost {

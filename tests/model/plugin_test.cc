@@ -38,12 +38,18 @@ class Plugin {
   HMODULE library_ = nullptr;
 };
 
-TEST(PluginTest, HearsOfEachMessageThatWasLoaded) {
+class PluginTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(plugin.found());
+    before = plugin.calls();
+  }
   const Plugin plugin;
-  ASSERT_TRUE(plugin.found());
-  const auto message = new_message();
-  const int before = plugin.calls();
+  const ComPtr<IMimeDecoder> message = new_message();
+  int before = 0;
+};
 
+TEST_F(PluginTest, HearsOfEachMessageThatWasLoaded) {
   EXPECT_EQ(load(message,
                  "Subject: first\r\nReceived: from a by b; 1 Jun 2026 10:00:00 +0200\r\n"
                  "\r\nbody\r\n"),
@@ -60,11 +66,7 @@ TEST(PluginTest, HearsOfEachMessageThatWasLoaded) {
   EXPECT_EQ(plugin.calls(), before + 1);
 }
 
-TEST(PluginTest, MayLoadTheMessageThatItIsToldOf) {
-  const Plugin plugin;
-  ASSERT_TRUE(plugin.found());
-  const auto message = new_message();
-  const int before = plugin.calls();
+TEST_F(PluginTest, MayLoadTheMessageThatItIsToldOf) {
   EXPECT_EQ(load(message, "Subject: once more\r\n\r\nbody\r\n"), S_OK);
   EXPECT_EQ(plugin.calls(), before + 1);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "Lunch");
@@ -72,11 +74,7 @@ TEST(PluginTest, MayLoadTheMessageThatItIsToldOf) {
   EXPECT_EQ(plugin.calls(), before + 2);
 }
 
-TEST(PluginTest, MayThrow) {
-  const Plugin plugin;
-  ASSERT_TRUE(plugin.found());
-  const auto message = new_message();
-  const int before = plugin.calls();
+TEST_F(PluginTest, MayThrow) {
   EXPECT_EQ(load(message, "Subject: throw\r\n\r\nbody\r\n"), S_OK);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "throw");
   EXPECT_EQ(load(message, "Subject: next\r\n\r\nbody\r\n"), S_OK);

@@ -334,47 +334,41 @@ TEST_F(Session, ARejectedRecipientDoesNotStopTheRest) {
 
 // ---- the text of a message ------------------------------------------------------------------
 
-TEST_F(Session, NothingIsTakenBehindTheEndOfTheText) {
-  MailServer server(polite());
-  CSMTP session;
-  ASSERT_TRUE(connect(session, server));
-  ASSERT_TRUE(prepare(session));
-  EXPECT_EQ(session.write("text\r\n.\r\nMAIL From: <evil@x.org>\r\n"), 9);
-  EXPECT_EQ(session.write("MAIL From: <evil@x.org>\r\n"), -1);
-  EXPECT_EQ(session.last_error(), "Data refused, server is not ready for it");
-  EXPECT_TRUE(session.result());
-  EXPECT_TRUE(session.disconnect_session());
-  server.stop();
-  EXPECT_EQ(server.commands.size(), 6U);
-  EXPECT_EQ(server.messages, std::vector<std::string>{"text\r\n.\r\n"});
-}
-
-TEST_F(Session, AnAmbiguousEndBreaksTheConnectionOff) {
-  MailServer server(polite());
-  CSMTP session;
-  ASSERT_TRUE(connect(session, server));
-  ASSERT_TRUE(prepare(session));
-  EXPECT_EQ(session.write("text\n"), 5);
-  EXPECT_EQ(session.write(".\nMAIL From: <evil@x.org>\r\n"), -1);
-  EXPECT_EQ(session.last_error(), "Line end around a lone dot is not CR LF");
-  EXPECT_FALSE(session.connected());
-  EXPECT_FALSE(session.result());
-  server.stop();
-  EXPECT_TRUE(server.messages.empty());
-}
-
-TEST_F(Session, ResultSuppliesTheEndThatIsMissing) {
-  for (const char* text : {"", "text", "text\r", "text\r\n", "text\r\n.", "text\r\n.\r"}) {
+// Result supplies the end that is missing; nothing is taken behind it, and an ambiguous one breaks
+// the connection off.
+TEST_F(Session, TheTextEndsOnceAndClearly) {
+  const struct {
+    std::vector<std::pair<std::string, int>> writes;  // and what each returns
+    std::string received;                             // nothing: the connection is broken off
+    const char* error = "OK";
+  } cases[] = {
+      {{{"text\r\n.\r\nMAIL From: <evil@x.org>\r\n", 9}, {"MAIL From: <evil@x.org>\r\n", -1}},
+       "text\r\n.\r\n",
+       "Data refused, server is not ready for it"},
+      {{{"text\n", 5}, {".\nMAIL From: <evil@x.org>\r\n", -1}},
+       "",
+       "Line end around a lone dot is not CR LF"},
+      {{}, ".\r\n"},
+      {{{"text", 4}}, "text\r\n.\r\n"},
+      {{{"text\r", 5}}, "text\r\n.\r\n"},
+      {{{"text\r\n", 6}}, "text\r\n.\r\n"},
+      {{{"text\r\n.", 7}}, "text\r\n.\r\n"},
+      {{{"text\r\n.\r", 8}}, "text\r\n.\r\n"},
+  };
+  for (const auto& c : cases) {
     MailServer server(polite());
     CSMTP session;
     ASSERT_TRUE(connect(session, server));
     ASSERT_TRUE(prepare(session));
-    if (*text != '\0') session.write(text);
-    EXPECT_TRUE(session.result()) << text;
+    for (const auto& [text, sent] : c.writes) EXPECT_EQ(session.write(text), sent) << text;
+    EXPECT_EQ(session.last_error(), c.error);
+    const bool goes_on = !c.received.empty();
+    EXPECT_EQ(session.connected(), goes_on);
+    EXPECT_EQ(session.result(), goes_on) << c.received;
     EXPECT_TRUE(session.disconnect_session()) << session.last_error();
     server.stop();
-    const std::string wanted = *text == '\0' ? ".\r\n" : "text\r\n.\r\n";
-    EXPECT_EQ(server.messages, std::vector<std::string>{wanted});
+    EXPECT_EQ(server.commands.size(), goes_on ? 6U : 5U);
+    EXPECT_EQ(server.messages, std::vector<std::string>(goes_on ? 1 : 0, c.received));
   }
 }
 
