@@ -122,17 +122,6 @@ TEST(Registry, UserGoesBeforeMachineAndChangesAreSeenAtOnce) {
   EXPECT_EQ(state.st_mode & 0777, 0644U) << "every user reads the machine's";
 }
 
-TEST(Registry, ARootWithoutContentHasNoFile) {
-  const ScratchRegistry registry;
-  ASSERT_EQ(set_value(kMachine, "Software\\Classes\\CLSID\\x", "y"), S_OK);
-  EXPECT_NE(read_file(registry.machine()), "");
-  RegistryEdit edit;
-  ASSERT_EQ(edit.open(kMachine), S_OK);
-  edit.tree(RegistryRoot::kLocalMachine).remove_key("Software\\Classes\\CLSID\\x");
-  ASSERT_EQ(edit.commit(), S_OK);
-  EXPECT_NE(::access(registry.machine().c_str(), F_OK), 0);
-}
-
 TEST(Registry, AFileThatCannotBeUnderstoodIsReadAsFarAsItGoesAndNotOverwritten) {
   const ScratchRegistry registry;
   const std::string text = "[Software\\Classes\\Acme]\n@=\"x\"\nnonsense\n";
