@@ -136,21 +136,16 @@ TEST_F(MimeBodyTest, PutsStoreByTheTypeOfTheValue) {
   Variant small;
   small.vt = VT_I2;
   small.iVal = -3;
-  const std::function<HRESULT(VARIANT)> major = [&](VARIANT v) {
-    return part->put_MajorContentType(v);
-  };
-  const std::function<HRESULT(VARIANT)> minor = [&](VARIANT v) {
-    return part->put_MinorContentType(v);
-  };
-  const std::function<HRESULT(VARIANT)> encoding = [&](VARIANT v) { return part->put_Encoding(v); };
-  const std::function<HRESULT(VARIANT)> description = [&](VARIANT v) {
-    return part->put_Description(v);
-  };
+  using Put = HRESULT (CMimeBody::*)(VARIANT);
+  constexpr Put major = &CMimeBody::put_MajorContentType;
+  constexpr Put minor = &CMimeBody::put_MinorContentType;
+  constexpr Put encoding = &CMimeBody::put_Encoding;
+  constexpr Put description = &CMimeBody::put_Description;
   constexpr EntryName kType = EntryName::ContentType;
   constexpr EntryName kEncoding = EntryName::ContentTransferEncoding;
   constexpr EntryName kDescription = EntryName::ContentDescription;
   const struct {
-    const std::function<HRESULT(VARIANT)>& put;
+    Put put;
     Variant value;
     EntryName field;
     const char* stored;
@@ -173,7 +168,7 @@ TEST_F(MimeBodyTest, PutsStoreByTheTypeOfTheValue) {
       {description, date, kDescription, "date \"Tue, 1 Jun 2004 12:00:00\""},
   };
   for (const auto& row : kRows) {
-    EXPECT_EQ(row.put(row.value), S_OK);
+    EXPECT_EQ(((*part).*row.put)(row.value), S_OK);
     EXPECT_TRUE(changed());
     EXPECT_EQ(test::dump(field_value(record, row.field)), row.stored);
   }

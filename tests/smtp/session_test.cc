@@ -388,7 +388,6 @@ TEST_F(Session, DisconnectingInTheMiddleOfATextDropsIt) {
 
 // Bytes that do not go out at once: the watch follows what was sent, not what was given.
 TEST_F(Session, ShortSendsAreCountedAndWatchedAsSent) {
-  std::string received;
   Steps steps = polite();
   steps["DATA"] = [](Peer& peer) {
     peer.say("354 go on\r\n");
