@@ -51,6 +51,16 @@ TEST(ClientSocket, DeliversWhatTheMessageSaves) {
   }
 }
 
+// More than any buffer on the way holds.
+TEST(ClientSocket, ASlowReceiverGetsEveryByte) {
+  MailServer server(polite(), 4096);
+  const auto message = test::loaded(test::header() + test::lines(50'000'000));
+  EXPECT_TRUE(deliver(message, server.port()));
+  server.stop();
+  ASSERT_EQ(server.messages.size(), 1U);
+  EXPECT_TRUE(server.messages[0] == test::saved(message));
+}
+
 TEST(ClientSocket, ARawCopyWithoutADotLineIsEnded) {
   MailServer server(polite());
   const auto message = test::new_message();
