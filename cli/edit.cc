@@ -152,7 +152,8 @@ void add_edit(CLI::App& program, int& status) {
     command->add_option(name, list, text)
         ->type_name(type)
         ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false);
   };
   command->add_option("FILE", options->file, "The message to read; - is standard input")
       ->required();

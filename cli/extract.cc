@@ -266,7 +266,8 @@ void add_extract(CLI::App& program, int& status) {
                    "Only this part, or all parts of this multipart; may be given several times")
       ->type_name("N.N")
       ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false);
   auto* const list = command->add_flag(
       "--list", options->list, "Only print the parts: number, type, decoded size, file name");
   command->add_flag("--stdout", options->standard_output, "Write the one part to standard output")

@@ -92,7 +92,8 @@ void add_new(CLI::App& program, int& status) {
     command->add_option(name, list, text)
         ->type_name("ADDRESS")
         ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false);
   };
   command->add_option("--from", options->from, "The sender")->type_name("ADDRESS")->required();
   addresses("--to", options->to, "Recipients");
@@ -106,7 +107,8 @@ void add_new(CLI::App& program, int& status) {
   command->add_option("--attach", options->attachments, "Files to attach")
       ->type_name("FILE")
       ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false);
   command->add_option("-o,--output", options->out, "The file to write; - is standard output")
       ->type_name("OUT")
       ->required();
