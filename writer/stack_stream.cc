@@ -22,26 +22,4 @@ HRESULT StackStream::Write(const void*, ULONG, ULONG* written) {
   return E_NOTIMPL;
 }
 
-HRESULT StackStream::Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER* position) {
-  if (position != nullptr) position->QuadPart = 0;
-  return E_NOTIMPL;
-}
-
-HRESULT StackStream::CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read,
-                            ULARGE_INTEGER* written) {
-  if (read != nullptr) read->QuadPart = 0;
-  if (written != nullptr) written->QuadPart = 0;
-  return E_NOTIMPL;
-}
-
-HRESULT StackStream::Stat(STATSTG* stat, DWORD) {
-  if (stat != nullptr) *stat = STATSTG{};
-  return E_NOTIMPL;
-}
-
-HRESULT StackStream::Clone(IStream** clone) {
-  if (clone != nullptr) *clone = nullptr;
-  return E_NOTIMPL;
-}
-
 }  // namespace tallowbrook

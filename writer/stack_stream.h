@@ -2,11 +2,11 @@
 // and counts no references. Everything is refused but what a derived class does.
 #pragma once
 
-#include "platform/storage/stream.h"
+#include "streams/sequential_stream.h"
 
 namespace tallowbrook {
 
-class StackStream : public IStream {
+class StackStream : public SequentialStream {
  public:
   StackStream() = default;
   StackStream(const StackStream&) = delete;
@@ -17,15 +17,6 @@ class StackStream : public IStream {
   ULONG Release() final { return 1; }
   HRESULT Read(void* pv, ULONG cb, ULONG* read) override;
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
-  HRESULT Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) override;
-  HRESULT SetSize(ULARGE_INTEGER) final { return E_NOTIMPL; }
-  HRESULT CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER* read, ULARGE_INTEGER* written) final;
-  HRESULT Commit(DWORD) final { return E_NOTIMPL; }
-  HRESULT Revert() final { return E_NOTIMPL; }
-  HRESULT LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) final { return E_NOTIMPL; }
-  HRESULT UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) final { return E_NOTIMPL; }
-  HRESULT Stat(STATSTG* stat, DWORD) final;
-  HRESULT Clone(IStream** clone) final;
 
  protected:
   ~StackStream() = default;
