@@ -12,7 +12,8 @@
 // (VT_DISPATCH), its class id and data, for any other value what WriteVariant writes
 // (variant_stream.h). An item that cannot be written is not counted; a null object is, and Load
 // passes it over. Where an object cannot be created again Load ends with the items before it, since
-// nobody knows how long its data are; one whose own Load fails is an item nonetheless.
+// nobody knows how long its data are, and so do the Loads of the collections around it; one whose
+// own Load fails is an item nonetheless.
 //
 // Releasing an item, and reading its ID, can run a host's code, which may call the collection
 // again: the sequence is always whole before that.
@@ -163,9 +164,11 @@ class IMyVariantCollectionOnSTLImpl
         VARTYPE type = VT_EMPTY;
         if (FAILED(read_exactly(*stream, &type, sizeof(type)))) break;  // nothing can follow
         platform::Variant item;
-        const Read read = read_item(*stream, type, item);
-        if (read == Read::kLost) break;
-        if (read == Read::kItem) this->items_.push_back(std::move(item));
+        bool lost = false;
+        if (read_item(*stream, type, item, lost)) this->items_.push_back(std::move(item));
+        if (!lost) continue;
+        lose_place(*stream);
+        break;
       }
       return S_OK;
     });
@@ -263,26 +266,17 @@ class IMyVariantCollectionOnSTLImpl
     return items;
   }
 
-  // What stood in the stream: an item; something that is none; or something of unknown length, so
-  // that nothing behind it can be found.
-  enum class Read { kItem, kNone, kLost };
-
-  static Read read_item(IStream& stream, VARTYPE type, platform::Variant& item) {
-    bool lost = false;
-    if (type != VT_DISPATCH) {
-      const HRESULT status = ReadVariant(stream, item, &lost);
-      if (SUCCEEDED(status)) return Read::kItem;
-      return lost ? Read::kLost : Read::kNone;
-    }
+  // False for something that is no item. `lost` is set when nothing behind it can be found, since
+  // its length, or that of something in it, is unknown.
+  static bool read_item(IStream& stream, VARTYPE type, platform::Variant& item, bool& lost) {
+    if (type != VT_DISPATCH) return SUCCEEDED(ReadVariant(stream, item, &lost));
     platform::ComPtr<IUnknown> object;
-    const HRESULT status = read_object(stream, object, FailedLoad::kKeeps, &lost);
-    if (lost) return Read::kLost;
-    if (status != S_OK) return Read::kNone;
+    if (read_object(stream, object, FailedLoad::kKeeps, &lost) != S_OK) return false;
     auto dispatch = object.query<IDispatch>();
-    if (!dispatch) return Read::kNone;
+    if (!dispatch) return false;
     item.vt = VT_DISPATCH;
     item.pdispVal = dispatch.detach();
-    return Read::kItem;
+    return true;
   }
 
   bool saving_ = false;

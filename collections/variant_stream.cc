@@ -18,17 +18,22 @@ constexpr int kMostNested = 64;
 constexpr DWORD kAnyServer = CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER;
 
 // Objects may load and save further objects in the same stream: counts how deep this thread stands
-// in them.
+// in them, and keeps the stream in which one of them lost its place.
 class Nesting {
  public:
-  Nesting() { ++depth_; }
+  Nesting() {
+    if (depth_++ == 0) lost_in_ = nullptr;
+  }
   ~Nesting() { --depth_; }
   Nesting(const Nesting&) = delete;
   Nesting& operator=(const Nesting&) = delete;
   [[nodiscard]] static bool too_deep() { return depth_ > kMostNested; }
+  [[nodiscard]] static bool lost_in(const IStream& stream) { return lost_in_ == &stream; }
+  static void lose_place(const IStream& stream) { lost_in_ = &stream; }
 
  private:
   static inline thread_local int depth_ = 0;
+  static inline thread_local const IStream* lost_in_ = nullptr;
 };
 
 // The size of a value that is stored as it stands in the VARIANT; 0 for any other type.
@@ -193,6 +198,8 @@ HRESULT write_exactly(IStream& stream, const void* source, ULONG size) {
   return written < size ? E_FAIL : S_OK;
 }
 
+void lose_place(IStream& stream) { Nesting::lose_place(stream); }
+
 bool can_write_object(IUnknown* object) {
   Writable found;
   return find_writable(object, found);
@@ -218,6 +225,7 @@ HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object, FailedL
   if (lost != nullptr) *lost = FAILED(status);
   if (status != S_OK) return status;
   const HRESULT loaded = load_through_persist(stream, *created);
+  if (lost != nullptr) *lost = Nesting::lost_in(stream);
   if (FAILED(loaded) && failed_load == FailedLoad::kDrops) return loaded;
   object = std::move(created);
   return S_OK;

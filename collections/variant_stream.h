@@ -32,7 +32,8 @@ namespace tallowbrook {
 // The type and the value. Throws std::bad_alloc.
 [[nodiscard]] HRESULT WriteVariant(IStream& stream, const VARIANT& value);
 // Reads what WriteVariant wrote; `value` is empty unless it succeeds. `*lost` (may be null) is set
-// when the stream now stands somewhere inside of what could not be read. Throws std::bad_alloc.
+// when the stream now stands somewhere inside of what could not be read, by whichever object in an
+// object. Throws std::bad_alloc.
 [[nodiscard]] HRESULT ReadVariant(IStream& stream, platform::Variant& value, bool* lost = nullptr);
 
 // How an object of the component whose GetClassID names no class is stored all the same.
@@ -54,9 +55,12 @@ enum class FailedLoad {
   kKeeps,  // the object is given as far as it was loaded
 };
 // Creates and loads an object; S_FALSE and null for a null class id. `lost` as above: set when
-// there is no object to read its data.
+// there is no object to read its data, or no object in it.
 [[nodiscard]] HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object,
                                   FailedLoad failed_load = FailedLoad::kDrops,
                                   bool* lost = nullptr);
+// For an object whose own Load ended inside of what it could not read and succeeds all the same:
+// makes what reads it from the stream end there, too.
+void lose_place(IStream& stream);
 
 }  // namespace tallowbrook

@@ -90,9 +90,17 @@ TEST_F(NestedCollections, AnUnknownClassEndsTheLoad) {
     }
     bytes.append(reinterpret_cast<const char*>(&nobody), sizeof(nobody));
     bytes.append("\3\0\3\0\2\0\0\0", 8);  // the object's own data, which look like an item
-    const auto list = read_back(bytes);
-    ASSERT_EQ(count_of(*list), 1);
-    EXPECT_EQ(item(*list, 0).lVal, 1);
+    // The same in a collection in a collection, whose Loads end there as well.
+    std::string nested("\2\0\0\0\11\0", 6);
+    nested.append(reinterpret_cast<const char*>(&CLSID_Collection), sizeof(CLSID));
+    for (const std::string& stream : {bytes, nested + bytes, nested + nested + bytes}) {
+      auto list = read_back(stream);
+      for (; item(*list, 0).vt == VT_DISPATCH; list = object_at<ICollection>(*list, 0)) {
+        ASSERT_EQ(count_of(*list), 1);
+      }
+      ASSERT_EQ(count_of(*list), 1);
+      EXPECT_EQ(item(*list, 0).lVal, 1);
+    }
   }
 }
 
