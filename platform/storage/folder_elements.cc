@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,11 +10,13 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <ctime>
 #include <utility>
 
 #include "platform/com/activation.h"
+#include "platform/com/checked.h"
 #include "platform/storage/file_time.h"
 #include "platform/storage/folder_names.h"
 
@@ -21,6 +24,7 @@ namespace tallowbrook::platform {
 namespace {
 
 constexpr const char* kMark = ".storage";
+constexpr const char* kGone = ".gone";
 constexpr std::string_view kTemporary = ".tmp-";
 constexpr time_t kStaleSeconds = 3600;
 
@@ -166,9 +170,19 @@ mode_t kind_of(int folder, const dirent& entry) {
   return entry.d_type == DT_UNKNOWN ? kind_of(folder, entry.d_name) : S_IFLNK;
 }
 
+// False when somebody holds the folder, who then will clear it away: it is marked before the second
+// try, and who lets it go unlocks it before looking for the mark.
+bool may_empty(int folder) {
+  for (const bool last_try : {false, true}) {
+    if (::flock(folder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return true;
+    if (!last_try) open_at(folder, kGone, O_WRONLY | O_CREAT | O_NOFOLLOW);
+  }
+  return false;
+}
+
 // Removes a file, or a folder with all that is in it. Folders in folders are first moved to the
 // top under temporary names, so that depth costs neither stack nor descriptors. What cannot be
-// removed stays.
+// removed stays, and so does a folder that somebody holds.
 void remove_tree(int folder, const std::string& name) {
   std::vector<std::string> waiting{name};
   while (!waiting.empty()) {
@@ -176,7 +190,8 @@ void remove_tree(int folder, const std::string& name) {
     waiting.pop_back();
     if (::unlinkat(folder, doomed.c_str(), 0) == 0) continue;
     const Descriptor inner = open_folder_at(folder, doomed.c_str());
-    const Directory directory = inner ? read_folder(inner.get()) : nullptr;
+    if (!inner || !may_empty(inner.get())) continue;
+    const Directory directory = read_folder(inner.get());
     if (!directory) continue;
     while (const dirent* entry = ::readdir(directory.get())) {
       const std::string_view child = entry->d_name;
@@ -239,6 +254,49 @@ HRESULT put_in_place(int folder, const std::string& from, const std::string& to,
   return result == 0 ? S_OK : last_status();
 }
 
+// --- holding folders -----------------------------------------------------------------------------
+
+// The name that the folder has now; empty when it has none.
+std::string name_now(int folder) {
+  char path[PATH_MAX];
+  const std::string link = "/proc/self/fd/" + std::to_string(folder);
+  const ssize_t length = ::readlink(link.c_str(), path, sizeof(path));
+  const std::string_view all(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+  return std::string(all.substr(all.rfind('/') + 1));
+}
+
+// Ends the hold. The last one to hold a storage that was removed clears it away.
+void let_go(Descriptor folder) {
+  if (!folder) return;
+  ::flock(folder.get(), LOCK_UN);
+  for (const char* mark : {kGone, kMark}) {
+    if (kind_of(folder.get(), mark) != S_IFREG) return;
+  }
+  const std::string name = name_now(folder.get());
+  const Descriptor parent = open_at(folder.get(), "..", O_RDONLY | O_DIRECTORY);
+  if (parent && name.starts_with(kTemporary)) remove_tree(parent.get(), name);
+}
+
+bool leads_to(int parent, const char* name, int folder) {
+  struct stat there {};
+  struct stat here {};
+  return ::fstatat(parent, name, &there, 0) == 0 && ::fstat(folder, &here) == 0 &&
+         there.st_dev == here.st_dev && there.st_ino == here.st_ino;
+}
+
+// Opens a folder and holds it: what is in it stays for as long as it is open, in whichever process,
+// also when the folder loses its name.
+Descriptor hold_folder_at(int parent, const char* name, int flags) {
+  constexpr int kMostTries = 100;  // some stranger may have locked it
+  for (int tries = 1;; ++tries) {
+    Descriptor folder = open_at(parent, name, O_RDONLY | O_DIRECTORY | flags);
+    if (!folder || tries == kMostTries) return folder;
+    const bool held = ::flock(folder.get(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+    if (held && leads_to(parent, name, folder.get())) return folder;
+    let_go(std::move(folder));
+  }
+}
+
 // --- the mark ------------------------------------------------------------------------------------
 
 std::string mark_text(const CLSID& clsid, DWORD state_bits) {
@@ -284,7 +342,11 @@ class FolderElements final : public Elements {
   FolderElements(Descriptor folder, Descriptor parent, std::string name)
       : folder_(std::move(folder)), parent_(std::move(parent)), temporary_(std::move(name)) {}
   ~FolderElements() override {
-    if (parent_) remove_tree(parent_.get(), temporary_);
+    static_cast<void>(checked([&] {
+      let_go(std::move(folder_));
+      if (parent_) remove_tree(parent_.get(), temporary_);
+      return S_OK;
+    }));
   }
 
   HRESULT list(std::vector<ElementName>& names) override {
@@ -346,7 +408,7 @@ class FolderElements final : public Elements {
   }
 
   HRESULT open(std::u16string_view name, std::shared_ptr<Elements>& storage) override {
-    Descriptor folder = open_folder_at(folder_.get(), file_name_of(name).c_str());
+    Descriptor folder = hold_folder_at(folder_.get(), file_name_of(name).c_str(), O_NOFOLLOW);
     if (!folder) return errno == ENOTDIR ? STG_E_FILENOTFOUND : last_status();
     storage = std::make_shared<FolderElements>(std::move(folder));
     return S_OK;
@@ -359,9 +421,10 @@ class FolderElements final : public Elements {
     if (::mkdirat(parent.get(), name.c_str(), 0777) != 0) {
       return errno == ENOENT ? STG_E_REVERTED : last_status();
     }
-    Descriptor folder = open_folder_at(parent.get(), name.c_str());
+    Descriptor folder = hold_folder_at(parent.get(), name.c_str(), O_NOFOLLOW);
     HRESULT status = folder ? write_mark(folder.get(), GUID_NULL, 0, false) : last_status();
     if (FAILED(status)) {
+      let_go(std::move(folder));
       remove_tree(parent.get(), name);
       return status;
     }
@@ -468,7 +531,7 @@ HRESULT open_parent(const std::string& path, std::unique_ptr<FolderElements>& pa
 }  // namespace
 
 HRESULT open_folder(const std::string& path, std::shared_ptr<Elements>& storage) {
-  Descriptor folder = open_at(AT_FDCWD, path.c_str(), O_RDONLY | O_DIRECTORY);
+  Descriptor folder = hold_folder_at(AT_FDCWD, path.c_str(), 0);
   if (!folder) return errno == ENOTDIR ? STG_E_FILEALREADYEXISTS : last_status();
   const auto opened = std::make_shared<FolderElements>(std::move(folder));
   if (!opened->is_storage()) return STG_E_FILEALREADYEXISTS;

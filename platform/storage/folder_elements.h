@@ -3,12 +3,14 @@
 //   <element>     a file for a stream, a folder for a storage (folder_names.h)
 //   .storage      the mark of a storage, with its class and state bits as text
 //   .tmp-<hex>    what is being written or removed; nobody looks at it
+//   .gone         in a removed folder: who has it open clears it away
 //
 // Every element is written beside its place and renamed into it, so that readers in any process
 // find the old one or the new one, and a process that is killed leaves at most a ".tmp-" behind,
 // which `consolidate` clears away an hour later. The folder is held by a descriptor: renaming a
-// folder above it, or deep nesting, does not matter. Symbolic links and other kinds of files are no
-// elements.
+// folder above it, or deep nesting, does not matter. The descriptor has a shared lock (flock), and
+// who removes or replaces a folder empties it only with an exclusive one: an open storage keeps its
+// elements. Symbolic links and other kinds of files are no elements.
 //
 // The mark:
 //   tallowbrook storage 1
