@@ -14,91 +14,13 @@
 #include <utility>
 
 #include "core/text.h"
-#include "model/list_box.h"
+#include "model/value_boxes.h"
 #include "platform/automation/variant.h"
 
 namespace tallowbrook {
 
 using platform::ComPtr;
 using platform::Variant;
-
-struct HeaderValue::TextBox : Box {
-  std::uint32_t size = 0;
-  std::uint32_t capacity = 0;
-
-  [[nodiscard]] char* bytes() { return reinterpret_cast<char*>(this + 1); }
-  [[nodiscard]] std::string_view view() { return {bytes(), size}; }
-
-  static TextBox* make(std::string_view text, std::size_t capacity) {
-    if (capacity > kImmortal - sizeof(TextBox)) throw std::bad_alloc();
-    void* memory = std::malloc(sizeof(TextBox) + capacity);
-    if (memory == nullptr) throw std::bad_alloc();
-    auto* box = ::new (memory) TextBox{{.kind = ValueKind::Text}};
-    box->capacity = static_cast<std::uint32_t>(capacity);
-    if (!text.empty()) std::memcpy(box->bytes(), text.data(), text.size());
-    box->size = static_cast<std::uint32_t>(text.size());
-    return box;
-  }
-
-  // The same box with room for `needed` bytes, perhaps elsewhere. Only for a box with one owner.
-  static TextBox* grown(TextBox* box, std::size_t needed) {
-    if (needed <= box->capacity) return box;
-    const std::size_t wanted = std::max<std::size_t>(needed, std::size_t{box->capacity} * 2);
-    const std::size_t capacity = std::min<std::size_t>(wanted, kImmortal - sizeof(TextBox));
-    if (needed > capacity) throw std::bad_alloc();
-    void* memory = std::realloc(static_cast<void*>(box), sizeof(TextBox) + capacity);
-    if (memory == nullptr) throw std::bad_alloc();
-    auto* moved = static_cast<TextBox*>(memory);
-    moved->capacity = static_cast<std::uint32_t>(capacity);
-    return moved;
-  }
-};
-
-struct HeaderValue::AddressBox : Box {
-  HeaderValue address;
-  HeaderValue name;
-};
-
-struct HeaderValue::DateBox : Box {
-  DateFields fields;
-  HeaderValue zone;
-};
-
-struct HeaderValue::MapBox : Box {
-  AddressMap entries;
-};
-
-struct HeaderValue::RawBox : Box {
-  HeaderValue text;              // the content while no stream was asked for
-  ComPtr<IStream> stream;        // the content from then on
-  CISSHelper* memory = nullptr;  // `stream` when it is one of ours
-  void* companion = nullptr;     // not held
-  bool begin_line = false;
-
-  void open() {
-    if (stream) return;
-    adopt(CISSHelper::create_with(text.text_view(), 100000, 0));
-    text.Reset();
-  }
-  void adopt(ComPtr<CISSHelper> own) {
-    memory = own.get();
-    stream = std::move(own);
-  }
-  void write(std::string_view bytes) {
-    if (memory != nullptr) {
-      memory->write(bytes);
-    } else if (stream) {
-      if (!bytes.empty()) stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr);
-    } else {
-      if (!text.is_set()) text = HeaderValue::text({});
-      text.AppendText(bytes);
-    }
-  }
-};
-
-struct HeaderValue::ForeignBox : Box {
-  Variant value;
-};
 
 // --- boxes ---------------------------------------------------------------------------------------
 
@@ -110,7 +32,7 @@ void HeaderValue::release(Box* box) {
 void HeaderValue::destroy(Box* box) {
   switch (box->kind) {
     case ValueKind::Text:
-      std::free(static_cast<void*>(box));
+      give_back(box);
       break;
     case ValueKind::List:
       destroy_list(static_cast<ListBox*>(box));
@@ -126,7 +48,8 @@ void HeaderValue::destroy(Box* box) {
       delete static_cast<DateBox*>(box);
       break;
     case ValueKind::Raw:
-      delete static_cast<RawBox*>(box);
+      static_cast<RawBox*>(box)->~RawBox();
+      give_back(box);
       break;
     case ValueKind::Foreign:
       delete static_cast<ForeignBox*>(box);
@@ -175,6 +98,7 @@ B& HeaderValue::own() {
   } else {
     copy = new B(shared);
     copy->references = 1;
+    copy->home = 0;
   }
   release(&shared);
   p_ = static_cast<Box*>(copy);
@@ -184,7 +108,7 @@ B& HeaderValue::own() {
 HeaderValue::TextBox& HeaderValue::own_text(std::size_t room) {
   const std::string_view old = text_view();
   const std::size_t needed = old.size() + room;
-  if (borrowed_ || as<TextBox>().references != 1) {
+  if (borrowed_ || as<TextBox>().references != 1 || as<TextBox>().home != 0) {
     TextBox* copy = TextBox::make(old, needed);
     drop();
     borrowed_ = false;
@@ -298,9 +222,12 @@ HeaderValue HeaderValue::time_of_day(std::int32_t hour, std::int32_t minute, std
 }
 
 HeaderValue HeaderValue::raw(std::string_view bytes) {
-  auto box = std::make_unique<RawBox>(RawBox{{.kind = ValueKind::Raw}, {}, {}});
-  if (!bytes.empty()) box->text = text(bytes);
-  return {ValueKind::Raw, box.release()};
+  HeaderValue content = bytes.empty() ? HeaderValue() : text(bytes);
+  void* memory = std::malloc(sizeof(RawBox));
+  if (memory == nullptr) throw std::bad_alloc();
+  auto* box = ::new (memory) RawBox{{.kind = ValueKind::Raw}, {}, {}};
+  box->text = std::move(content);
+  return {ValueKind::Raw, box};
 }
 
 HeaderValue HeaderValue::raw_content() {

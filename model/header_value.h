@@ -180,10 +180,12 @@ class HeaderValue {
   }
 
   struct Box;
+  struct Block;
   struct TextBox;
   struct ListBox;
 
  private:
+  friend class HeaderBlock;
   struct AddressBox;
   struct DateBox;
   struct MapBox;
@@ -203,6 +205,7 @@ class HeaderValue {
   }
   static void release(Box* box);
   static void destroy(Box* box);
+  static void give_back(Box* box);
   static void destroy_list(ListBox* list);
   template <class B>
   B& as() const;

@@ -1,4 +1,4 @@
-// The content of lists, for header_value.cc: what every box begins with, and the box of a list.
+// The content of lists, for value_boxes.h: what every box begins with, and the box of a list.
 //
 // A list box made for a known number of elements holds them behind its own header; it grows into
 // memory of its own. Elements stand in slots, one behind the other. A loss near an end of the list
@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -27,7 +28,31 @@ struct HeaderValue::Box {
   std::uint32_t references = 1;
   ValueKind kind;
   bool pinned = false;
+  // Of a box that lies in a block with others (HeaderBlock): how far behind the block's start, in
+  // units of kBoxUnit. 0 for a box with memory of its own.
+  std::uint16_t home = 0;
 };
+
+inline constexpr std::size_t kBoxUnit = 16;
+
+// What a block of boxes begins with.
+struct HeaderValue::Block {
+  std::size_t users = 1;  // the boxes that live in it, and whoever fills it
+
+  static void leave(Block* block) {
+    if (--block->users == 0) std::free(static_cast<void*>(block));
+  }
+};
+
+// Gives back the memory of a box whose content is gone.
+inline void HeaderValue::give_back(Box* box) {
+  if (box->home == 0) {
+    std::free(static_cast<void*>(box));
+  } else {
+    auto* start = reinterpret_cast<std::byte*>(box) - box->home * kBoxUnit;
+    Block::leave(std::launder(reinterpret_cast<Block*>(start)));
+  }
+}
 
 struct HeaderValue::ListBox : Box {
   // What a long list knows of its slots. While there is one, elements stay in their slots. Slots
@@ -59,6 +84,10 @@ struct HeaderValue::ListBox : Box {
   static ListBox* make(std::uint32_t capacity) {
     void* memory = std::malloc(sizeof(ListBox) + capacity * sizeof(HeaderValue));
     if (memory == nullptr) throw std::bad_alloc();
+    return place(memory, capacity);
+  }
+  // In memory for the header and the elements.
+  static ListBox* place(void* memory, std::uint32_t capacity) {
     return ::new (memory) ListBox(capacity);
   }
 
@@ -123,7 +152,7 @@ struct HeaderValue::ListBox : Box {
 
   void free() {
     if (!is_inline()) std::free(static_cast<void*>(block));
-    std::free(static_cast<void*>(this));
+    give_back(this);
   }
 
  private:

@@ -43,6 +43,9 @@ bool is_encoded_line(std::string_view line) {
   return line.size() == 1 + (count + 2) / 3 * 4;
 }
 
+// An entry begins with its name.
+bool are_several(const HeaderValue& field) { return field[0].is(ValueKind::List); }
+
 // True when the lines of a block give at least one byte.
 bool holds_bytes(const HeaderValue& lines) {
   CISSHelper input;
@@ -73,12 +76,17 @@ void Actions::message(HeaderValue fields, HeaderValue& body) {
 }
 
 HeaderValue Actions::first_field(HeaderValue field) {
+  if (are_several(field)) return field;
   return field.is_set() ? HeaderValue::list(std::move(field)) : HeaderValue::list();
 }
 
 // A field that went to a slot is empty here and leaves no entry.
 HeaderValue Actions::next_field(HeaderValue fields, HeaderValue& field) {
-  if (field.is_set()) fields.push_back(std::move(field));
+  if (are_several(field)) {
+    for (std::size_t i = 0; i < field.size(); ++i) fields.push_back(field[i]);
+  } else if (field.is_set()) {
+    fields.push_back(std::move(field));
+  }
   return fields;
 }
 
@@ -88,6 +96,10 @@ HeaderValue Actions::entry(EntryName name, HeaderValue value) {
 
 HeaderValue Actions::extension_field(HeaderValue name, HeaderValue& value) {
   return entry(EntryName::ExtField, HeaderValue::list(std::move(name), std::move(value)));
+}
+
+HeaderValue Actions::usual_fields(HeaderValue entries) {
+  return entries.is(ValueKind::List) ? entries : HeaderValue();
 }
 
 // --- stores --------------------------------------------------------------------------------------

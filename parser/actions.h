@@ -39,6 +39,8 @@ class Actions {
   HeaderValue next_field(HeaderValue fields, HeaderValue& field);
   HeaderValue entry(EntryName name, HeaderValue value);
   HeaderValue extension_field(HeaderValue name, HeaderValue& value);
+  // The entries of several fields at once, which the scanner took in (UsualFields).
+  HeaderValue usual_fields(HeaderValue entries);
 
   // --- stores -------------------------------------------------------------------------------
   HeaderValue store(SlotId slot, HeaderValue& value);  // yields the empty value

@@ -277,7 +277,7 @@ optional_field:
   | tok_ReturnReceiptTo                  /*  69 */ { $$.Reset(); }
   | version                              /*  70 */
   | tok_MessageID                        /*  71 */ { $$.Reset(); }
-  | tok_ExtField                         /*  72 */ { $$.Reset(); }
+  | tok_ExtField                         /*  72 */ { $$ = act.usual_fields(take($$, $1)); }
   | content                              /*  73 */ { $$ = act.entry(EntryName::ContentType, take($$, $1)); }
   | description                          /*  74 */ { $$ = act.entry(EntryName::ContentDescription, take($$, $1)); }
   | encoding                             /*  75 */ { $$ = act.entry(EntryName::ContentTransferEncoding, take($$, $1)); }

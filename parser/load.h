@@ -35,6 +35,7 @@ struct ParseRun {
   bool full_load = true;
   // Content-Type (other than multipart) and Content-Disposition stay unparsed.
   bool defer_mime = true;
+  bool only_grammar = false;   // without the quick ways that usual fields take
   bool failed = false;         // set by the error report
   HRESULT read_status = S_OK;  // the first failure of the input's Read
   InputBlock last_block = {};

@@ -11,6 +11,7 @@
 
 #include "model/header_value.h"
 #include "parser/load.h"
+#include "parser/usual_fields.h"
 
 namespace tallowbrook {
 
@@ -34,7 +35,7 @@ class Scanner {
 
   // The number of line ends consumed, plus 1. At the end of a multipart's type the line end is
   // still to come, but an error there is one of what follows.
-  [[nodiscard]] long line() const { return line_ + (type_value_ == TypeValue::kEnding ? 1 : 0); }
+  [[nodiscard]] long line() const;
 
   // After a run: gives back a buffer that a long token made large.
   void release_large_buffer();
@@ -59,6 +60,7 @@ class Scanner {
 
   int scan(HeaderValue& value);
   void settle();
+  int usual_fields(HeaderValue& value);
   int enter(int token, int condition);
   int enter_field(int token, int condition, bool deferred);
   int enter_type(int token, bool multipart);
@@ -102,6 +104,7 @@ class Scanner {
   }
   [[nodiscard]] bool refill();
   [[nodiscard]] bool have(std::size_t offset);
+  void count_lines();
 
   ParseRun* run_ = nullptr;
 
@@ -127,7 +130,11 @@ class Scanner {
   int major_token_ = 0;  // of the type that is being read
   bool boundary_noted_ = false;
   std::string noted_boundary_;
-  long line_ = 1;
+  UsualFields usual_;
+  bool takes_usual_ = false;       // header fields of this run may go past the grammar
+  bool is_settled_ = true;         // the parser has reduced all that it was given
+  long line_ = 1;                  // at `counted_`
+  const char* counted_ = nullptr;  // line ends before it are counted; not behind `token_`
 };
 
 }  // namespace tallowbrook

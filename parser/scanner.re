@@ -195,7 +195,7 @@ void Scanner::start(ParseRun& run) {
     capacity_ = kInitialBuffer;
     if (buffer_ == nullptr) throw CDecoderException("out of dynamic memory in yy_create_buffer()");
   }
-  token_ = cursor_ = marker_ = limit_ = buffer_;
+  token_ = cursor_ = marker_ = limit_ = counted_ = buffer_;
   *buffer_ = '\0';
   condition_ = kHeader;
   conditions_.clear();
@@ -208,6 +208,10 @@ void Scanner::start(ParseRun& run) {
   type_value_ = TypeValue::kNone;
   type_place_ = TypePlace::kNone;
   line_ = 1;
+  usual_.clear();
+  takes_usual_ =
+      run.full_load && run.defer_mime && run.target == nullptr && !run.only_grammar;
+  is_settled_ = true;
 }
 
 void Scanner::release_large_buffer() {
@@ -227,6 +231,7 @@ bool Scanner::refill() {
     if (capacity_ > std::numeric_limits<std::uint32_t>::max()) {
       throw CDecoderException("fatal error - scanner input buffer overflow");
     }
+    count_lines();
     std::memmove(buffer_, token_, kept);
     auto* larger = static_cast<char*>(std::realloc(buffer_, capacity_ * 2 + 1));
     if (larger == nullptr) {
@@ -234,10 +239,11 @@ bool Scanner::refill() {
     }
     buffer_ = larger;
     capacity_ *= 2;
-    token_ = buffer_;
+    token_ = counted_ = buffer_;
   } else if (static_cast<std::size_t>(buffer_ + capacity_ - limit_) < kChunk) {
+    count_lines();
     std::memmove(buffer_, token_, kept);
-    token_ = buffer_;
+    token_ = counted_ = buffer_;
   }
   char* free_room = buffer_ + (token_ - buffer_) + kept;
   const std::size_t got = ReadScannerInput(*run_, free_room, kChunk);
@@ -257,15 +263,24 @@ bool Scanner::have(std::size_t offset) {
   return true;
 }
 
-// Closes the account of what was consumed: lines, and whether the scanner is at line start. Bytes
-// that were pushed back are not consumed.
+// Lines are asked for by nobody but an error: they are counted when consumed bytes go.
+void Scanner::count_lines() {
+  line_ += count_line_ends(counted_, token_);
+  counted_ = token_;
+}
+
+long Scanner::line() const {
+  return line_ + count_line_ends(counted_, token_) + (type_value_ == TypeValue::kEnding ? 1 : 0);
+}
+
+// Closes the account of what was consumed: whether the scanner is at line start. Bytes that were
+// pushed back are not consumed.
 void Scanner::settle() {
   if (std::exchange(before_blank_line_, false)) {
     at_line_start_ = true;
   } else if (cursor_ != token_) {
     at_line_start_ = cursor_[-1] == '\n';
   }
-  line_ += count_line_ends(token_, cursor_);
   token_ = cursor_;
 }
 
@@ -367,6 +382,23 @@ int Scanner::extension_field(HeaderValue& value) {
   name = name.substr(0, last == std::string_view::npos ? 0 : last + 1);
   value = HeaderValue::text(name);
   push(kRawField);
+  return Token::tok_ExtField;
+}
+
+// Takes in the usual fields that are in the buffer; -1 when there is none. The token that stands for
+// them is an extension field's without a value, which no other field gives: its value is the list
+// of their entries.
+int Scanner::usual_fields(HeaderValue& value) {
+  if (token_ == limit_ && !refill()) return -1;
+  for (;;) {
+    const std::string_view text(token_, static_cast<std::size_t>(limit_ - token_));
+    const std::size_t length = usual_.take(text, in_part_);
+    if (length == 0) break;
+    token_ += length;
+  }
+  cursor_ = token_;
+  if (usual_.empty()) return -1;
+  value = usual_.store(*run_->store);
   return Token::tok_ExtField;
 }
 
@@ -524,7 +556,6 @@ int Scanner::raw_field(HeaderValue& value) {
     }
     if (piece == walked) piece = 0;
     value.AppendText({token_, piece});
-    line_ += count_line_ends(token_, token_ + piece);
     token_ += piece;
     seen -= piece;
     walked = seen;
@@ -640,6 +671,8 @@ int Scanner::next(HeaderValue& value) {
         token == Token::tok_Multipart ? TypeValue::kMultipart : TypeValue::kNone;
     if (token == Token::tok_Multipart) pending_body_token_ = Token::tok_BEGIN_MULTIPART_BODY;
   }
+  // Behind these the parser reduces without a look at what comes next.
+  is_settled_ = token == Token::tok_FIELDCONTENT || token == Token::tok_Delimiter;
   return token;
 }
 
@@ -651,6 +684,9 @@ int Scanner::scan(HeaderValue& value) {
       if (token != -1) return token;
       rules = at_line_start_ ? yycBODY_BOL : yycBODY;
     } else if (condition_ == kHeader) {
+      if (takes_usual_ && is_settled_ && at_line_start_) {
+        if (const int token = usual_fields(value); token != -1) return token;
+      }
       rules = !at_line_start_ ? yycHEADER : in_part_ ? yycPART_BOL : yycHEADER_BOL;
     } else if (condition_ == kRawField) {
       return raw_field(value);

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "model/header_block.h"
+
 namespace tallowbrook {
 namespace {
 
@@ -174,6 +176,33 @@ TEST(HeaderValue, DeepListsDieWithoutRecursion) {
   for (int i = 0; i < 1'000'000; ++i) deep = HeaderValue::list(std::move(deep));
   deep.Reset();
   EXPECT_FALSE(deep.is_set());
+}
+
+// Values of a block are values like others, singly and after the block's maker is gone.
+TEST(HeaderValue, ValuesOfABlock) {
+  HeaderValue text;
+  HeaderValue raw;
+  HeaderValue list;
+  {
+    HeaderBlock block(HeaderBlock::room_for_text(3) + HeaderBlock::room_for_raw(1) +
+                      HeaderBlock::room_for_raw(0) + HeaderBlock::room_for_list(2));
+    text = block.text("abc");
+    raw = block.raw("r");
+    list = block.list(HeaderValue(text), block.raw({}));
+  }
+  list.element(0).AppendText("d");
+  list.push_back(HeaderValue(raw));
+  raw.AppendText("s");
+  HeaderValue copy = list;
+  copy.push_back(std::move(text));
+  text = HeaderValue::text("gone");
+  EXPECT_EQ(list[0].text_view(), "abcd");
+  EXPECT_EQ(list[1].raw_text(), "");
+  EXPECT_EQ(list[2].raw_text(), "rs");
+  list.Reset();
+  raw.stream()->Write("R", 1, nullptr);
+  EXPECT_EQ(copy[2].raw_text(), "Rs");
+  EXPECT_EQ(copy[3].text_view(), "abc");
 }
 
 TEST(HeaderValue, AppendJoinsByKind) {

@@ -1,0 +1,231 @@
+#include "parser/usual_fields.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "core/text.h"
+#include "model/body_part.h"
+#include "model/header_block.h"
+
+namespace tallowbrook {
+namespace {
+
+// Fields are stored in blocks of so many at most, and none of them is longer than this.
+constexpr std::size_t kMostFields = 64;
+constexpr std::size_t kMostBytes = 8192;
+
+constexpr std::array<bool, 256> kNameBytes = [] {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                       "0123456789-_")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  return table;
+}();
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+// Of two names of usual bytes: a letter differs from its capital in this bit, which no other two
+// of the bytes differ in.
+bool same_name(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return (x | 0x20) == (y | 0x20); });
+}
+
+std::string_view without_crs(std::string_view line) {
+  while (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
+
+// The length of the field's value from its start to the LF that ends it; npos when that is not
+// there, or a line of white space, which ends the header, follows.
+std::size_t value_length(std::string_view text) {
+  std::size_t lf = text.find('\n');
+  for (;;) {
+    if (lf == text.npos || lf + 1 >= text.size()) return text.npos;
+    if (!is_blank(text[lf + 1])) return lf;
+    const std::size_t line = text.find_first_not_of(" \t", lf + 1);
+    if (line == text.npos || text[line] == '\r' || text[line] == '\n') return text.npos;
+    lf = text.find('\n', line);
+  }
+}
+
+// Hands on the lines of unstructured text, without their folding. False for one with a CR inside.
+template <class Take>
+bool for_each_line(std::string_view value, Take&& take) {
+  for (;;) {
+    const std::size_t lf = value.find('\n');
+    const std::string_view line = without_crs(value.substr(0, lf));
+    if (line.find('\r') != line.npos) return false;
+    take(line);
+    if (lf == value.npos) return true;
+    value.remove_prefix(value.find_first_not_of(" \t", lf + 1));
+  }
+}
+
+bool is_one_text(std::string_view value) {
+  return for_each_line(value, [](std::string_view) {});
+}
+
+HeaderValue joined_lines(HeaderBlock& block, std::string_view value) {
+  if (value.find('\n') == value.npos) return block.text(value);
+  std::string text;
+  for_each_line(value, [&text](std::string_view line) { text.append(line); });
+  return block.text(text);
+}
+
+}  // namespace
+
+// The names that mean something, by their length.
+class UsualFields::KnownNames {
+ public:
+  KnownNames() {
+    for (const FieldInfo& field : all_fields()) {
+      const bool text = field.rule == FieldRule::Text;
+      add(field.name, text ? Form::SlotText : Form::Slot, static_cast<std::uint8_t>(field.slot));
+    }
+    add("Received", Form::Received, 0);
+    add("MIME-Version", Form::Version, 0);
+    add(EntryName::ContentType, Form::Entry);
+    add(EntryName::ContentDisposition, Form::Entry);
+    add(EntryName::ContentTransferEncoding, Form::Encoding);
+    add(EntryName::ContentDescription, Form::EntryText);
+    add(EntryName::ContentID, Form::EntryText);
+  }
+
+  [[nodiscard]] const Known* find(std::string_view name) const {
+    if (name.size() > kLongest) return nullptr;
+    for (const Known& known : by_length_[name.size()]) {
+      if (same_name(known.name, name)) return &known;
+    }
+    return nullptr;
+  }
+
+ private:
+  static constexpr std::size_t kLongest = 25;
+
+  void add(std::string_view name, Form form, std::uint8_t which) {
+    by_length_[name.size()].push_back({name, form, which});
+  }
+  void add(EntryName name, Form form) {
+    add(entry_name_text(name), form, static_cast<std::uint8_t>(name));
+  }
+
+  std::array<std::vector<Known>, kLongest + 1> by_length_;
+};
+
+const UsualFields::KnownNames& UsualFields::known_names() {
+  static const KnownNames names;
+  return names;
+}
+
+// Whether the value is one that the form stands for.
+bool UsualFields::is_usual(Field& field) {
+  const std::string_view value = field.value;
+  switch (field.form) {
+    case Form::Slot:
+    case Form::Received:
+    case Form::Extension:
+      return true;
+    case Form::SlotText:
+      return is_one_text(value);
+    case Form::EntryText:
+      return !value.empty() && is_one_text(value);
+    case Form::Version:
+      return value == "1.0";
+    case Form::Entry:  // a multipart's type is looked into
+      return !starts_ignoring_case(value, "multipart");
+    case Form::Encoding:
+      for (field.number = kSevenBit; field.number <= kBinary; ++field.number) {
+        if (equals_ignoring_case(value, encoding_name(field.number))) return true;
+      }
+      return false;
+  }
+  return false;
+}
+
+std::size_t UsualFields::take(std::string_view text, bool in_part) {
+  if (fields_.size() == kMostFields || text.starts_with("--")) return 0;
+  std::size_t at = 0;
+  while (at < text.size() && kNameBytes[static_cast<unsigned char>(text[at])]) ++at;
+  if (at == 0 || at == text.size() || text[at] != ':') return 0;
+  Field field{Form::Extension, 0, 0, text.substr(0, at), {}};
+  if (const Known* known = known_names().find(field.name)) {
+    const bool content = known->form >= Form::Entry;
+    if (content || !in_part) {
+      field.form = known->form;
+      field.which = known->which;
+    }
+  }
+  for (++at; at < text.size() && is_blank(text[at]);) ++at;
+  text.remove_prefix(at);
+  // The folding that a known name's value begins with belongs to the name.
+  const std::size_t length = value_length(text);
+  if (length == text.npos || at + length > kMostBytes) return 0;
+  field.value = without_crs(text.substr(0, length));
+  const bool folded_first =
+      length > 0 && (text[0] == '\r' || text[0] == '\n') && !field.value.empty();
+  if ((folded_first && field.form != Form::Extension) || !is_usual(field)) return 0;
+  fields_.push_back(field);
+  return at + length + 1;
+}
+
+std::size_t UsualFields::room_for(const Field& field) {
+  const bool text = field.form == Form::SlotText || field.form == Form::EntryText;
+  std::size_t room = text ? HeaderBlock::room_for_text(field.value.size())
+                          : HeaderBlock::room_for_raw(field.value.size());
+  if (field.form >= Form::Received) room += HeaderBlock::room_for_list(2);
+  if (field.form == Form::Extension) {
+    room += HeaderBlock::room_for_list(2) + HeaderBlock::room_for_text(field.name.size());
+  }
+  return room;
+}
+
+HeaderValue UsualFields::store(MessageStore& store) {
+  static_assert(kMostFields * (kMostBytes + 512) < HeaderBlock::kMostRoom);
+  std::size_t room = 0;
+  std::size_t traces = 0;
+  std::size_t entries = 0;
+  for (const Field& field : fields_) {
+    room += room_for(field);
+    if (field.form == Form::Received) ++traces;
+    if (field.form >= Form::Entry) ++entries;
+  }
+  HeaderBlock block(room + HeaderBlock::room_for_list(traces) +
+                    HeaderBlock::room_for_list(entries));
+  if (traces > 0 && !store.received.is_set()) store.received = block.list_for(traces);
+  HeaderValue list = entries > 0 ? block.list_for(entries) : HeaderValue();
+  for (const Field& field : fields_) {
+    if (field.form >= Form::Entry) {
+      list.push_back(entry_of(field, block));
+    } else if (field.form == Form::Slot) {
+      store.store_field(static_cast<SlotId>(field.which), block.raw(field.value));
+    } else if (field.form == Form::SlotText) {
+      if (field.value.empty()) continue;
+      store.store_field(static_cast<SlotId>(field.which), joined_lines(block, field.value));
+    } else if (field.form == Form::Received) {
+      store.received.push_back(block.list({}, block.raw(field.value)));
+    } else {
+      store.store_mime_version(1, 0);
+    }
+  }
+  fields_.clear();
+  return list;
+}
+
+HeaderValue UsualFields::entry_of(const Field& field, HeaderBlock& block) {
+  const HeaderValue name = entry_name(static_cast<EntryName>(field.which));
+  switch (field.form) {
+    case Form::EntryText:
+      return block.list(name, joined_lines(block, field.value));
+    case Form::Encoding:
+      return block.list(name, HeaderValue::integer(field.number));
+    case Form::Extension:
+      return block.list(name, block.list(block.text(field.name), block.raw(field.value)));
+    default:
+      return block.list(name, block.raw(field.value));
+  }
+}
+
+}  // namespace tallowbrook
