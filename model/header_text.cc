@@ -32,7 +32,26 @@ std::string encode_header_text(std::u16string_view text, std::string_view charse
   return encoded;
 }
 
+bool is_folded(std::string_view text) {
+  if (text.find('\0') != text.npos) return false;
+  for (;;) {
+    const std::size_t line_end = text.find('\n');
+    std::string_view line = text.substr(0, line_end);
+    if (line_end != text.npos) {
+      while (line.ends_with('\r')) line.remove_suffix(1);
+    }
+    if (line.find('\r') != line.npos) return false;
+    if (line_end == text.npos) return true;
+    const std::size_t next = text.find_first_not_of(kBlanks, line_end + 1);
+    if (next == line_end + 1 || next == text.npos || kLineEnds.find(text[next]) != kLineEnds.npos) {
+      return false;
+    }
+    text.remove_prefix(next);
+  }
+}
+
 std::string folded(std::string_view text) {
+  if (is_folded(text)) return std::string(text);
   if (text.find('\0') != std::string_view::npos) {  // a reader may pass over it
     std::string kept(text);
     std::erase(kept, '\0');

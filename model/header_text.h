@@ -22,6 +22,8 @@ namespace tallowbrook {
 // white space follows stays as it is; one that it does not follow becomes CR LF TAB; lines of
 // blanks alone, line ends at the end and NULs go. Well-formed folded text comes back unchanged.
 [[nodiscard]] std::string folded(std::string_view text);
+// True for a text that `folded` gives back unchanged.
+[[nodiscard]] bool is_folded(std::string_view text);
 
 // The value converted to a string, by-reference arguments followed; nothing when it does not
 // convert.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "model/header_text.h"
 #include "streams/write_whole.h"
 
 namespace tallowbrook {
@@ -25,6 +26,26 @@ void MessageOutput::text(std::string_view bytes) {
     pass_on(bytes);
   } else {
     buffer_.append(bytes);
+  }
+}
+
+void MessageOutput::field(std::string_view name, std::string_view text) {
+  this->text(name);
+  this->text(": ");
+  this->text(is_folded(text) ? text : std::string_view(folded(text)));
+  this->text("\r\n");
+}
+
+// A text in memory goes straight into the buffer while there is room: without a write to the
+// target nobody can change it meanwhile.
+void MessageOutput::field(std::string_view name, const HeaderValue& stored) {
+  const std::string_view text = stored.is(ValueKind::Raw) ? stored.raw_view() : stored.text_view();
+  const bool in_memory = stored.is(ValueKind::Text) || stored.raw_in_memory();
+  if (in_memory && buffer_.size() + name.size() + text.size() + 4 <= kBlock && is_folded(text)) {
+    buffer_.append(name).append(": ").append(text).append("\r\n");
+    at_line_start_ = true;
+  } else {
+    field(name, std::string_view(stored.AsText()));
   }
 }
 

@@ -21,6 +21,10 @@ class MessageOutput final : public StackStream {
   }
 
   void text(std::string_view bytes);
+  // The lines of a header field: the text as `folded` makes it.
+  void field(std::string_view name, std::string_view text);
+  // The same with the text of a stored value (AsText).
+  void field(std::string_view name, const HeaderValue& stored);
   // All the content of a `Raw` value, whose stream is read from its start in blocks; what cannot be
   // read is missed.
   void raw(const HeaderValue& value);

@@ -14,30 +14,35 @@
 namespace tallowbrook {
 namespace {
 
-void write_line(MessageOutput& out, std::string_view name, std::string_view text) {
-  out.text(name);
-  out.text(": ");
-  out.text(folded(text));
-  out.text("\r\n");
-}
-
-// The text of a value, or that which it was read from where that is kept.
-std::string stored_text(const HeaderValue& value, const HeaderValue& source) {
-  return source.is_set() ? source.AsText() : value.AsText();
+// A value, or the text that it was read from where that is kept.
+const HeaderValue& stored(const HeaderValue& value, const HeaderValue& source) {
+  return source.is_set() ? source : value;
 }
 
 void write_received(MessageOutput& out, const HeaderValue& record) {
   const bool parsed =
       !record[kTraceSource].is_set() && record[kTraceParameters].is(ValueKind::AddressMap);
-  write_line(out, "Received",
-             parsed ? trace_text(record) : stored_text(record[kTraceDate], record[kTraceSource]));
+  if (parsed) {
+    out.field("Received", std::string_view(trace_text(record)));
+  } else {
+    out.field("Received", stored(record[kTraceDate], record[kTraceSource]));
+  }
+}
+
+// Nothing for a text of blanks.
+void write_address_text(MessageOutput& out, std::string_view name, const HeaderValue& text) {
+  if (!text.raw_in_memory()) {
+    const std::string read = text.AsText();
+    if (!trim(read).empty()) out.field(name, std::string_view(read));
+  } else if (!trim(text.raw_view()).empty()) {
+    out.field(name, text);
+  }
 }
 
 void write_address_field(MessageOutput& out, std::string_view name, const HeaderValue& value,
                          const HeaderValue& source) {
   if (source.is_set() || value.is(ValueKind::Raw)) {
-    const std::string text = stored_text(value, source);
-    if (!trim(text).empty()) write_line(out, name, text);
+    write_address_text(out, name, stored(value, source));
   } else if (const std::string layout = address_layout(value); !layout.empty()) {
     out.text(name);
     out.text(": ");
@@ -54,7 +59,7 @@ void write_field(MessageOutput& out, const FieldInfo& field, const HeaderValue& 
   } else if (field.rule == FieldRule::AddressList || field.rule == FieldRule::SingleAddress) {
     write_address_field(out, field.name, value, source);
   } else {
-    write_line(out, field.name, stored_text(value, source));
+    out.field(field.name, stored(value, source));
   }
 }
 
@@ -64,8 +69,9 @@ void write_header(MessageOutput& out, MessageStore& store) {
   if (!store.slot(SlotId::Date).value.is_set()) store.slot(SlotId::Date).put(current_date());
   for (const FieldInfo& field : all_fields()) {
     if (field.slot == SlotId::MessageID) {
-      write_line(out, "MIME-Version",
-                 std::to_string(store.mime_major) + "." + std::to_string(store.mime_minor));
+      const std::string version =
+          std::to_string(store.mime_major) + "." + std::to_string(store.mime_minor);
+      out.field("MIME-Version", std::string_view(version));
     }
     const HeaderValue value = store.slot(field.slot).value;
     const HeaderValue source = store.slot(field.slot).source;

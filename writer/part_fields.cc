@@ -171,7 +171,7 @@ class FieldWriter {
     if (name == entry_name_text(EntryName::ExtField)) return write_extension(value);
     if (name == entry_name_text(EntryName::ContentTransferEncoding)) return write_encoding(value);
     if (entry[kEntrySource].is_set()) {
-      write_line(name, entry[kEntrySource].AsText());
+      out_.field(name, entry[kEntrySource]);
     } else if (name == entry_name_text(EntryName::ContentType)) {
       // A leaf's further Content-Type that is a multipart would make its content one.
       const bool misleading = !result_.multipart && is_multipart_type(value);
@@ -180,7 +180,7 @@ class FieldWriter {
       write_disposition(value);
     } else if (name == entry_name_text(EntryName::ContentDescription) ||
                name == entry_name_text(EntryName::ContentID)) {
-      write_line(name, value.AsText());
+      out_.field(name, value);
     }
     return S_OK;
   }
@@ -188,7 +188,7 @@ class FieldWriter {
   HRESULT write_extension(const HeaderValue& field) {
     if (field.size() < 2 || !field[1].is(ValueKind::Raw)) return E_FAIL;
     const std::string_view name = field[0].text_view();
-    if (is_field_name(name)) write_line(name, field[1].AsText());
+    if (is_field_name(name)) out_.field(name, field[1]);
     return S_OK;
   }
 
@@ -199,38 +199,31 @@ class FieldWriter {
     if (result_.message || is_blank(value)) return S_OK;
     if (result_.multipart && (coded || none)) return S_OK;
     if (none) return E_FAIL;
-    write_line(entry_name_text(EntryName::ContentTransferEncoding),
-               known ? std::string(encoding_name(value.number())) : value.AsText());
+    const std::string text = known ? std::string(encoding_name(value.number())) : value.AsText();
+    out_.field(entry_name_text(EntryName::ContentTransferEncoding), std::string_view(text));
     return S_OK;
   }
 
   HRESULT write_type(const HeaderValue& value) {
-    std::string text;
     if (!value.is(ValueKind::List)) {
-      text = value.AsText();
-    } else if (!value[kTypeMajor].is_set()) {
+      out_.field(entry_name_text(EntryName::ContentType), value);
       return S_OK;
-    } else if (!type_text(value, text)) {
-      return E_FAIL;
     }
+    if (!value[kTypeMajor].is_set()) return S_OK;
+    std::string text;
+    if (!type_text(value, text)) return E_FAIL;
     append_parameters(text, value[kTypeParameters], is_multipart_type(value));
-    write_line(entry_name_text(EntryName::ContentType), text);
+    out_.field(entry_name_text(EntryName::ContentType), std::string_view(text));
     return S_OK;
   }
 
   void write_disposition(const HeaderValue& value) {
-    std::string text =
-        value.is(ValueKind::List) ? value[kDispositionValue].AsText() : value.AsText();
-    if (value.is(ValueKind::List) && text.empty()) return;
+    const std::string_view name = entry_name_text(EntryName::ContentDisposition);
+    if (!value.is(ValueKind::List)) return out_.field(name, value);
+    std::string text = value[kDispositionValue].AsText();
+    if (text.empty()) return;
     append_parameters(text, value[kDispositionParameters]);
-    write_line(entry_name_text(EntryName::ContentDisposition), text);
-  }
-
-  void write_line(std::string_view name, std::string_view text) {
-    out_.text(name);
-    out_.text(": ");
-    out_.text(folded(text));
-    out_.text("\r\n");
+    out_.field(name, std::string_view(text));
   }
 
   MessageOutput& out_;

@@ -111,7 +111,10 @@ TEST(HeaderText, NoTextLeavesItsField) {
       {{"a\n\0\nX: 1", 8}, "a\r\n\tX: 1"},
       {{"a\r\0\n b", 6}, "a\r\n b"},
   };
-  for (const auto& row : rows) EXPECT_EQ(folded(row.given), row.written) << row.given;
+  for (const auto& row : rows) {
+    EXPECT_EQ(folded(row.given), row.written) << row.given;
+    EXPECT_EQ(is_folded(row.given), row.given == row.written) << row.given;
+  }
 }
 
 TEST(Addresses, OfAMessage) {
