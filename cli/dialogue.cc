@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "cli/terminal.h"
+#include "cli/words.h"
 #include "platform/kernel/debug_output.h"
 
 namespace tallowbrook::cli {
@@ -43,7 +44,8 @@ void Dialogue::hear(std::string_view text) {
   text.remove_prefix(kStart.size());
   if (text.back() == '\n') text.remove_suffix(1);
   const char mark = text[0];
-  const std::string line(text.substr(std::min<std::size_t>(text.size(), 2)));
+  const std::string line =
+      recovered(to_utf16(text.substr(std::min<std::size_t>(text.size(), 2))));
   if (verbose_) std::printf("  %c %s\n", mark, printable(line).c_str());
   switch (mark) {
     case '*':

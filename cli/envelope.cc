@@ -1,39 +1,61 @@
 #include "cli/envelope.h"
 
-#include <array>
+#include <algorithm>
 #include <stdexcept>
-#include <string_view>
 #include <unordered_set>
 
+#include "cli/outgoing.h"
+#include "cli/routes.h"
 #include "platform/automation/late_bound.h"
+#include "platform/kernel/code_page.h"
 
 namespace tallowbrook::cli {
 namespace {
 
 using platform::Variant;
 
-constexpr std::array<const char16_t*, 3> kMembers = {u"Sender", u"From", u"To"};
-constexpr DISPID kTo = 3;  // members count from 1
+constexpr DISPID kSender = 1;
+constexpr DISPID kTo = 2;
 
-constexpr char16_t kRoute[] = u"RouteAddress";
+// The mailboxes in all fields of this name.
+std::vector<std::string> routes_of(std::string_view header, std::string_view name) {
+  std::vector<std::string> routes;
+  while (!header.empty()) {
+    std::size_t end = 0;  // of the field: behind a line that no folded one follows
+    do {
+      end = std::min(header.find('\n', end), header.size() - 1) + 1;
+    } while (end < header.size() && (header[end] == ' ' || header[end] == '\t'));
+    const std::string_view field = header.substr(0, end);
+    header.remove_prefix(end);
+    if (!is_field(field, name)) continue;
+    for (std::string& route : routes_in(field.substr(field.find(':') + 1))) {
+      routes.push_back(std::move(route));
+    }
+  }
+  return routes;
+}
 
-std::string sender_of(const Object& message) {
-  const Object sender = message.object(u"Sender");
-  return sender ? sender.text(kRoute) : message.object(u"From").item(0).text(kRoute);
+Object address_object(const std::string& route) {
+  Object address = create(u"Tallowbrook.MailAddress");
+  if (FAILED(address.put(u"Address", platform::widen(CP_ACP, route)))) {
+    throw std::runtime_error("the component's address object takes no address");
+  }
+  return address;
 }
 
 }  // namespace
 
-Envelope::Envelope(const Object& message, Object list)
-    : message_(message), list_(std::move(list)), sender_(sender_of(message)) {
+Envelope::Envelope(std::string_view header, Object list) : list_(std::move(list)) {
+  for (const char* field : {"sender", "from"}) {
+    const std::vector<std::string> senders = routes_of(header, field);
+    if (sender_.empty() && !senders.empty()) sender_ = senders.front();
+  }
+  if (!sender_.empty()) address_ = address_object(sender_);
   std::unordered_set<std::string> known;
-  for (const char16_t* field : {u"To", u"CC", u"BCC"}) {
-    const Object addresses = message.object(field);
-    const std::int32_t count = addresses.count();
-    for (std::int32_t i = 0; i < count; ++i) {
-      const Object address = addresses.item(i);
-      const std::string route = address.text(kRoute);
-      if (route.empty() || route == "<>" || !known.insert(route).second) continue;
+  for (const char* field : {"to", "cc", "bcc"}) {
+    for (const std::string& route : routes_of(header, field)) {
+      if (route == "<>" || !known.insert(route).second) continue;
+      const Object address = address_object(route);
       if (FAILED(platform::call(list_.dispatch().get(), u"Add", address.dispatch().get()).status)) {
         throw std::runtime_error("the component's list takes no address");
       }
@@ -70,11 +92,10 @@ HRESULT Envelope::GetTypeInfo(UINT, LCID, ITypeInfo** info) {
 
 HRESULT Envelope::GetIDsOfNames(REFIID, OLECHAR** names, UINT count, LCID, DISPID* ids) {
   if (names == nullptr || ids == nullptr || count != 1) return E_INVALIDARG;
-  for (std::size_t i = 0; i < kMembers.size(); ++i) {
-    if (std::u16string_view(names[0]) == kMembers[i]) {
-      ids[0] = static_cast<DISPID>(i + 1);
-      return S_OK;
-    }
+  const std::u16string_view name(names[0]);
+  if (name == u"Sender" || name == u"To") {
+    ids[0] = name == u"To" ? kTo : kSender;
+    return S_OK;
   }
   ids[0] = DISPID_UNKNOWN;
   return DISP_E_UNKNOWNNAME;
@@ -84,17 +105,11 @@ HRESULT Envelope::Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS*, V
                          EXCEPINFO*, UINT*) {
   if (result == nullptr) return E_POINTER;
   VariantInit(result);
-  if (member < 1 || member > kTo || (flags & DISPATCH_PROPERTYGET) == 0) {
+  if ((member != kSender && member != kTo) || (flags & DISPATCH_PROPERTYGET) == 0) {
     return DISP_E_MEMBERNOTFOUND;
   }
-  try {
-    Variant value = member == kTo ? Variant(list_.dispatch().get())
-                                  : message_.get(kMembers[static_cast<std::size_t>(member - 1)]);
-    value.detach_to(result);
-    return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
+  Variant((member == kTo ? list_ : address_).dispatch().get()).detach_to(result);
+  return S_OK;
 }
 
 }  // namespace tallowbrook::cli

@@ -1,22 +1,23 @@
-// The envelope of a message that the host sends: the message's own sender, and everyone it is for.
+// The envelope of a message that the host sends: its sender, and everyone it is for.
 #pragma once
 
-#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/host.h"
 
 namespace tallowbrook::cli {
 
-// What a sending object reads of a message, by name: "Sender", "From" and "To". To holds the
-// recipients of To, cc and bcc, each address once. Counted plainly and used by one thread.
+// What a sending object reads of a message, by name: "Sender", an address, and "To", the recipients
+// of To, cc and bcc, each address once. Counted plainly and used by one thread.
 class Envelope final : public IDispatch {
  public:
-  // `list` is an empty list of the component's, with a method Add.
-  Envelope(const Object& message, Object list);
+  // From the header of a message, whose lines end with CR LF. `list` is an empty list of the
+  // component's, with a method Add.
+  Envelope(std::string_view header, Object list);
 
-  // As they go into commands, UTF-8; the sender is empty when the message names none.
+  // As they go into commands, bytes of the header; the sender is empty when it names none.
   [[nodiscard]] const std::string& sender() const { return sender_; }
   [[nodiscard]] const std::vector<std::string>& recipients() const { return recipients_; }
 
@@ -32,12 +33,11 @@ class Envelope final : public IDispatch {
 
  private:
   ~Envelope() = default;
-  void add_recipients(const Object& addresses);
 
-  Object message_;
-  Object list_;
   std::string sender_;
   std::vector<std::string> recipients_;
+  Object address_;
+  Object list_;
   ULONG references_ = 1;
 };
 

@@ -9,52 +9,86 @@ namespace tallowbrook::cli {
 namespace {
 
 constexpr std::size_t kBlock = 65536;
-constexpr std::size_t kNone = std::string_view::npos;
 
-// The place behind the empty line that ends a header, looked for from `from` on; npos for none.
-std::size_t end_of_header(std::string_view text, std::size_t from) {
-  if (text.substr(0, 1) == "\n") return 1;
-  if (text.substr(0, 2) == "\r\n") return 2;
-  for (std::size_t lf = text.find('\n', from); lf != kNone; lf = text.find('\n', lf + 1)) {
-    const std::string_view rest = text.substr(lf + 1);
-    if (rest.substr(0, 1) == "\n") return lf + 2;
-    if (rest.substr(0, 2) == "\r\n") return lf + 3;
-  }
-  return kNone;
-}
-
-bool is_secret(std::string_view line) {
-  std::string_view name = line.substr(0, line.find(':'));
-  if (name.size() == line.size()) return false;
-  name = name.substr(0, name.find_last_not_of(" \t") + 1);
-  const auto is = [name](std::string_view other) {
-    return name.size() == other.size() &&
-           ::strncasecmp(name.data(), other.data(), name.size()) == 0;
-  };
-  return is("bcc") || is("resent-bcc");
-}
+bool is_mailbox_line(std::string_view line) { return line.starts_with("From "); }
 
 }  // namespace
 
-HRESULT TextProbe::Write(const void* pv, ULONG cb, ULONG* written) {
-  held_.append(static_cast<const char*>(pv), cb);
-  size_ += cb;
-  const std::uint64_t start = size_ - held_.size();  // wraps around in front of the first byte
-  std::size_t done = 0;
-  for (std::size_t at = held_.find("\n."); at != kNone; at = held_.find("\n.", at + 1)) {
-    const std::size_t end = held_.compare(at + 2, 1, "\n") == 0     ? at + 3
-                            : held_.compare(at + 2, 2, "\r\n") == 0 ? at + 4
-                                                                    : 0;
-    if (end == 0) continue;
-    ++dot_lines_;
-    last_end_ = start + end;
-    done = end - 1;  // its line end may begin the next
+bool is_field(std::string_view line, std::string_view name) {
+  std::string_view own = line.substr(0, line.find(':'));
+  if (own.size() == line.size()) return false;
+  own = own.substr(0, own.find_last_not_of(" \t") + 1);
+  return own.size() == name.size() && ::strncasecmp(own.data(), name.data(), name.size()) == 0;
+}
+
+// ---- lines --------------------------------------------------------------------------------------
+
+HRESULT MessageLines::Write(const void* pv, ULONG cb, ULONG* written) {
+  if (written != nullptr) *written = 0;
+  const std::string_view bytes(static_cast<const char*>(pv), cb);
+  const auto find = [bytes](char c, std::size_t from) {
+    return std::min(bytes.find(c, from), bytes.size());
+  };
+  std::size_t lf = find('\n', 0);
+  std::size_t cr = find('\r', 0);
+  for (std::size_t at = 0; at < bytes.size();) {
+    if (at > lf) lf = find('\n', at);
+    if (at > cr) cr = find('\r', at);
+    if (at == cr) {
+      ++crs_;
+      ++at;
+      continue;
+    }
+    if (crs_ > 0) end_crs(at == lf);
+    if (at == lf) {
+      end_line();
+      ++at;
+    } else {
+      const std::size_t end = std::min(lf, cr);
+      piece(bytes.substr(at, end - at));
+      at = end;
+    }
+    after_lf_ = at == lf + 1;
   }
-  constexpr std::size_t kPartial = 3;  // "\n.\r"
-  held_.erase(0, std::max(done, held_.size() - std::min(held_.size(), kPartial)));
+  if (!goes_on(cb)) return E_FAIL;
   if (written != nullptr) *written = cb;
   return S_OK;
 }
+
+// Behind an LF, CRs alone are nothing.
+void MessageLines::end_crs(bool before_lf) {
+  if (before_lf) {
+    if (crs_ > 1) piece(std::string(crs_ - 1, '\r'));
+  } else if (!after_lf_) {
+    for (std::size_t i = 0; i < crs_; ++i) end_line();
+  }
+  crs_ = 0;
+}
+
+void MessageLines::finish() { end_crs(false); }
+
+// ---- the probe ----------------------------------------------------------------------------------
+
+void TextProbe::piece(std::string_view text) {
+  line_ = line_ == Line::kEmpty && text == "." ? Line::kDot : Line::kOther;
+  behind_dot_line_ = false;
+  if (in_header_) header_ += text;
+}
+
+void TextProbe::end_line() {
+  behind_dot_line_ = line_ == Line::kDot;
+  if (behind_dot_line_) ++dot_lines_;
+  if (line_ == Line::kEmpty) in_header_ = false;
+  if (in_header_) header_ += "\r\n";
+  line_ = Line::kEmpty;
+}
+
+bool TextProbe::goes_on(std::size_t count) {
+  size_ += count;
+  return true;
+}
+
+// ---- the way out --------------------------------------------------------------------------------
 
 OutgoingText::OutgoingText(platform::ComPtr<ISequentialStream> target, bool plain,
                            std::function<void(std::size_t)> watch)
@@ -62,58 +96,38 @@ OutgoingText::OutgoingText(platform::ComPtr<ISequentialStream> target, bool plai
   block_.reserve(kBlock);
 }
 
-HRESULT OutgoingText::Write(const void* pv, ULONG cb, ULONG* written) {
-  if (written != nullptr) *written = 0;
-  const std::string_view bytes(static_cast<const char*>(pv), cb);
+void OutgoingText::piece(std::string_view text) {
   if (in_header_) {
-    take_header(bytes);
-  } else {
-    pass_text(bytes);
+    held_ += text;
+    return;
   }
-  if (failed_) return E_FAIL;
-  if (watch_) watch_(cb);
-  if (written != nullptr) *written = cb;
-  return S_OK;
+  if (at_line_start_ && plain_ && text[0] == '.') put(".");
+  put(text);
+  at_line_start_ = false;
 }
 
-void OutgoingText::take_header(std::string_view bytes) {
-  const std::size_t from = header_.size() - std::min<std::size_t>(header_.size(), 2);
-  header_ += bytes;
-  const std::size_t end = end_of_header(header_, from);
-  if (end == kNone) return;
-  const std::string rest = header_.substr(end);
-  header_.resize(end);
-  pass_header();
-  pass_text(rest);
+void OutgoingText::end_line() {
+  if (in_header_) pass_field_line();
+  if (!dropping_) put("\r\n");
+  at_line_start_ = true;
 }
 
-void OutgoingText::pass_header() {
+// The present line of the header, without its end. The last one is empty.
+void OutgoingText::pass_field_line() {
+  const bool goes_on = !held_.empty() && (held_[0] == ' ' || held_[0] == '\t');
+  if (!goes_on) {
+    dropping_ = is_field(held_, "bcc") || is_field(held_, "resent-bcc") ||
+                (std::exchange(first_, false) && is_mailbox_line(held_));
+  }
   in_header_ = false;
-  bool dropping = false;
-  for (std::string_view left = header_; !left.empty();) {
-    const std::string_view line = left.substr(0, std::min(left.find('\n'), left.size() - 1) + 1);
-    left.remove_prefix(line.size());
-    const bool goes_on = line[0] == ' ' || line[0] == '\t';
-    dropping = goes_on ? dropping : is_secret(line);
-    if (!dropping) pass_text(line);
-  }
-  header_ = {};
+  const std::string line = std::exchange(held_, {});
+  if (!line.empty() && !dropping_) piece(line);
+  in_header_ = !line.empty();
 }
 
-// What stands between line starts goes out in runs.
-void OutgoingText::pass_text(std::string_view text) {
-  while (!text.empty()) {
-    if (at_line_start_ && plain_ && text[0] == '.') put(".");
-    const std::size_t lf = text.find('\n');
-    const std::string_view run = text.substr(0, lf);
-    put(run);
-    if (!run.empty()) after_cr_ = run.back() == '\r';
-    at_line_start_ = lf != kNone;
-    if (lf == kNone) return;
-    put(after_cr_ ? "\n" : "\r\n");
-    after_cr_ = false;
-    text.remove_prefix(lf + 1);
-  }
+bool OutgoingText::goes_on(std::size_t count) {
+  if (watch_) watch_(count);
+  return !failed_;
 }
 
 void OutgoingText::put(std::string_view bytes) {
@@ -132,8 +146,10 @@ void OutgoingText::flush() {
   block_.clear();
 }
 
-bool OutgoingText::finish() {
-  if (in_header_) pass_header();
+bool OutgoingText::pass_end() {
+  finish();
+  if (in_header_ && !held_.empty()) pass_field_line();
+  if (plain_) put(at_line_start_ ? ".\r\n" : "\r\n.\r\n");
   flush();
   return !failed_;
 }

@@ -11,54 +11,89 @@
 
 namespace tallowbrook::cli {
 
-// Counts what is saved into it, and its lines ".".
-class TextProbe final : public StreamBase {
- public:
-  HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
+// True when a header line begins a field of this name, which is in lower case.
+[[nodiscard]] bool is_field(std::string_view line, std::string_view name);
 
-  [[nodiscard]] std::uint64_t size() const { return size_; }
+// A message that is saved into it, line by line. What ends a line is what does so for the component:
+// an LF, or a CR that no LF follows; CRs before such an LF stay.
+class MessageLines : public StreamBase {
+ public:
+  HRESULT Write(const void* pv, ULONG cb, ULONG* written) final;
+  // Ends the text.
+  void finish();
+
+ protected:
+  // The next piece of the present line.
+  virtual void piece(std::string_view text) = 0;
+  // What stands on the present line is all of it.
+  virtual void end_line() = 0;
+  // So many bytes were taken; false when no more are.
+  virtual bool goes_on(std::size_t) { return true; }
+
+ private:
+  void end_crs(bool before_lf);
+
+  std::size_t crs_ = 0;  // of which it is not known yet what they are
+  bool after_lf_ = false;
+};
+
+// Looks through the message: its size, its header, and its lines ".".
+class TextProbe final : public MessageLines {
+ public:
+  [[nodiscard]] std::size_t size() const { return size_; }
+  // Up to the empty line, with every line ended by CR LF.
+  [[nodiscard]] const std::string& header() const { return header_; }
   [[nodiscard]] std::size_t dot_lines() const { return dot_lines_; }
   // True when the text ends with the line ".": it is ready to be sent, with its dots doubled (RFC
   // 5321 section 4.5.2). A text without that line is a plain one.
-  [[nodiscard]] bool ends_with_dot_line() const { return dot_lines_ > 0 && last_end_ == size_; }
+  [[nodiscard]] bool ends_with_dot_line() const { return dot_lines_ > 0 && behind_dot_line_; }
 
  private:
-  std::uint64_t size_ = 0;
+  void piece(std::string_view text) override;
+  void end_line() override;
+  bool goes_on(std::size_t count) override;
+
+  enum class Line { kEmpty, kDot, kOther };
+  Line line_ = Line::kEmpty;
+  bool in_header_ = true;
+  bool behind_dot_line_ = false;
+  std::size_t size_ = 0;
   std::size_t dot_lines_ = 0;
-  std::uint64_t last_end_ = 0;  // where the last of them ends
-  std::string held_ = "\n";     // the last bytes, which may begin one
+  std::string header_;
 };
 
-// Passes a message on as a mail server takes it: without its fields bcc and Resent-bcc, every line
-// ended with CR LF, and, for a plain text, the dots that begin lines doubled. The rest of it goes
-// out byte for byte. Writes that `target` takes in part are gone on with.
-class OutgoingText final : public StreamBase {
+// Passes a message on as a mail server takes it: without the line of a mailbox file that may stand
+// before it and its fields bcc and Resent-bcc, every line ended with CR LF, and the line "." in the
+// end; for a plain text, with the dots that begin lines doubled. The rest of it goes out byte for
+// byte. Writes that `target` takes in part are gone on with.
+class OutgoingText final : public MessageLines {
  public:
   // `target` null: nothing is written, only counted. `watch` gets the number of bytes taken in, as
   // they come.
   OutgoingText(platform::ComPtr<ISequentialStream> target, bool plain,
                std::function<void(std::size_t)> watch);
 
-  HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
-  // Passes on what is held back; false when the target failed, then or earlier.
-  [[nodiscard]] bool finish();
+  // Ends the text and passes on what is held back; false when the target failed, then or earlier.
+  [[nodiscard]] bool pass_end();
   // Bytes that went out.
   [[nodiscard]] std::uint64_t sent() const { return sent_; }
 
  private:
-  void take_header(std::string_view bytes);
-  void pass_header();
-  void pass_text(std::string_view text);
+  void piece(std::string_view text) override;
+  void end_line() override;
+  bool goes_on(std::size_t count) override;
+  void pass_field_line();
   void put(std::string_view bytes);
   void flush();
 
   platform::ComPtr<ISequentialStream> target_;
   std::function<void(std::size_t)> watch_;
-  std::string header_;  // until it is whole
-  bool in_header_ = true;
   bool plain_;
+  bool in_header_ = true;
+  bool first_ = true;      // no line of the header has passed
+  bool dropping_ = false;  // the field
+  std::string held_;       // the present line of the header
   bool at_line_start_ = true;
-  bool after_cr_ = false;
   std::string block_;
   bool failed_ = false;
   std::uint64_t sent_ = 0;

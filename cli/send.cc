@@ -1,13 +1,14 @@
 // Sending through the component's socket object.
 //
 // Everyone in To, cc and bcc gets the message, and its text goes out without the bcc fields. The
-// message is saved twice: once to learn its size and whether its dots are doubled, then onto the
-// connection.
+// message is saved twice: once to learn its size, its header and whether its dots are doubled, then
+// onto the connection.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -19,6 +20,7 @@
 #include "cli/envelope.h"
 #include "cli/outgoing.h"
 #include "cli/terminal.h"
+#include "cli/words.h"
 #include "platform/automation/late_bound.h"
 #include "platform/com/activation.h"
 #include "platform/kernel/code_page.h"
@@ -51,37 +53,50 @@ struct Address {
   std::int32_t port = 25;
 };
 
-// HOST or HOST:PORT; an empty host for anything else.
+// HOST or HOST:PORT, the host also as [ADDRESS]; an empty host for anything else.
 Address parse_address(const std::string& text) {
-  Address address{text.substr(0, text.find(':')), 25};
-  if (address.host.size() == text.size()) return address;
+  const bool bracketed = text.starts_with('[') && text.find(']') != std::string::npos;
+  const bool literal = !bracketed && text.find(':') != text.rfind(':');
+  const std::size_t host = bracketed ? text.find(']') + 1 : literal ? text.size() : text.find(':');
+  Address address{bracketed ? text.substr(1, host - 2) : text.substr(0, host), 25};
+  if (host >= text.size()) return address;
   const char* const end = text.data() + text.size();
-  const auto parsed = std::from_chars(text.data() + address.host.size() + 1, end, address.port);
-  const bool good =
-      parsed.ec == std::errc() && parsed.ptr == end && address.port >= 1 && address.port <= 65535;
+  const auto parsed = std::from_chars(text.data() + host + 1, end, address.port);
+  const bool good = text[host] == ':' && parsed.ec == std::errc() && parsed.ptr == end &&
+                    address.port >= 1 && address.port <= 65535;
   return good ? address : Address{};
-}
-
-void save(const Loaded& loaded, IStream& target) {
-  const auto persistence = loaded.message.dispatch().query<IPersistStream>();
-  const HRESULT status = persistence ? persistence->Save(&target, FALSE) : E_NOINTERFACE;
-  if (FAILED(status)) {
-    throw std::runtime_error("the message cannot be saved (" + status_text(status) + ")");
-  }
 }
 
 // A message that is ready to be sent.
 struct Letter {
   explicit Letter(const std::string& path, Loaded message)
-      : file(display_name(path)),
-        loaded(std::move(message)),
-        envelope(ComPtr<Envelope>::adopt(
-            new Envelope(loaded.message, create(u"Tallowbrook.Collection")))) {
+      : file(display_name(path)), loaded(std::move(message)) {
+    const auto collector = ComPtr<Collector>::adopt(new Collector);
+    loaded.source->pass_rest(*collector);
+    rest = collector->take();
     const auto probe = ComPtr<TextProbe>::adopt(new TextProbe);
-    save(loaded, *probe);
+    save(*probe);
+    probe->finish();
     size = probe->size();
     plain = !probe->ends_with_dot_line();
     several = !plain && probe->dot_lines() > 1;
+    envelope = ComPtr<Envelope>::adopt(
+        new Envelope(probe->header(), create(u"Tallowbrook.Collection")));
+  }
+
+  // The component has read up to the first line "."; in a plain text it ends nothing.
+  void save(IStream& target) const {
+    const auto persistence = loaded.message.dispatch().query<IPersistStream>();
+    const HRESULT status = persistence ? persistence->Save(&target, FALSE) : E_NOINTERFACE;
+    if (FAILED(status)) {
+      throw std::runtime_error("the message cannot be saved (" + status_text(status) + ")");
+    }
+    constexpr std::size_t kBlock = 65536;
+    for (std::string_view left = rest; !left.empty();) {
+      const std::string_view block = left.substr(0, kBlock);
+      if (FAILED(target.Write(block.data(), static_cast<ULONG>(block.size()), nullptr))) return;
+      left.remove_prefix(block.size());
+    }
   }
 
   // Writes the text to `target`, which may be null; the bytes written, or nothing when it failed.
@@ -89,13 +104,14 @@ struct Letter {
     Progress progress(size);
     const auto text = ComPtr<OutgoingText>::adopt(new OutgoingText(
         std::move(target), plain, [&progress](std::size_t count) { progress.step(count); }));
-    save(loaded, *text);
-    if (!text->finish()) return std::nullopt;
+    save(*text);
+    if (!text->pass_end()) return std::nullopt;
     return text->sent();
   }
 
   std::string file;
   Loaded loaded;
+  std::string rest;  // of the file
   ComPtr<Envelope> envelope;
   std::size_t size = 0;
   bool plain = true;
@@ -187,7 +203,6 @@ int Server::rejected(const Letter& letter, std::size_t accepted) {
 
 int Server::deliver(const Letter& letter) {
   dialogue_.start();
-  if (!print(letter.file + "\n")) return kFileFailed;
   const bool ready = call(u"PrepareSMTP", static_cast<IDispatch*>(letter.envelope.get()));
   const std::size_t accepted = report_envelope();
   if (!ready || accepted == 0) return rejected(letter, accepted);
@@ -203,7 +218,7 @@ int Server::deliver(const Letter& letter) {
 }
 
 int Server::send(const Letter& letter) {
-  int status = connect();
+  int status = print(letter.file + "\n") ? connect() : kFileFailed;
   if (status == kFine) status = deliver(letter);
   // What a failed transaction left at the server does not outlive the connection.
   if (status != kFine) disconnect();
@@ -212,23 +227,35 @@ int Server::send(const Letter& letter) {
 
 // ---- without a server ---------------------------------------------------------------------------
 
-int show_dialogue(const Letter& letter) {
+// An address as the debug output has it.
+std::string shown(const std::string& route) {
+  return printable(recovered(platform::widen(CP_ACP, route)));
+}
+
+// What would be said of this message, and before it of the `first` one.
+int show_dialogue(const Letter& letter, bool first) {
   const Envelope& envelope = *letter.envelope;
-  char name[80]{};
-  if (::gethostname(name, sizeof name - 1) != 0) return failed(letter, kNoGreeting, "no host name");
-  const auto size = letter.write({});
-  std::string lines = letter.file + "\n  > HELO " + name + "\n";
-  lines += "  > MAIL From: " + printable(envelope.sender()) + "\n";
-  for (const std::string& recipient : envelope.recipients()) {
-    lines += "  > RCPT TO: " + printable(recipient) + "\n";
+  std::string lines = letter.file + "\n";
+  if (first) {
+    char name[80]{};
+    if (::gethostname(name, sizeof name - 1) != 0) return failed(letter, kNoGreeting, "no host name");
+    lines += std::string("  > HELO ") + name + "\n";
   }
-  lines += "  > DATA\n  > (" + std::to_string(size.value_or(0)) + " bytes of message)\n  > QUIT\n";
+  lines += "  > MAIL From: " + shown(envelope.sender()) + "\n";
+  for (const std::string& recipient : envelope.recipients()) {
+    lines += "  > RCPT TO: " + shown(recipient) + "\n";
+  }
+  const auto size = letter.write({});
+  lines += "  > DATA\n  > (" + std::to_string(size.value_or(0)) + " bytes of message)\n";
   return print(lines) ? kFine : kFileFailed;
 }
 
 // -------------------------------------------------------------------------------------------------
 
 int check(const Letter& letter) {
+  if (const int error = letter.loaded.source->error(); error != 0) {
+    return failed(letter, kFileFailed, std::strerror(error));
+  }
   if (letter.several) {
     return failed(letter, kUnparsable, "text follows the line \".\" that ends the message");
   }
@@ -247,8 +274,14 @@ int send(const Options& options) {
     complain("--server takes HOST or HOST:PORT, not \"" + printable(options.server) + "\"");
     return kUsage;
   }
+  if (address.host.find(':') != std::string::npos) {
+    complain("--server takes no IPv6 address, as messages are sent over IPv4: " +
+             printable(options.server));
+    return kUsage;
+  }
   const Host host;
   std::unique_ptr<Server> server;
+  bool shown = false;
   int worst = kFine;
   for (const std::string& file : options.files) {
     Loaded loaded = host.load(file, LoadFor::kCopying);
@@ -259,7 +292,7 @@ int send(const Options& options) {
       const Letter letter(file, std::move(loaded));
       status = check(letter);
       if (status == kFine && options.dry_run) {
-        status = show_dialogue(letter);
+        status = show_dialogue(letter, !std::exchange(shown, true));
       } else if (status == kFine) {
         if (!server) server = std::make_unique<Server>(address, options.verbose);
         status = server->send(letter);
@@ -269,6 +302,7 @@ int send(const Options& options) {
     if (status == kNoConnection) break;  // nor would it be there for the next message
   }
   if (server) server->disconnect();
+  if (shown && !print("  > QUIT\n")) worst = std::max<int>(worst, kFileFailed);
   return worst;
 }
 
@@ -283,11 +317,14 @@ void add_send(CLI::App& program, int& status) {
   command->add_flag("--dry-run", options->dry_run,
                     "Show what would be said, and connect to nobody");
   command->add_flag("--verbose", options->verbose, "Print what is said on both sides");
-  command->footer(R"(Everyone in To, Cc and Bcc gets the message, which goes out without its Bcc
-fields and else as FILE has it, with lines ended by CR LF. The sender is that of
-the field Sender, or the first of From. What the server says to each address is
+  command->footer(R"(Everyone in To, Cc and Bcc gets the message, members of groups too; lists that
+are not quite in order are read as they are meant. The message goes out without
+its Bcc fields, and without the line "From ..." that a mailbox file puts before
+it, else as FILE has it, with lines ended by CR LF. The sender is that of the
+field Sender, or the first of From. What the server says to each address is
 printed. A FILE that ends with the line "." has the dots that begin its lines
 doubled already, as a saved message has; for any other they are doubled here.
+The connection is made over IPv4.
 
 With --verbose each line has a mark: > sent, < received, ? received unasked,
 * done, ! failed. On a terminal a bar on standard error shows how far a large

@@ -132,20 +132,19 @@ bool CSMTP::open() {
 
 bool CSMTP::disconnect_session() {
   if (!connected_) return true;
-  if (data_ == Data::kUnknown || (data_ == Data::kText && !text_ended_)) {
+  if (awaits_text()) {
     // QUIT might be one more line of the text.
     end_connection(false);
     return fail(kUnfinishedText);
   }
   const bool done = attempt([this] { return command("QUIT", Expected::kGoodbye); });
-  end_connection(true);
-  return done;
+  return end_connection(true) && done;
 }
 
-void CSMTP::end_connection(bool graceful) {
+bool CSMTP::end_connection(bool graceful) {
   connected_ = false;
   reply_.reset();
-  attempt([&] {
+  return attempt([&] {
     close(graceful);
     return true;
   });
@@ -210,9 +209,13 @@ int CSMTP::read(char* bytes, int length) {
 
 // ---- a message ------------------------------------------------------------------------------
 
+bool CSMTP::awaits_text() const {
+  return data_ == Data::kUnknown || (data_ == Data::kText && !text_ended_);
+}
+
 bool CSMTP::prepare(IDispatch* message) {
   return attempt([&] {
-    data_ = Data::kShut;
+    data_ = awaits_text() ? Data::kUnknown : Data::kShut;
     Envelope envelope;
     if (const char* const failure = read_envelope(message, envelope)) return fail(failure);
     if (!connected_) return fail(kNotConnected);
@@ -232,7 +235,7 @@ bool CSMTP::give_envelope(const Envelope& envelope) {
   }
   if (command("DATA", Expected::kReadyForData)) return true;
   const bool rejected = code_ >= 400 && code_ < 600;
-  if (!rejected) data_ = Data::kUnknown;
+  data_ = rejected ? Data::kShut : Data::kUnknown;
   return false;
 }
 

@@ -72,13 +72,16 @@ class CSMTP final : public CClientWinSock {
   int noting(Transfer&& transfer);
   bool open();
   bool give_envelope(const Envelope& envelope);
+  // True when the server waits for a text, or may do so.
+  [[nodiscard]] bool awaits_text() const;
   bool command(std::string_view text, Expected expected);
   bool read_reply(Expected expected);
   void drop_leftovers();
   void send_all(std::string_view bytes);
   int write_text(std::string_view bytes);
   void finish_text();
-  void end_connection(bool graceful);
+  // False when closing failed.
+  bool end_connection(bool graceful);
 
   std::string last_error_;
   std::string server_;
