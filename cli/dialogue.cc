@@ -44,8 +44,7 @@ void Dialogue::hear(std::string_view text) {
   text.remove_prefix(kStart.size());
   if (text.back() == '\n') text.remove_suffix(1);
   const char mark = text[0];
-  const std::string line =
-      recovered(to_utf16(text.substr(std::min<std::size_t>(text.size(), 2))));
+  const std::string line = recovered(to_utf16(text.substr(std::min<std::size_t>(text.size(), 2))));
   if (verbose_) std::printf("  %c %s\n", mark, printable(line).c_str());
   switch (mark) {
     case '*':

@@ -14,8 +14,8 @@ namespace tallowbrook::cli {
 // True when a header line begins a field of this name, which is in lower case.
 [[nodiscard]] bool is_field(std::string_view line, std::string_view name);
 
-// A message that is saved into it, line by line. What ends a line is what does so for the component:
-// an LF, or a CR that no LF follows; CRs before such an LF stay.
+// A message that is saved into it, line by line. What ends a line is what does so for the
+// component: an LF, or a CR that no LF follows; CRs before such an LF stay.
 class MessageLines : public StreamBase {
  public:
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) final;

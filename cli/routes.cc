@@ -68,8 +68,8 @@ class Reader {
     at_ = end == kNone ? at_ + 1 : end;
   }
 
-  // The place behind the run that begins here, npos where none does. One that is not closed is none,
-  // nor is any later one of its kind, so that no text is searched again and again.
+  // The place behind the run that begins here, npos where none does. One that is not closed is
+  // none, nor is any later one of its kind, so that no text is searched again and again.
   std::size_t end_of_run(std::string_view before) {
     const char open = text_[at_];
     if ((open != '"' && open != '(' && open != '[') || unclosed_.find(open) != kNone) return kNone;

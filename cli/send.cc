@@ -80,8 +80,8 @@ struct Letter {
     size = probe->size();
     plain = !probe->ends_with_dot_line();
     several = !plain && probe->dot_lines() > 1;
-    envelope = ComPtr<Envelope>::adopt(
-        new Envelope(probe->header(), create(u"Tallowbrook.Collection")));
+    envelope =
+        ComPtr<Envelope>::adopt(new Envelope(probe->header(), create(u"Tallowbrook.Collection")));
   }
 
   // The component has read up to the first line "."; in a plain text it ends nothing.
@@ -238,7 +238,8 @@ int show_dialogue(const Letter& letter, bool first) {
   std::string lines = letter.file + "\n";
   if (first) {
     char name[80]{};
-    if (::gethostname(name, sizeof name - 1) != 0) return failed(letter, kNoGreeting, "no host name");
+    if (::gethostname(name, sizeof name - 1) != 0)
+      return failed(letter, kNoGreeting, "no host name");
     lines += std::string("  > HELO ") + name + "\n";
   }
   lines += "  > MAIL From: " + shown(envelope.sender()) + "\n";

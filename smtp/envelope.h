@@ -14,8 +14,8 @@ struct Envelope {
 };
 
 // Reads the envelope from any object that has the properties: "Sender" or, where that is none or
-// empty, the first of "From", and all of "To"; of each address its "RouteAddress". Null when all were
-// read, else the reason why not. No address that is given back can add anything to a command.
+// empty, the first of "From", and all of "To"; of each address its "RouteAddress". Null when all
+// were read, else the reason why not. No address that is given back can add anything to a command.
 [[nodiscard]] const char* read_envelope(IDispatch* message, Envelope& envelope);
 
 }  // namespace tallowbrook

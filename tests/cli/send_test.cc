@@ -42,7 +42,8 @@ TEST(Routes, AreTheMailboxesThatAFieldMeans) {
     std::string field;
     List routes;
   } cases[] = {
-      {" a@x.org,\r\n B <b@x.org>, \"C, c\" <c@x.org>\r\n", {"<a@x.org>", "<b@x.org>", "<c@x.org>"}},
+      {" a@x.org,\r\n B <b@x.org>, \"C, c\" <c@x.org>\r\n",
+       {"<a@x.org>", "<b@x.org>", "<c@x.org>"}},
       {"z@x.org, Team: a@x.org, \"B: b\" <b@x.org>;, c@x.org",
        {"<z@x.org>", "<a@x.org>", "<b@x.org>", "<c@x.org>"}},
       {"undisclosed-recipients:;", {}},
@@ -85,10 +86,9 @@ TEST_F(Send, EveryoneGetsTheMessageAndNobodySeesBcc) {
     const std::size_t colon = command.find(": ");
     if (colon != command.npos) people.push_back(command.substr(colon + 2));
   }
-  EXPECT_EQ(people, (std::vector<std::string>{"<a@example.org>", "<b@example.net>",
-                                              "<c@example.net>", "<h@example.net>",
-                                              "<d@example.net>", "<e@example.net>",
-                                              "<f@example.net>"}));
+  EXPECT_EQ(people, (std::vector<std::string>{
+                        "<a@example.org>", "<b@example.net>", "<c@example.net>", "<h@example.net>",
+                        "<d@example.net>", "<e@example.net>", "<f@example.net>"}));
   ASSERT_EQ(server.messages.size(), 1U);
   EXPECT_EQ(server.messages[0],
             "Sender:\r\nFrom: A. B. <a@example.org>\r\n"
@@ -199,9 +199,9 @@ TEST_F(Send, VerbosePrintsBothSidesAndNoControlCharacters) {
   letters += " " + letter_of("From: m\xFC@x.org\nTo: m\xC3\xBC@x.org\n\n.\n");
   const auto [status, text] = send(server, letters + " --verbose");
   EXPECT_EQ(status, 0) << text;
-  for (const char* line : {"  < 220 ready\n", "  < 250-one\n", "  < 250 \\x1B[2J\n",
-                           "  ? 250 late\n", "  > MAIL From: <m\xC3\xBC@x.org>\n",
-                           "  > RCPT TO: <m\xC3\xBC@x.org>\n"}) {
+  for (const char* line :
+       {"  < 220 ready\n", "  < 250-one\n", "  < 250 \\x1B[2J\n", "  ? 250 late\n",
+        "  > MAIL From: <m\xC3\xBC@x.org>\n", "  > RCPT TO: <m\xC3\xBC@x.org>\n"}) {
     EXPECT_NE(text.find(line), std::string::npos) << line << " in\n" << text;
   }
   const std::string said = std::regex_replace(text, std::regex("(^|\n)  [^>][^\n]*(?=\n)"), "");

@@ -1,4 +1,5 @@
-// The socket layer against the system's own sockets.
+// What the socket layer adds to the system's own sockets; tests/smtp/winsock_test.cc tries the rest
+// through its user.
 #include "platform/net/sockets.h"
 
 #include <fcntl.h>
@@ -43,10 +44,6 @@ class Net : public ::testing::Test {
         kInternetFamily, network_order(static_cast<USHORT>(port)), kLoopback, {}};
     return net::connect(made, &address, sizeof address);
   }
-  static void make_non_blocking(SOCKET made) {
-    ULONG on = 1;
-    EXPECT_EQ(ioctlsocket(made, kNonBlocking, &on), 0);
-  }
   // Waits for one socket; the result of select.
   static int wait_for(SOCKET made, SocketSet& ready, int milliseconds) {
     const Timeout timeout{0, milliseconds * 1000};
@@ -55,14 +52,6 @@ class Net : public ::testing::Test {
     return net::select(&ready, nullptr, nullptr, &timeout);
   }
 };
-
-void ignore(Peer& peer) { peer.ended(); }
-
-// A port on which nothing listens.
-int dead_port() {
-  MailServer server(ignore);
-  return server.port();
-}
 
 TEST(NetStart, TellsVersionsAndCountsItsUsers) {
   WSADATA data{};
@@ -133,64 +122,6 @@ TEST_F(Net, WhatIsNoSocketIsRefusedByEveryCall) {
   EXPECT_TRUE(refused(net::select(&set, nullptr, nullptr, nullptr)));
   SocketSet none;
   EXPECT_EQ(error_of(net::select(&none, nullptr, nullptr, nullptr)), WSAEINVAL);
-}
-
-TEST_F(Net, LingerIsReadAsItWasSet) {
-  const SOCKET made = net::socket(kInternetFamily, kStreamSocket, 0);
-  for (const Linger wanted : {Linger{1, 2}, Linger{0, 0}, Linger{1, 0}, Linger{0, 0}}) {
-    EXPECT_EQ(setsockopt(made, kSocketLevel, kLingerOption, &wanted, sizeof wanted), 0);
-    Linger now{9, 9};
-    int length = sizeof now;
-    EXPECT_EQ(getsockopt(made, kSocketLevel, kLingerOption, &now, &length), 0);
-    EXPECT_EQ(now.on, wanted.on);
-    EXPECT_EQ(now.seconds, wanted.seconds);
-  }
-  EXPECT_EQ(closesocket(made), 0);
-}
-
-TEST_F(Net, ARefusedConnectionTellsAtOnceOrWhenItIsWaitedFor) {
-  const int port = dead_port();
-  const SOCKET blocking = net::socket(kInternetFamily, kStreamSocket, 0);
-  EXPECT_EQ(error_of(connect_to(blocking, port)), WSAECONNREFUSED);
-  EXPECT_EQ(closesocket(blocking), 0);
-
-  const SOCKET waiting = net::socket(kInternetFamily, kStreamSocket, 0);
-  make_non_blocking(waiting);
-  EXPECT_EQ(error_of(connect_to(waiting, port)), WSAEWOULDBLOCK);
-  SocketSet made;
-  SocketSet failed;
-  made.add(waiting);
-  failed.add(waiting);
-  const Timeout timeout{5, 0};
-  EXPECT_EQ(net::select(nullptr, &made, &failed, &timeout), 2);
-  int error = 0;
-  int length = sizeof error;
-  EXPECT_EQ(getsockopt(waiting, kSocketLevel, kErrorOption, &error, &length), 0);
-  EXPECT_EQ(error, WSAECONNREFUSED);
-  EXPECT_EQ(closesocket(waiting), 0);
-}
-
-TEST_F(Net, SelectWaitsForItsTimeAndKeepsOnlyWhatIsReady) {
-  MailServer server([](Peer& peer) {
-    std::string text;
-    while (peer.line(text)) peer.say(text);
-  });
-  const SOCKET quiet = connected(server.port());
-  SocketSet set;
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(wait_for(quiet, set, 120), 0);
-  EXPECT_FALSE(set.contains(quiet));
-  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(120));
-
-  EXPECT_EQ(net::send(quiet, "echo\r\n", 6, 0), 6);
-  EXPECT_EQ(wait_for(quiet, set, 5000), 1);
-  EXPECT_TRUE(set.contains(quiet));
-  char bytes[8];
-  EXPECT_EQ(net::recv(quiet, bytes, sizeof bytes, kPeek), 4);
-  EXPECT_EQ(net::recv(quiet, bytes, sizeof bytes, 0), 4);
-  make_non_blocking(quiet);
-  EXPECT_EQ(error_of(net::recv(quiet, bytes, sizeof bytes, 0)), WSAEWOULDBLOCK);
-  EXPECT_EQ(closesocket(quiet), 0);
 }
 
 // Waits and receives are gone on with when a signal comes between.

@@ -1,12 +1,13 @@
 """A mail server for the tests: keeps each message in a file of its own.
 
-Usage: aiosmtpd_sink.py PORT FOLDER. Says "ready" when it listens, and ends with its standard input.
+Usage: aiosmtpd_sink.py PORT FOLDER. Runs until it is killed.
 Each file holds the sender, the recipients, a line each, an empty line, and the text as it was
 received with its dots undone.
 """
 
 import itertools
 import pathlib
+import signal
 import sys
 
 from aiosmtpd.controller import Controller
@@ -37,9 +38,7 @@ def main():
         decode_data=False,
     )
     controller.start()
-    print("ready", flush=True)
-    sys.stdin.read()
-    controller.stop()
+    signal.pause()
 
 
 main()

@@ -201,6 +201,9 @@ class MailServer {
   std::thread thread_;
 };
 
+// A port on which nothing listens.
+inline int dead_port() { return MailServer(polite()).port(); }
+
 // The number of files and sockets that this process has open.
 inline int open_descriptors() {
   int count = 0;
