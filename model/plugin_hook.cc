@@ -4,6 +4,12 @@
 #include "platform/kernel/library.h"
 
 namespace tallowbrook {
+namespace {
+
+constexpr int kDeepest = 32;
+thread_local int depth = 0;  // of the calls in which this thread stands
+
+}  // namespace
 
 PluginHook::PluginHook() : library_(LoadLibraryA("TlwbkPlg.dll")) {
   if (library_ == nullptr) return;
@@ -15,13 +21,15 @@ PluginHook::~PluginHook() {
 }
 
 void PluginHook::on_loaded(IMimeDecoder* message) {
-  if (on_loaded_ == nullptr || telling_) return;
+  if (on_loaded_ == nullptr || telling_ || depth == kDeepest) return;
   telling_ = true;
+  ++depth;
   try {
     on_loaded_(message);
   } catch (...) {  // the message is loaded, whatever became of the plug-in's own work
     OutputDebugStringA("TlwbkPlg.dll: SnapIn_OnLoaded threw an exception\n");
   }
+  --depth;
   telling_ = false;
 }
 

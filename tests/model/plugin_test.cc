@@ -25,6 +25,10 @@ class Plugin {
 
   [[nodiscard]] bool found() const { return library_ != nullptr; }
   [[nodiscard]] int calls() const { return entry<int (*)()>("plugin_calls")(); }
+  using Creator = HRESULT (*)(REFIID iid, void** object);
+  void create_with(Creator creator) const {
+    entry<void (*)(Creator)>("plugin_create_with")(creator);
+  }
   [[nodiscard]] std::u16string subject() const {
     return entry<const char16_t* (*)()>("plugin_subject")();
   }
@@ -72,6 +76,16 @@ TEST_F(PluginTest, MayLoadTheMessageThatItIsToldOf) {
   EXPECT_EQ(read_text(message.get(), u"Subject"), "Lunch");
   EXPECT_EQ(load(message, "Subject: next\r\n\r\nbody\r\n"), S_OK);
   EXPECT_EQ(plugin.calls(), before + 2);
+}
+
+TEST_F(PluginTest, MayLoadAnotherMessageEachTime) {
+  plugin.create_with(&create_mime_decoder);
+  for (int loads = 1; loads <= 2; ++loads) {
+    EXPECT_EQ(load(message, "Subject: mine\r\n\r\nbody\r\n"), S_OK);
+    EXPECT_EQ(plugin.calls(), before + 32 * loads) << "so many calls deep, and no deeper";
+  }
+  EXPECT_EQ(read_text(message.get(), u"Subject"), "mine");
+  plugin.create_with(nullptr);
 }
 
 TEST_F(PluginTest, MayThrow) {
