@@ -168,18 +168,20 @@ HRESULT CMimeDecoder::put_Subject(VARIANT value) {
 }
 
 // The host renames its node: the event carries the message itself and an empty value. What a sink
-// puts in turn raises no further event.
+// puts in turn raises no further event, and what it throws is its own.
 void CMimeDecoder::raise_subject_changed() {
   if (raising_) return;
   const auto sinks = points_.sinks(_IAccessorEvents::kIid);
   raising_ = true;
   for (const auto& sink : sinks) {
-    const auto target = sink.query<IDispatch>();
-    if (!target) continue;
-    Variant arguments[] = {Variant(), Variant(static_cast<IDispatch*>(this))};  // last one first
-    DISPPARAMS parameters{arguments, nullptr, 2, 0};
-    target->Invoke(_IAccessorEvents::kChanged, GUID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
-                   &parameters, nullptr, nullptr, nullptr);
+    (void)guarded([&] {
+      const auto target = sink.query<IDispatch>();
+      if (!target) return S_OK;
+      Variant arguments[] = {Variant(), Variant(static_cast<IDispatch*>(this))};  // last one first
+      DISPPARAMS parameters{arguments, nullptr, 2, 0};
+      return target->Invoke(_IAccessorEvents::kChanged, GUID_NULL, LOCALE_USER_DEFAULT,
+                            DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr);
+    });
   }
   raising_ = false;
 }
