@@ -11,15 +11,6 @@ namespace {
 
 namespace platform = tallowbrook::platform;
 
-// Removes the last character of a text in UTF-8.
-void drop_last(std::string& text) {
-  while (!text.empty()) {
-    const auto byte = static_cast<unsigned char>(text.back());
-    text.pop_back();
-    if ((byte & 0xC0U) != 0x80) return;
-  }
-}
-
 bool is(const Key& key, std::string_view text) {
   return key.kind == Key::kText && key.text == text;
 }
@@ -48,10 +39,9 @@ std::string tree_line(const Node& node) {
 
 void Browser::press(const Key& key) {
   news_.clear();
-  if (key.kind == Key::kQuit) {
-    leave();
-    return;
-  }
+  const bool leaves = key.kind == Key::kQuit || (mode_ == Mode::kTree && is(key, "q"));
+  if (leaves && mode_ != Mode::kEdit) return leave();
+  asked_to_leave_ = false;
   switch (mode_) {
     case Mode::kTree:
       return press_tree(key);
@@ -64,15 +54,34 @@ void Browser::press(const Key& key) {
   }
 }
 
-void Browser::move(const Key& key, std::size_t& cursor, std::size_t count) {
-  if (key.kind == Key::kUp && cursor > 0) --cursor;
-  if (key.kind == Key::kDown && cursor + 1 < count) ++cursor;
+void Browser::move(const Key& key, std::size_t& cursor, std::size_t count) const {
+  const std::size_t last = count == 0 ? 0 : count - 1;
+  switch (key.kind) {
+    case Key::kUp:
+      cursor -= std::min<std::size_t>(cursor, 1);
+      break;
+    case Key::kDown:
+      cursor = std::min(cursor + 1, last);
+      break;
+    case Key::kPageUp:
+      cursor -= std::min(cursor, page_);
+      break;
+    case Key::kPageDown:
+      cursor = std::min(cursor + page_, last);
+      break;
+    case Key::kHome:
+      cursor = 0;
+      break;
+    case Key::kEnd:
+      cursor = last;
+      break;
+    default:
+      break;
+  }
 }
 
 void Browser::press_tree(const Key& key) {
   move(key, node_, tree_.nodes().size());
-  if (is(key, "q")) return leave();
-  asked_to_leave_ = false;
   if (is(key, "s")) save();
   if (is(key, "m")) open_menu();
   if (key.kind == Key::kEnter || is(key, "o")) open_options();
@@ -103,25 +112,9 @@ void Browser::press_options(const Key& key) {
 }
 
 void Browser::press_edit(const Key& key) {
-  switch (key.kind) {
-    case Key::kText:
-      edit_text_ += key.text;
-      break;
-    case Key::kBackspace:
-      drop_last(edit_text_);
-      break;
-    case Key::kClear:
-      edit_text_.clear();
-      break;
-    case Key::kEscape:
-      mode_ = before_edit_;
-      break;
-    case Key::kEnter:
-      finish_edit();
-      break;
-    default:
-      break;
-  }
+  if (key.kind == Key::kEnter) return finish_edit();
+  if (key.kind == Key::kEscape || key.kind == Key::kQuit) mode_ = before_edit_;
+  edit_.press(key);
 }
 
 // --- what they do --------------------------------------------------------------------------------
@@ -173,12 +166,12 @@ void Browser::run_command(const MenuLine& line) {
 void Browser::begin_edit(std::string what, std::u16string_view text) {
   before_edit_ = mode_;
   edit_what_ = std::move(what);
-  edit_text_ = tallowbrook::cli::to_utf8(text);
+  edit_ = LineEdit(tallowbrook::cli::to_utf8(text));
   mode_ = Mode::kEdit;
 }
 
 void Browser::finish_edit() {
-  const std::u16string text = platform::widen(CP_UTF8, edit_text_);
+  const std::u16string text = platform::widen(CP_UTF8, edit_.text());
   mode_ = before_edit_;
   if (mode_ == Mode::kOptions) {
     if (!options_->set(option_row_, text)) news_ = "The change was not taken.";
@@ -251,21 +244,23 @@ std::string Browser::keys_of_mode() const {
   }
 }
 
-std::vector<std::string> Browser::screen(std::size_t rows) {
+std::vector<std::string> Browser::screen(std::size_t rows, std::size_t columns) {
   constexpr std::size_t kFrame = 5;  // title, two empty lines, news, keys
   const std::vector<std::string> all = rows_of_mode();
   const std::size_t room = rows > kFrame ? rows - kFrame : 1;
+  page_ = room;
   const std::size_t cursor = cursor_of_mode();
-  const std::size_t first = cursor < room ? 0 : cursor - room + 1;
+  first_ = std::min(first_, all.size() - std::min(all.size(), room));
+  first_ = std::clamp(first_, cursor - std::min(cursor, room - 1), cursor);
   std::vector<std::string> lines{title_, ""};
-  for (std::size_t i = first; i < std::min(all.size(), first + room); ++i) {
+  for (std::size_t i = first_; i < std::min(all.size(), first_ + room); ++i) {
     lines.push_back((i == cursor ? "> " : "  ") + all[i]);
   }
   if (all.empty()) lines.emplace_back("  (nothing)");
   lines.emplace_back();
-  lines.push_back(mode_ == Mode::kEdit
-                      ? edit_what_ + ": " + tallowbrook::cli::printable(edit_text_) + "_"
-                      : news_);
+  const std::string label = edit_what_ + ": ";
+  const std::size_t left = columns - std::min(columns, tallowbrook::cli::columns(label));
+  lines.push_back(mode_ == Mode::kEdit ? label + edit_.shown(left) : news_);
   lines.push_back(keys_of_mode());
   return lines;
 }

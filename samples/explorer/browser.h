@@ -10,16 +10,12 @@
 #include <string>
 #include <vector>
 
+#include "samples/explorer/key.h"
+#include "samples/explorer/line_edit.h"
 #include "samples/explorer/node_tree.h"
 #include "samples/explorer/options_page.h"
 
 namespace bramblescope {
-
-struct Key {
-  enum Kind { kText, kUp, kDown, kEnter, kEscape, kBackspace, kClear, kQuit };
-  Kind kind = kText;
-  std::string text;  // of kText: one character in UTF-8
-};
 
 class Browser {
  public:
@@ -27,8 +23,8 @@ class Browser {
 
   void press(const Key& key);
   // The screen in at most `rows` lines: what is around the cursor, then a line of news and one of
-  // keys.
-  [[nodiscard]] std::vector<std::string> screen(std::size_t rows);
+  // keys. Lines may be longer than `columns`; what counts stands within them.
+  [[nodiscard]] std::vector<std::string> screen(std::size_t rows, std::size_t columns);
   [[nodiscard]] bool done() const { return done_; }
 
  private:
@@ -38,7 +34,7 @@ class Browser {
   void press_menu(const Key& key);
   void press_options(const Key& key);
   void press_edit(const Key& key);
-  void move(const Key& key, std::size_t& cursor, std::size_t count);
+  void move(const Key& key, std::size_t& cursor, std::size_t count) const;
   void open_menu();
   void open_options();
   void run_command(const MenuLine& line);
@@ -62,8 +58,10 @@ class Browser {
   std::vector<MenuLine> menu_;
   std::optional<OptionsPage> options_;
   std::string edit_what_;
-  std::string edit_text_;  // UTF-8
+  LineEdit edit_;
   std::string news_;
+  std::size_t first_ = 0;  // of the rows that are shown
+  std::size_t page_ = 1;   // the rows that the last screen had room for
   bool asked_to_leave_ = false;
   bool done_ = false;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace bramblescope {
 namespace {
@@ -26,11 +27,22 @@ std::size_t sequence_size(std::string_view bytes) {
   return 0;
 }
 
+// What follows the escape, and its key. Terminals differ.
+constexpr std::pair<std::string_view, Key::Kind> kSequences[] = {
+    {"", Key::kEscape},     {"[A", Key::kUp},    {"OA", Key::kUp},  //
+    {"[B", Key::kDown},     {"OB", Key::kDown},                     //
+    {"[C", Key::kRight},    {"OC", Key::kRight},                    //
+    {"[D", Key::kLeft},     {"OD", Key::kLeft},                     //
+    {"[H", Key::kHome},     {"OH", Key::kHome},  {"[1~", Key::kHome},
+    {"[7~", Key::kHome},    {"[F", Key::kEnd},   {"OF", Key::kEnd},
+    {"[4~", Key::kEnd},     {"[8~", Key::kEnd},  {"[3~", Key::kDelete},  //
+    {"[5~", Key::kPageUp},                                               //
+    {"[6~", Key::kPageDown}};
+
 std::optional<Key> sequence_key(std::string_view sequence) {
-  if (sequence.size() == 1) return Key{Key::kEscape, {}};
-  if (sequence.size() != 3) return std::nullopt;
-  if (sequence[2] == 'A') return Key{Key::kUp, {}};
-  if (sequence[2] == 'B') return Key{Key::kDown, {}};
+  for (const auto& [bytes, kind] : kSequences) {
+    if (sequence.substr(1) == bytes) return Key{kind, {}};
+  }
   return std::nullopt;
 }
 
@@ -44,6 +56,10 @@ std::optional<Key> control_key(char byte) {
       return Key{Key::kBackspace, {}};
     case '\x15':
       return Key{Key::kClear, {}};
+    case '\x01':
+      return Key{Key::kHome, {}};
+    case '\x05':
+      return Key{Key::kEnd, {}};
     case '\x03':
     case '\x04':
       return Key{Key::kQuit, {}};

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "samples/explorer/browser.h"
+#include "samples/explorer/key.h"
 
 namespace bramblescope {
 

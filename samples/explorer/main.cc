@@ -59,10 +59,12 @@ class Terminal {
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
-  [[nodiscard]] static std::size_t rows() {
+  [[nodiscard]] static winsize size() {
     winsize size{};
-    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0;
-    return known ? size.ws_row : 24;
+    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
+    if (!known || size.ws_row == 0) size.ws_row = 24;
+    if (!known || size.ws_col == 0) size.ws_col = 80;
+    return size;
   }
 
   static void show(const std::vector<std::string>& lines) {
@@ -143,7 +145,8 @@ void run(Browser& browser) {
   bool closed = false;
   while (!browser.done() && !closed && ended == 0) {
     dispatch_messages();
-    terminal.show(browser.screen(terminal.rows()));
+    const winsize size = Terminal::size();
+    Terminal::show(browser.screen(size.ws_row, size.ws_col));
     for (const Key& key : terminal.keys(closed)) browser.press(key);
   }
 }

@@ -15,6 +15,8 @@ namespace {
 
 using tallowbrook::IMimeDecoder;
 using tallowbrook::cli::FileStream;
+using tallowbrook::cli::MessageInput;
+using tallowbrook::cli::WithoutDotLine;
 using tallowbrook::platform::Bstr;
 using tallowbrook::platform::ComPtr;
 
@@ -23,12 +25,6 @@ std::string error_text(int error) { return std::strerror(error); }
 ComPtr<FileStream> open_file(const std::filesystem::path& path) {
   const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   return ComPtr<FileStream>::adopt(descriptor < 0 ? nullptr : new FileStream(descriptor));
-}
-
-LONGLONG position(IStream& stream) {
-  ULARGE_INTEGER at{0};
-  const HRESULT status = stream.Seek(LARGE_INTEGER{0}, STREAM_SEEK_CUR, &at);
-  return FAILED(status) ? 0 : static_cast<LONGLONG>(at.QuadPart);
 }
 
 // The thread's error description, or a text for none.
@@ -90,11 +86,10 @@ std::string MessageFile::load() {
   if (FAILED(status)) return "the component gives no message";
   const auto file = open_file(path_);
   if (!file || ::stat(path_.c_str(), &state_) != 0) return error_text(errno);
-  status = message_.query<IPersistStream>()->Load(file.get());
+  const auto input = ComPtr<MessageInput>::adopt(new MessageInput(file, true));
+  status = message_.query<IPersistStream>()->Load(input.get());
   if (file->error() != 0) return error_text(file->error());
-  if (FAILED(status)) return take_error();
-  rest_ = position(*file);
-  return {};
+  return FAILED(status) ? take_error() : std::string();
 }
 
 bool MessageFile::changed() const {
@@ -116,29 +111,26 @@ std::string MessageFile::replace_file() {
   if (beside.descriptor() < 0) return error_text(errno);
   const auto target = ComPtr<FileStream>::adopt(new FileStream(beside.descriptor()));
   if (::fchmod(beside.descriptor(), now.st_mode & 07777) != 0) return error_text(errno);
-  const HRESULT status = message_.query<IPersistStream>()->Save(target.get(), TRUE);
-  const LONGLONG end = position(*target);
+  const auto message = ComPtr<WithoutDotLine>::adopt(new WithoutDotLine(*target));
+  const HRESULT status = message_.query<IPersistStream>()->Save(message.get(), TRUE);
+  message->finish();
   std::string problem = FAILED(status) ? "the message cannot be written" : append_rest(*target);
   if (!target->finish()) problem = error_text(target->error());
   if (!problem.empty()) return problem;
   if (!beside.rename_to(path_)) return error_text(errno);
-  rest_ = end;
   return ::stat(path_.c_str(), &state_) == 0 ? std::string() : error_text(errno);
 }
 
 std::string MessageFile::append_rest(IStream& target) const {
   const auto file = open_file(path_);
-  if (!file || FAILED(file->Seek(LARGE_INTEGER{rest_}, STREAM_SEEK_SET, nullptr))) {
-    return error_text(errno);
-  }
+  if (!file) return error_text(errno);
+  const auto message = ComPtr<MessageInput>::adopt(new MessageInput(file, false));
   std::array<char, 65536> block;
-  for (;;) {
-    ULONG got = 0;
-    const HRESULT status = file->Read(block.data(), static_cast<ULONG>(block.size()), &got);
-    if (FAILED(status)) return error_text(file->error());
-    if (got == 0) return {};
-    if (FAILED(target.Write(block.data(), got, nullptr))) return "the file cannot be written";
+  for (ULONG got = 1; got > 0 && !message->found_end_line();) {
+    if (FAILED(message->Read(block.data(), static_cast<ULONG>(block.size()), &got))) break;
   }
+  const int error = message->pass_rest(target);
+  return error == 0 ? std::string() : error_text(error);
 }
 
 }  // namespace bramblescope

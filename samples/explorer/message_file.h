@@ -1,8 +1,8 @@
 // A message in a file: loaded from it, and saved over it.
 //
 // Saving writes beside the file, checks every write, flushes and renames, so that the file is never
-// half-written. What follows the line that ends the message in the file is kept. A file that
-// somebody else has changed meanwhile is left alone.
+// half-written. The line "." that ends a message in transport, and what follows it, are in the file
+// afterwards if they were before. A file that somebody else has changed meanwhile is left alone.
 #pragma once
 
 #include <sys/stat.h>
@@ -40,7 +40,6 @@ class MessageFile {
   std::string problem_;
   bool unsaved_ = false;  // the message counts as saved and the file could not be written
   struct stat state_ {};  // of the file when it was read or written last
-  LONGLONG rest_ = 0;     // where in the file the message has ended
 };
 
 }  // namespace bramblescope

@@ -1,5 +1,7 @@
 #include "samples/explorer/node_tree.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cctype>
 #include <stdexcept>
@@ -108,12 +110,16 @@ LONG child_count(IDispatch& node) {
   return std::clamp(count.value.lVal, LONG{0}, kMostChildren);
 }
 
+bool is_message_name(const fs::path& path) {
+  return ::strcasecmp(path.extension().c_str(), ".eml") == 0;
+}
+
 std::vector<fs::path> message_files(const fs::path& folder) {
   std::vector<fs::path> files;
   std::error_code error;
   for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::end(entry);
        entry.increment(error)) {
-    if (entry->path().extension() == ".eml" && entry->is_regular_file(error)) {
+    if (is_message_name(entry->path()) && entry->is_regular_file(error)) {
       files.push_back(entry->path());
     }
   }

@@ -26,7 +26,7 @@ struct Node {
 
 class NodeTree {
  public:
-  // Reads all files whose names end in ".eml", in the order of their names. Throws
+  // Reads all files whose names end in ".eml" (in any case), in the order of their names. Throws
   // std::runtime_error when the folder cannot be read.
   explicit NodeTree(const std::filesystem::path& folder);
 

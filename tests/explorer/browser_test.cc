@@ -40,13 +40,13 @@ class BrowserTest : public test::Folder {
   // The rows between title and news, with the cursor; then the news.
   std::string rows() {
     type("");
-    const auto lines = browser_->screen(40);
+    const auto lines = browser_->screen(40, 80);
     std::string text;
     for (std::size_t i = 2; i + 3 < lines.size(); ++i) text += lines[i] + "\n";
     return text;
   }
   std::string news() {
-    const auto lines = browser_->screen(40);
+    const auto lines = browser_->screen(40, 80);
     return lines.at(lines.size() - 2);
   }
 
@@ -61,6 +61,9 @@ class BrowserTest : public test::Folder {
 constexpr char kUp[] = "\x1B[A";
 constexpr char kDown[] = "\x1B[B";
 constexpr char kEsc[] = "\x1B";
+
+// As the character under the cursor is shown.
+std::string under(const std::string& character) { return "\x1B[7m" + character + "\x1B[m"; }
 
 TEST_F(BrowserTest, ShowsAFolderAsATree) {
   write("broken.eml", "no header\r\n");
@@ -98,15 +101,44 @@ TEST_F(BrowserTest, RenamesThroughTheMenu) {
   EXPECT_EQ(rows(), "> Rename   Rename this mail\n");
   type("\r");
   type("!");
-  EXPECT_EQ(news(), "Name: first!_");
+  EXPECT_EQ(news(), "Name: first!" + under(" "));
   type(kEsc);
   EXPECT_EQ(rows(), "> E first\n  E <no name>\n");
   type("m\r\x15\rq");
   EXPECT_EQ(rows(), "> E <no name> (not saved)\n  E <no name>\n");
   EXPECT_FALSE(browser_->done()) << news();
+  type("m\x1B\x03");
+  EXPECT_FALSE(browser_->done()) << "another key between the two";
   type("q");
   EXPECT_TRUE(browser_->done());
   EXPECT_NE(read("a.eml").find("first"), std::string::npos);
+}
+
+TEST_F(BrowserTest, EditsAnywhereInALine) {
+  type("m\r");
+  const std::pair<const char*, std::string> steps[] = {
+      {"\x1B[D\x1B[Dxy", "firxy" + under("s") + "t"},
+      {"\x7F\x1B[3~", "firx" + under("t")},
+      {"\x01\x1B[D\xC3\xBC", "\xC3\xBC" + under("f") + "irxt"},
+      {"\x1BOD\x1BOC\x1B[C",
+       "\xC3\xBC"
+       "f" +
+           under("i") + "rxt"},
+      {"\x05\x1B[3~\x1B[C",
+       "\xC3\xBC"
+       "firxt" +
+           under(" ")},
+  };
+  for (const auto& [keys, line] : steps) {
+    type(keys);
+    EXPECT_EQ(news(), "Name: " + line);
+  }
+  for (int i = 0; i < 40; ++i) type("1234567890\xE6\x97\xA5");
+  const std::string end = "567890\xE6\x97\xA5" + under(" ");
+  EXPECT_EQ(browser_->screen(9, 16).at(5), "Name: " + end) << "scrolled to the cursor";
+  EXPECT_EQ(browser_->screen(9, 1).at(5), "Name: " + under(" "));
+  type("\x03");
+  EXPECT_EQ(rows(), "> E first\n  E <no name>\n") << "Ctrl-C leaves the line";
 }
 
 // A script that has the message too changes it: the tree shows the new name.
@@ -117,14 +149,20 @@ TEST_F(BrowserTest, HearsOfNewNames) {
   EXPECT_EQ(rows(), "> E told \\x1B[2J (not saved)\n  E <no name>\n");
 }
 
+// And adds nothing: the line "." and what follows it are there if they were.
 TEST_F(BrowserTest, SavingKeepsWhatFollowsTheMessage) {
-  write("a.eml", "Subject: first\r\n\r\nbody\r\n.\r\nnot of the message\r\n");
-  for (const char* subject : {"second", "a longer third"}) {
-    type(std::string("m\r\x15") + subject + "\rs");
-    EXPECT_EQ(news(), "Saved.");
-    const std::string saved = read("a.eml");
-    EXPECT_EQ(NodeTree(folder_).nodes().at(0).name, subject);
-    EXPECT_EQ(saved.substr(saved.find("body")), "body\r\n.\r\nnot of the message\r\n");
+  for (const std::string tail : {".\r\nnot of the message\r\n.\r\n", ".\r\n", "", "..two\r\n"}) {
+    const std::string body = ".hidden\r\nbody\r\n";
+    write("a.eml", "Subject: first\r\n\r\n" + body + tail);
+    tree_.emplace(folder_);
+    browser_.emplace("title", *tree_);
+    for (const char* subject : {"second", "a longer third"}) {
+      type(std::string("m\r\x15") + subject + "\rs");
+      EXPECT_EQ(news(), "Saved.");
+      const std::string saved = read("a.eml");
+      EXPECT_EQ(NodeTree(folder_).nodes().at(0).name, subject);
+      EXPECT_EQ(saved.substr(saved.find("\r\n\r\n") + 4), body + tail);
+    }
   }
 }
 
@@ -138,12 +176,27 @@ TEST_F(BrowserTest, LeavesAFileAloneThatSomebodyElseChanged) {
 }
 
 TEST_F(BrowserTest, ScrollsAroundTheCursor) {
-  for (char c = 'c'; c <= 'z'; ++c) write(std::string(1, c) + ".eml", "Subject: x\r\n\r\n.\r\n");
-  for (int i = 0; i < 30; ++i) type(kDown);
-  const auto lines = browser_->screen(10);
-  EXPECT_EQ(lines.size(), 10U);
-  EXPECT_EQ(lines.at(6), "> E x");
-  EXPECT_EQ(browser_->screen(1).size(), 6U) << "one row is always shown";
+  for (char c = 'c'; c <= 'z'; ++c) {
+    write(std::string(1, c) + ".EML", std::string("Subject: ") + c + "\r\n\r\n.\r\n");
+  }
+  // Between the title and the news there are five rows: the first of them, and that of the cursor.
+  const auto shown = [&](const std::string& keys) {
+    type(keys);
+    const auto lines = browser_->screen(10, 80);
+    EXPECT_EQ(lines.size(), 10U);
+    std::string cursor;
+    for (const std::string& line : lines) cursor += line[0] == '>' ? line.substr(4) : "";
+    return lines.at(2).substr(4) + " " + cursor;
+  };
+  EXPECT_EQ(shown(""), "first first");
+  EXPECT_EQ(shown("\x1B[6~"), "<no name> f");
+  EXPECT_EQ(shown("\x1B[6~"), "g k");
+  EXPECT_EQ(shown(kUp), "g j");
+  EXPECT_EQ(shown("\x1B[F"), "v z");
+  EXPECT_EQ(shown(std::string("\x1B[6~") + kDown), "v z");
+  EXPECT_EQ(shown("\x1B[5~"), "u u");
+  EXPECT_EQ(shown("\x1B[H\x1B[5~"), "first first");
+  EXPECT_EQ(browser_->screen(1, 80).size(), 6U) << "one row is always shown";
 }
 
 TEST(NodeTree, TellsOfAFolderThatCannotBeRead) {
@@ -151,11 +204,11 @@ TEST(NodeTree, TellsOfAFolderThatCannotBeRead) {
 }
 
 TEST(Keyboard, TakesKeysFromBytesInAnyPieces) {
-  const std::string bytes = "a\xC3\xBC\x1B[A\x1BOB\x1B[3~\x1B[1;5C\r\x7F\x15\x03\x01z";
+  const std::string bytes = "a\xC3\xBC\x1B[A\x1BOB\x1B[3~\x1B[1;5C\r\x7F\x15\x03\x02z";
   const auto kinds = [](const std::vector<Key>& keys) {
     std::string text;
     for (const Key& key : keys)
-      text += key.kind == Key::kText ? key.text : std::string(1, "?udreb-q"[key.kind]);
+      text += key.kind == Key::kText ? key.text : std::string(1, "?udlr^v[]nebx-q"[key.kind]);
     return text;
   };
   for (std::size_t piece = 1; piece <= bytes.size(); ++piece) {
@@ -165,7 +218,7 @@ TEST(Keyboard, TakesKeysFromBytesInAnyPieces) {
       pending += bytes.substr(at, piece);
       got += kinds(take_keys(pending, false));
     }
-    EXPECT_EQ(got, "a\xC3\xBCudrb-qz") << piece;
+    EXPECT_EQ(got, "a\xC3\xBCudxnb-qz") << piece;
     EXPECT_EQ(pending, "") << piece;
   }
   std::string escape = "\x1B";

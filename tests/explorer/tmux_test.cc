@@ -66,7 +66,7 @@ TEST_F(ExplorerInTmux, AUserChangesASubject) {
   tmux.keys("Enter");
   EXPECT_SEEN(tmux, "> Subject: before   (Subject of this mail)");
   tmux.keys("Enter");
-  EXPECT_SEEN(tmux, "Subject: before_");
+  EXPECT_SEEN(tmux, "Ctrl-U clear");
   tmux.keys("C-u 'after noon' BSpace BSpace Enter");
   EXPECT_SEEN(tmux, "> Subject: after no   (Subject of this mail)");
   tmux.keys("Escape");
