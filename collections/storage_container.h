@@ -38,10 +38,12 @@ class CStorageCollectionContainer {
     const DWORD mode = STGM_READ | STGM_SHARE_EXCLUSIVE;
     platform::ComPtr<IStream> stream;
     platform::ComPtr<IStorage> storage;
-    if (SUCCEEDED(storage_->OpenStream(name.c_str(), nullptr, mode, 0, stream.out()))) {
+    HRESULT status = storage_->OpenStream(name.c_str(), nullptr, mode, 0, stream.out());
+    if (SUCCEEDED(status_with(status, stream))) {
       return StoredItem{id, STGTY_STREAM};
     }
-    if (SUCCEEDED(storage_->OpenStorage(name.c_str(), nullptr, mode, nullptr, 0, storage.out()))) {
+    status = storage_->OpenStorage(name.c_str(), nullptr, mode, nullptr, 0, storage.out());
+    if (SUCCEEDED(status_with(status, storage))) {
       return StoredItem{id, STGTY_STORAGE};
     }
     return std::nullopt;

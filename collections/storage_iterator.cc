@@ -24,7 +24,8 @@ IUnknown* object_of(const VARIANT& item) {
 
 HRESULT load_storage(IStorage& storage, const OLECHAR* name, IUnknown& object) {
   ComPtr<IStorage> element;
-  const HRESULT status = storage.OpenStorage(name, nullptr, kRead, nullptr, 0, element.out());
+  HRESULT status = storage.OpenStorage(name, nullptr, kRead, nullptr, 0, element.out());
+  status = status_with(status, element);
   if (FAILED(status)) return status;
   const auto persist = platform::query<IPersistStorage>(&object);
   return persist ? persist->Load(element.get()) : E_NOINTERFACE;
@@ -32,7 +33,8 @@ HRESULT load_storage(IStorage& storage, const OLECHAR* name, IUnknown& object) {
 
 HRESULT load_stream(IStorage& storage, const OLECHAR* name, IUnknown& object) {
   ComPtr<IStream> element;
-  const HRESULT status = storage.OpenStream(name, nullptr, kRead, 0, element.out());
+  HRESULT status = storage.OpenStream(name, nullptr, kRead, 0, element.out());
+  status = status_with(status, element);
   if (FAILED(status)) return status;
   if (const auto persist = platform::query<IPersistStream>(&object)) {
     return persist->Load(element.get());
@@ -52,6 +54,7 @@ HRESULT finish(Element& element, HRESULT saved) {
 HRESULT save_storage(IStorage& storage, const OLECHAR* name, DWORD mode, IPersistStorage& object) {
   ComPtr<IStorage> element;
   HRESULT status = storage.CreateStorage(name, mode, 0, 0, element.out());
+  status = status_with(status, element);
   if (FAILED(status)) return status;
   status = finish(*element, object.Save(element.get(), FALSE));
   object.SaveCompleted(nullptr);
@@ -61,7 +64,8 @@ HRESULT save_storage(IStorage& storage, const OLECHAR* name, DWORD mode, IPersis
 template <class Persist>
 HRESULT save_stream(IStorage& storage, const OLECHAR* name, DWORD mode, Persist& object) {
   ComPtr<IStream> element;
-  const HRESULT status = storage.CreateStream(name, mode, 0, 0, element.out());
+  HRESULT status = storage.CreateStream(name, mode, 0, 0, element.out());
+  status = status_with(status, element);
   if (FAILED(status)) return status;
   return finish(*element, object.Save(element.get(), TRUE));
 }

@@ -20,6 +20,13 @@ namespace tallowbrook {
 [[nodiscard]] std::u16string element_name(ULONG id);
 [[nodiscard]] std::optional<ULONG> element_id(std::u16string_view name);
 
+// The status of a call on a storage that gives an object: a host's own may say that all is well and
+// give none.
+template <class T>
+[[nodiscard]] HRESULT status_with(HRESULT status, const platform::ComPtr<T>& given) {
+  return SUCCEEDED(status) && !given ? E_POINTER : status;
+}
+
 struct StoredItem {
   ULONG id = 0;
   DWORD type = 0;  // STGTY_*
@@ -52,14 +59,17 @@ class CStorageIterator {
   // At the item at `position`, or past the end when there is none.
   CStorageIterator(platform::ComPtr<IStorage> storage, ULONG position)
       : storage_(std::move(storage)) {
-    if (FAILED(storage_->EnumElements(0, nullptr, 0, walk_.out()))) return;
+    const HRESULT status = storage_->EnumElements(0, nullptr, 0, walk_.out());
+    if (FAILED(status_with(status, walk_))) return;
     position_ = 0;
     fetch();
     while (position_ < position) ++*this;
   }
   CStorageIterator(const CStorageIterator& other)
       : storage_(other.storage_), current_(other.current_), position_(other.position_) {
-    if (other.walk_ && FAILED(other.walk_->Clone(walk_.out()))) position_ = kEnd;
+    if (!other.walk_) return;
+    const HRESULT status = other.walk_->Clone(walk_.out());
+    if (FAILED(status_with(status, walk_))) position_ = kEnd;
   }
   CStorageIterator(CStorageIterator&&) noexcept = default;
   CStorageIterator& operator=(CStorageIterator other) noexcept {
@@ -88,9 +98,9 @@ class CStorageIterator {
   // Makes the next element that is an item the current one.
   void fetch() {
     STATSTG element{};
-    while (walk_->Next(1, &element, nullptr) == S_OK) {
-      const auto id = element_id(element.pwcsName == nullptr ? u"" : element.pwcsName);
-      CoTaskMemFree(element.pwcsName);
+    while (walk_->Next(1, &element, nullptr) == S_OK && element.pwcsName != nullptr) {
+      const auto id = element_id(element.pwcsName);
+      CoTaskMemFree(std::exchange(element.pwcsName, nullptr));
       if (!id) continue;
       current_ = {*id, element.type};
       return;

@@ -15,11 +15,9 @@ HRESULT host_class(std::u16string_view name, CLSID* clsid) {
 HRESULT create_host_object(std::u16string_view name, platform::ComPtr<IDispatch>& object) {
   object.reset();
   CLSID clsid{};
-  HRESULT status = host_class(name, &clsid);
+  const HRESULT status = host_class(name, &clsid);
   if (FAILED(status)) return status;
-  status = CoCreateInstance(clsid, nullptr, CLSCTX_SERVER, IDispatch::kIid, object.out_void());
-  if (FAILED(status)) return status;
-  return object ? S_OK : E_POINTER;
+  return CoCreateInstance(clsid, nullptr, CLSCTX_SERVER, IDispatch::kIid, object.out_void());
 }
 
 }  // namespace tallowbrook

@@ -16,8 +16,7 @@ inline constexpr std::u16string_view kOptionValueCollectionClass =
 // The class of a ProgID, or of a class identity when the text begins with "{".
 [[nodiscard]] HRESULT host_class(std::u16string_view name, CLSID* clsid);
 
-// An object of a class of the host, in this process or another one. The status is never positive
-// without an object. Throws std::bad_alloc.
+// An object of a class of the host, in this process or another one. Throws std::bad_alloc.
 [[nodiscard]] HRESULT create_host_object(std::u16string_view name,
                                          platform::ComPtr<IDispatch>& object);
 

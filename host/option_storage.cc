@@ -17,11 +17,13 @@ namespace {
 // The names of the storages in `storage`, in their order.
 HRESULT list_storages(IStorage& storage, std::vector<std::u16string>& names) {
   ComPtr<IEnumSTATSTG> elements;
-  const HRESULT status = storage.EnumElements(0, nullptr, 0, elements.out());
+  HRESULT status = storage.EnumElements(0, nullptr, 0, elements.out());
+  status = status_with(status, elements);
   if (FAILED(status)) return status;
   for (STATSTG element{}; elements->Next(1, &element, nullptr) == S_OK; element = {}) {
     const std::unique_ptr<OLECHAR, void (*)(void*)> name(element.pwcsName, &CoTaskMemFree);
-    if (name != nullptr && element.type == STGTY_STORAGE) names.emplace_back(name.get());
+    if (name == nullptr) break;
+    if (element.type == STGTY_STORAGE) names.emplace_back(name.get());
   }
   return S_OK;
 }
@@ -59,6 +61,7 @@ HRESULT COptionSupplier::load_options(IStorage& storage) {
     ComPtr<IStorage> values;
     HRESULT status = storage.OpenStorage(name.c_str(), nullptr, STGM_READ | STGM_SHARE_EXCLUSIVE,
                                          nullptr, 0, values.out());
+    status = status_with(status, values);
     if (SUCCEEDED(status)) {
       status = for_each_item(*make_storage_collection(values.get(), value_class),
                              [this](IDispatch& value) { reread_item(value); });
@@ -85,6 +88,7 @@ HRESULT COptionSupplier::save_values(IStorage& storage, const OptionRow& row,
   ComPtr<IStorage> values;
   constexpr DWORD kReplace = STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
   HRESULT status = storage.CreateStorage(row.short_name, kReplace, 0, 0, values.out());
+  status = status_with(status, values);
   if (FAILED(status)) return status;
   const auto items = make_storage_collection(values.get(), value_class);
   status = fill_values(*items, row.short_name, &COptionSupplier::current_value);

@@ -399,9 +399,10 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
     // A cached class object locks nothing: the component is kept until the new object does.
     Entered entered(clsid);
     ComPtr<IClassFactory> factory;
-    const HRESULT status =
+    HRESULT status =
         find_class_object(clsid, context, entered, IClassFactory::kIid, factory.out_void());
-    return FAILED(status) ? status : factory->CreateInstance(outer, iid, object);
+    if (SUCCEEDED(status) && factory) status = factory->CreateInstance(outer, iid, object);
+    return SUCCEEDED(status) && *object == nullptr ? E_POINTER : status;
   });
 }
 

@@ -50,7 +50,8 @@ HRESULT CLSIDFromProgID(const OLECHAR* prog_id, CLSID* clsid);
 HRESULT ProgIDFromCLSID(REFCLSID clsid, OLECHAR** prog_id);
 
 // REGDB_E_CLASSNOTREG for a class that is not known, CO_E_DLLNOTFOUND or CO_E_ERRORINDLL when its
-// registered library cannot be used (`CoComponentError` says why).
+// registered library cannot be used (`CoComponentError` says why). Creating: E_POINTER for a
+// class that says that all is well and makes nothing.
 HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* server, REFIID iid, void** object);
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object);
 

@@ -1,6 +1,7 @@
 // Option values that are kept in a storage.
 #include "tallowbrook/options.h"
 #include "tests/host/fake_node.h"
+#include "tests/host/host_storage.h"
 #include "tests/host/script_host.h"
 #include "tests/model/host.h"
 #include "tests/support/element_names.h"
@@ -123,6 +124,27 @@ TEST_F(OptionStorage, AFailedSaveKeepsTheFormerValues) {
   EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
   EXPECT_EQ(options->LoadOptions(storage_.get()), S_OK);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "former");
+}
+
+// The n-th call on the host's storages, or that and all further ones, fails or answers that all is
+// well and gives nothing, for every n.
+TEST_F(OptionStorage, AnyCallMayGoWrong) {
+  const auto message = test::loaded("Subject: kept\r\n\r\n.\r\n");
+  const auto options = message.query<IPersistOptions>();
+  for (int kind = 0; kind < 8; ++kind) {
+    const bool saves = (kind & 1) != 0;
+    const int more = (kind & 2) != 0 ? 1000000 : 0;
+    int first = 0;
+    for (bool struck = true; struck && first < 100; ++first) {
+      ASSERT_EQ(options->SaveOptions(storage_.get()), S_OK);
+      test::Trouble trouble{first, first + more, (kind & 4) != 0 ? S_OK : E_FAIL};
+      const auto storage = make_object<test::HostStorage>(storage_, trouble);
+      (void)(saves ? options->SaveOptions(storage.get()) : options->LoadOptions(storage.get()));
+      EXPECT_EQ(read_text(message.get(), u"Subject"), "kept");
+      struck = trouble.calls > first;
+    }
+    EXPECT_GT(first, 5) << kind;
+  }
 }
 
 TEST(OptionStorageWithoutAHost, Fails) {
