@@ -1,6 +1,7 @@
 // A part's content between a host and the part: as text, as a stream, as a file.
 #include <utility>
 
+#include "core/error_text.h"
 #include "core/guard.h"
 #include "model/body_part.h"
 #include "model/mime_body.h"
@@ -39,10 +40,12 @@ HRESULT CMimeBody::ExportAsFile(BSTR path, VARIANT_BOOL* done) {
   *done = VARIANT_FALSE;
   return guarded([&] {
     const ComPtr<CFileSystemStream> file = CFileSystemStream::open_for_writing(path);
-    if (!file) return S_OK;
-    const bool exported = export_to(*file);
-    const bool flushed = SUCCEEDED(file->flush()) && SUCCEEDED(file->write_status());
-    if (exported && flushed) *done = VARIANT_TRUE;
+    if (file) {
+      const bool exported = export_to(*file);
+      const bool flushed = SUCCEEDED(file->flush()) && SUCCEEDED(file->write_status());
+      if (exported && flushed) *done = VARIANT_TRUE;
+    }
+    if (*done == VARIANT_FALSE) set_file_error(kFileNotWritten, path);
     return S_OK;
   });
 }
@@ -62,9 +65,9 @@ HRESULT CMimeBody::ImportFromFile(BSTR path, VARIANT_BOOL by_reference, VARIANT_
   if (done == nullptr) return E_POINTER;
   *done = VARIANT_FALSE;
   return guarded([&] {
-    if (import(CFileSystemStream::open_for_reading(path), by_reference != VARIANT_FALSE)) {
-      *done = VARIANT_TRUE;
-    }
+    const ComPtr<CFileSystemStream> file = CFileSystemStream::open_for_reading(path);
+    if (!file) set_file_error(kFileNotFound, path);
+    if (import(file, by_reference != VARIANT_FALSE)) *done = VARIANT_TRUE;
     return S_OK;
   });
 }

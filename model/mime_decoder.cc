@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/creators.h"
+#include "core/error_text.h"
 #include "core/guard.h"
 #include "core/text.h"
 #include "model/uuencode_parts.h"
@@ -22,16 +23,6 @@ namespace {
 // How the raw copy of a loaded message grows: doubling from this many bytes on.
 constexpr ULONG kRawCopyStep = 500000;
 constexpr ULONG kRawCopyFactor = 1;
-
-// The thread's error object for a file that cannot be opened.
-void report_missing_file(BSTR path) {
-  std::u16string text = u"File not found: \"";
-  text.append(platform::view_of(path)).append(u"\"");
-  ComPtr<ICreateErrorInfo> info;
-  if (FAILED(CreateErrorInfo(info.out()))) return;
-  info->SetDescription(text.c_str());
-  SetErrorInfo(0, info.query<IErrorInfo>().get());
-}
 
 VARIANT_BOOL as_boolean(bool value) { return value ? VARIANT_TRUE : VARIANT_FALSE; }
 
@@ -156,7 +147,7 @@ HRESULT CMimeDecoder::LoadFromFile(BSTR path, VARIANT_BOOL* done) {
     forget_everything();
     const auto file = CFileSystemStream::open_for_reading(path);
     if (!file) {
-      report_missing_file(path);
+      set_file_error(kFileNotFound, path);
       return E_FAIL;
     }
     const HRESULT status = load(*file);
@@ -205,11 +196,16 @@ HRESULT CMimeDecoder::SaveToFile(BSTR path, VARIANT_BOOL* done) {
   return guarded([&] {
     const auto held = self();
     const auto file = CFileSystemStream::open_for_writing(path);
-    if (!file) return S_OK;
-    const WriteOutcome outcome = write(*file, false);
-    const bool written = SUCCEEDED(outcome.status) && outcome.complete;
-    *done = as_boolean(SUCCEEDED(file->flush()) && SUCCEEDED(file->write_status()) && written);
-    if (*done != VARIANT_FALSE) set_dirty(false);
+    if (file) {
+      const WriteOutcome outcome = write(*file, false);
+      const bool written = SUCCEEDED(outcome.status) && outcome.complete;
+      *done = as_boolean(SUCCEEDED(file->flush()) && SUCCEEDED(file->write_status()) && written);
+    }
+    if (*done == VARIANT_FALSE) {
+      set_file_error(kFileNotWritten, path);
+    } else {
+      set_dirty(false);
+    }
     return S_OK;
   });
 }

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/error_text.h"
 #include "core/text.h"
 #include "parser/actions.h"
 #include "parser/grammar.h"
@@ -13,7 +14,6 @@
 #include "parser/report.h"
 #include "parser/scanner.h"
 #include "parser/usual_addresses.h"
-#include "platform/automation/dispatch.h"
 #include "platform/kernel/handles.h"
 #include "platform/kernel/message_queue.h"
 #include "platform/kernel/thread.h"
@@ -278,14 +278,7 @@ void ReportParseError(ParseRun& run, const std::string& hint, long line) {
   run.failed = true;
   if (!run.full_load) return;
   if (run.input != nullptr && run.raw_copy != nullptr) run.raw_copy->append_from(*run.input);
-  set_error_description(hint + " in Line " + std::to_string(line));
-}
-
-void set_error_description(const std::string& description) {
-  ComPtr<ICreateErrorInfo> info;
-  if (FAILED(CreateErrorInfo(info.out()))) return;
-  info->SetDescription(to_wide(description).c_str());
-  SetErrorInfo(0, info.query<IErrorInfo>().get());
+  set_error_text(to_wide(hint + " in Line " + std::to_string(line)));
 }
 
 }  // namespace tallowbrook

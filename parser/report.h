@@ -18,7 +18,4 @@ class CDecoderException : public std::runtime_error {
 // thread's error object becomes "<hint> in Line <line>".
 void ReportParseError(ParseRun& run, const std::string& hint, long line);
 
-// Makes `description` (8-bit, ANSI code page) the thread's error object.
-void set_error_description(const std::string& description);
-
 }  // namespace tallowbrook

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/error_text.h"
 #include "core/guard.h"
 #include "platform/automation/typeinfo.h"
 #include "platform/com/activation.h"
@@ -16,7 +17,6 @@ namespace tallowbrook {
 namespace {
 
 using platform::Bstr;
-using platform::ComPtr;
 using platform::RegistryEdit;
 using platform::RegistryScript;
 
@@ -24,12 +24,7 @@ bool per_user() { return CoPerUserRegistration() != FALSE; }
 
 // Leaves the reason of a failure, a UTF-8 text, in the thread's error object.
 void tell(const std::string& reason) {
-  ComPtr<ICreateErrorInfo> made;
-  if (FAILED(CreateErrorInfo(made.out()))) return;
-  const std::u16string text = platform::widen(CP_UTF8, reason);
-  made->SetDescription(text.c_str());
-  made->SetSource(u"Tallowbrook");
-  SetErrorInfo(0, made.query<IErrorInfo>().get());
+  set_error_text(platform::widen(CP_UTF8, reason), u"Tallowbrook");
 }
 
 std::string own_path() {

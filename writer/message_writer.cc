@@ -19,6 +19,11 @@ const HeaderValue& stored(const HeaderValue& value, const HeaderValue& source) {
   return source.is_set() ? source : value;
 }
 
+// True for a date whose fields name no moment: a host put what does not convert to one.
+bool says_no_date(const HeaderValue& value, const HeaderValue& source) {
+  return !source.is_set() && value.is(ValueKind::DateTime) && value.AsText().empty();
+}
+
 void write_received(MessageOutput& out, const HeaderValue& record) {
   const bool parsed =
       !record[kTraceSource].is_set() && record[kTraceParameters].is(ValueKind::AddressMap);
@@ -52,7 +57,7 @@ void write_address_field(MessageOutput& out, std::string_view name, const Header
 
 void write_field(MessageOutput& out, const FieldInfo& field, const HeaderValue& value,
                  const HeaderValue& source) {
-  if (!value.is_set() && !source.is_set()) return;
+  if ((!value.is_set() && !source.is_set()) || says_no_date(value, source)) return;
   if (field.slot == SlotId::ReturnPath && value.is(ValueKind::Address)) {
     const HeaderValue path = HeaderValue::address(HeaderValue::text(value.address_text()), {});
     write_address_field(out, field.name, path, source);  // without the display name
@@ -66,7 +71,8 @@ void write_field(MessageOutput& out, const FieldInfo& field, const HeaderValue& 
 void write_header(MessageOutput& out, MessageStore& store) {
   const HeaderValue received = store.received;  // a host's target may change the model
   for (std::size_t i = 0; i < received.size(); ++i) write_received(out, received[i]);
-  if (!store.slot(SlotId::Date).value.is_set()) store.slot(SlotId::Date).put(current_date());
+  FieldSlot& date = store.slot(SlotId::Date);
+  if (!date.value.is_set() || says_no_date(date.value, date.source)) date.put(current_date());
   for (const FieldInfo& field : all_fields()) {
     if (field.slot == SlotId::MessageID) {
       const std::string version =

@@ -8,6 +8,7 @@
 
 #include "model/mime_body.h"
 #include "tests/model/host.h"
+#include "tests/support/dump.h"
 #include "tests/support/host_stream.h"
 
 namespace tallowbrook {
@@ -292,13 +293,19 @@ TEST(Content, FilesThatCannotBeHad) {
   const auto message = test::new_message();
   const auto part = body_of(message);
   EXPECT_TRUE(import(part, "kept"));
-  const Bstr missing(u"no-such-folder/no-such-file");
+  const Bstr missing(u"no-such-folder/file");
   EXPECT_FALSE(done(*part, &IMimeBody::ImportFromFile, missing.get(), VARIANT_FALSE));
-  EXPECT_FALSE(done(*part, &IMimeBody::ExportAsFile, missing.get()));
-  EXPECT_EQ(exported(part), "kept");
+  EXPECT_EQ(test::take_error_text(), "File not found: \"no-such-folder/file\"");
   const Bstr full(u"/dev/full");  // takes nothing
-  EXPECT_FALSE(done(*part, &IMimeBody::ExportAsFile, full.get()));
-  EXPECT_FALSE(done(*message, &IMimeDecoder::SaveToFile, full.get()));
+  for (const Bstr* target : {&missing, &full}) {
+    const std::string text =
+        "File not written: \"" + to_ansi(platform::view_of(target->get())) + "\"";
+    EXPECT_FALSE(done(*part, &IMimeBody::ExportAsFile, target->get()));
+    EXPECT_EQ(test::take_error_text(), text);
+    EXPECT_FALSE(done(*message, &IMimeDecoder::SaveToFile, target->get()));
+    EXPECT_EQ(test::take_error_text(), text);
+  }
+  EXPECT_EQ(exported(part), "kept");
   // A file that is a part's content is not opened for writing while it is.
   const std::string path = testing::TempDir() + "tallowbrook-content-" + std::to_string(getpid());
   const Bstr name(to_wide(path));

@@ -88,6 +88,17 @@ TEST(MessageWriter, MakesAndKeepsADate) {
   EXPECT_EQ(message.saved(), first);
 }
 
+TEST(MessageWriter, ADateThatNamesNoMomentIsNone) {
+  FakeMessage message;
+  for (const SlotId slot : {SlotId::Date, SlotId::ResentDate}) {
+    message.data.slot(slot).put(HeaderValue::date_time({}, "-0000"));
+  }
+  const std::string written = message.saved();
+  EXPECT_TRUE(message.data.slot(SlotId::Date).value.AsText().ends_with("000")) << written;
+  EXPECT_EQ(written.find(": \r\n"), std::string::npos);
+  EXPECT_EQ(written.find("Resent-"), std::string::npos);
+}
+
 TEST(MessageWriter, WritesTheRawCopyAlone) {
   FakeMessage message;
   test::HostStream raw("as\nloaded", 4);
