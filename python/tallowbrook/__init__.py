@@ -41,3 +41,11 @@ def __getattr__(name):
             if interface.name == name:
                 return globals().setdefault(name, _objects.class_of_interface(interface))
     raise AttributeError(f"module 'tallowbrook' has no attribute {name!r}")
+
+
+def __dir__():
+    try:
+        interfaces = _types.types().interfaces
+    except (ComError, OSError):  # no component to ask
+        interfaces = ()
+    return sorted([*__all__, *(one.name for one in interfaces if not one.name.startswith("_"))])

@@ -1,6 +1,7 @@
 # Made by scripts/python-stubs from the type library; not to be edited.
 from datetime import datetime
 from enum import IntEnum
+from os import PathLike
 from typing import (Any, Generic, Iterator, List, Literal, Optional, Tuple, TypeVar, Union,
                     overload)
 
@@ -47,6 +48,7 @@ class ComError(Exception):
     def __init__(self, hresult: int, description: str = ..., source: str = ...,
                  member: str = ...) -> None: ...
 
+_Text = Union[str, "PathLike[str]"]
 _Key = TypeVar("_Key")
 _Value = TypeVar("_Value")
 
@@ -82,9 +84,9 @@ class _Map(_Collection[_Value]):
 
 class IMimeDecoder(_Collection[Any]):
     """IMimeDecoder Interface"""
-    def LoadFromFile(self, Path: str) -> bool:
+    def LoadFromFile(self, Path: _Text) -> bool:
         """Loads a message from a file"""
-    def SaveToFile(self, Path: str) -> bool:
+    def SaveToFile(self, Path: _Text) -> bool:
         """Writes the message to a file"""
     @property
     def ReturnPath(self) -> Any:
@@ -228,10 +230,10 @@ class IMimeDecoder(_Collection[Any]):
         """Option definitions"""
     @property
     def CurrentValues(self) -> _Indexed[str, Any]:
-        """CurrentValues(ID: str, bPut: bool = False): Current values of an option"""
+        """CurrentValues(ID: _Text, bPut: bool = False): Current values of an option"""
     @property
     def ChoiceValues(self) -> _Indexed[str, Any]:
-        """ChoiceValues(ID: str, bPut: bool = False): Values that an option can have"""
+        """ChoiceValues(ID: _Text, bPut: bool = False): Values that an option can have"""
     @property
     def InterpretEmbeddedMails(self) -> bool:
         """Whether embedded messages are opened"""
@@ -250,7 +252,7 @@ class IMimeDecoder(_Collection[Any]):
     @property
     def Received(self) -> Any:
         """Trace headers"""
-    def DebugPrint(self, str: str) -> None:
+    def DebugPrint(self, str: _Text) -> None:
         """Writes a line of debug output"""
     @property
     def MessageHeader(self) -> str:
@@ -311,7 +313,7 @@ class ICollection(_Collection[Any]):
 
 class IClientSocket(_Object):
     """IClientSocket Interface"""
-    def ConnectSMTP(self, strServer: str, nPort: int = 25) -> bool:
+    def ConnectSMTP(self, strServer: _Text, nPort: int = 25) -> bool:
         """Connects to a mail server"""
     def DisconnectSMTP(self) -> bool:
         """Ends the session"""
@@ -346,7 +348,7 @@ class IMimeBody(_Collection[Any]):
     def MinorContentType(self, value: Any) -> None: ...
     @property
     def ExtField(self) -> _Indexed[str, Any]:
-        """ExtField(strName: str): Header field by name"""
+        """ExtField(strName: _Text): Header field by name"""
     @property
     def Encoding(self) -> Any:
         """Transfer encoding"""
@@ -362,9 +364,9 @@ class IMimeBody(_Collection[Any]):
         """Content identifier"""
     @ContentID.setter
     def ContentID(self, value: Any) -> None: ...
-    def ExportAsFile(self, Path: str) -> bool:
+    def ExportAsFile(self, Path: _Text) -> bool:
         """Writes the decoded content to a file"""
-    def ImportFromFile(self, Path: str, StreamByReference: bool = False) -> bool:
+    def ImportFromFile(self, Path: _Text, StreamByReference: bool = False) -> bool:
         """Takes the content from a file"""
     def Export(self, pStream: Any) -> bool:
         """Writes the decoded content to a stream"""
@@ -498,7 +500,7 @@ class IContentType(_Object):
 
 class IBlob(_Object):
     """IBlob Interface"""
-    def AssignString(self, strBlob: str) -> None:
+    def AssignString(self, strBlob: _Text) -> None:
         """Replaces the content by a text"""
 
 class IDialupCollection(_Collection[Any]):

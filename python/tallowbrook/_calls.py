@@ -202,6 +202,8 @@ class _Arguments:
 def create(name):
     """A counted pointer to the IDispatch of a new object of the class that a ProgID or "{class id}"
     names."""
+    if not isinstance(name, str):
+        raise TypeError(f"a class has a name, not {type(name).__name__}")
     home = _threads.current_home()
     clsid, pointer = GUID(), c_void_p()
     layer = platform()

@@ -68,6 +68,9 @@ class Object:
             raise AttributeError(f"{type(self).__name__!r} object has no attribute {name!r}")
         object.__setattr__(self, real, value)
 
+    def __dir__(self):
+        return [name for name in super().__dir__() if not name.startswith("_")]
+
     def __bool__(self):
         return True
 
@@ -163,12 +166,19 @@ class Collection(Object):
             raise IndexError(f"{type(self).__name__} index out of range: {index} of {count}")
         return at
 
+    def _place(self, key):
+        """The position that a Python index means, or a name as it is."""
+        if hasattr(key, "__index__"):
+            return self._position(key)
+        if isinstance(key, str):
+            return key
+        raise TypeError(f"{type(self).__name__} has items by integers, slices and names, "
+                        f"not by {type(key).__name__}")
+
     def __getitem__(self, key):
         if isinstance(key, slice):
             return [self._call("item", at) for at in range(*key.indices(len(self)))]
-        if hasattr(key, "__index__"):
-            return self._call("item", self._position(key))
-        return self._call("item", *_as_arguments(key))
+        return self._call("item", self._place(key))
 
     def __iter__(self):
         if "_newenum" in self._parts:
@@ -193,11 +203,17 @@ class Collection(Object):
 
     def __setitem__(self, key, value):
         self._require("modify", "assignment")
-        self._call("modify", self._position(key) if hasattr(key, "__index__") else key, value)
+        if isinstance(key, slice):
+            raise TypeError(f"{type(self).__name__} does not support assignment to a slice")
+        self._call("modify", self._place(key), value)
 
     def __delitem__(self, key):
         self._require("remove", "removal")
-        self._call("remove", self._position(key) if hasattr(key, "__index__") else key)
+        if isinstance(key, slice):
+            for at in sorted(range(*key.indices(len(self))), reverse=True):
+                self._call("remove", at)
+        else:
+            self._call("remove", self._place(key))
 
 
 class Map(Collection):

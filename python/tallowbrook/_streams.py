@@ -214,14 +214,26 @@ def _fill(file, buffer, count):
     """Reads until `count` bytes are there or the file ends; returns how many came."""
     done = 0
     while done < count:
-        data = file.read(min(count - done, _FAR))
+        data = _next_block(file, count - done)
         if not data:
             break
-        if not is_bytes(data):
-            raise TypeError("the file gives text; it must be open in binary mode")
-        ctypes.memmove(buffer + done, bytes(data), len(data))
+        ctypes.memmove(buffer + done, data, len(data))
         done += len(data)
     return done
+
+
+def _next_block(file, most):
+    """What one read gives, as bytes, and never more than the `most` that there is room for."""
+    wanted = min(most, _FAR)
+    data = file.read(wanted)
+    if not data:
+        return b""
+    if not is_bytes(data):
+        raise TypeError("the file gives text; it must be open in binary mode")
+    data = bytes(data)
+    if len(data) > wanted:
+        raise OSError(f"the file gave {len(data)} bytes where {wanted} were asked for")
+    return data
 
 
 def _write_to(file, data):
@@ -277,7 +289,7 @@ def _set_size(lent, size):
 def _copy_to(lent, target, count, read_count, written_count):
     done = 0
     while done < count:
-        data = lent.file.read(min(count - done, _FAR))
+        data = _next_block(lent.file, count - done)
         if not data:
             break
         _write_all(target, data)

@@ -28,6 +28,7 @@ MISSING = object()  # an argument that was left out
 _PARAMETER_NOT_FOUND = 0x80020004
 
 _DAY_ZERO = datetime.datetime(1899, 12, 30)
+_FIRST_YEAR = 100
 _DAY = datetime.timedelta(days=1)
 _MICROSECONDS = 86_400_000_000
 # Up to here (the year 2079) a date's number tells microseconds, later only milliseconds.
@@ -52,6 +53,8 @@ def date_from_python(value):
         value = datetime.datetime(value.year, value.month, value.day)
     elif value.tzinfo is not None:
         value = value.astimezone().replace(tzinfo=None)
+    if value.year < _FIRST_YEAR:
+        raise OverflowError(f"automation dates begin with the year {_FIRST_YEAR}")
     since = value - _DAY_ZERO
     time = (since - since.days * _DAY) / _DAY
     return since.days + time if since.days >= 0 else since.days - time

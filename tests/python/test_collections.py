@@ -33,8 +33,15 @@ class Lists(TestCase):
                 collection[at] = "x"
             with self.assertRaises(IndexError):
                 del collection[at]
-        with self.assertRaises(TypeError):
-            new_message("welcome.eml").Body[0] = 1
+        collection = new_collection(*range(8))
+        for part, left in ((slice(1, 3), [0, 3, 4, 5, 6, 7]), (slice(None, None, -2), [0, 4, 6]),
+                           (slice(9, 20), [0, 4, 6]), (slice(None), [])):
+            del collection[part]
+            self.assertEqual(list(collection), left)
+        body = new_message("welcome.eml").Body
+        for attempt in (lambda: body.__setitem__(0, 1), lambda: collection.__setitem__(slice(1), 1),
+                        lambda: collection[1.5], lambda: collection[None], lambda: collection[0, 1]):
+            self.assertRaises(TypeError, attempt)
 
     def test_membership(self):
         message = new_message()

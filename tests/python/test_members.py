@@ -35,7 +35,8 @@ class Names(TestCase):
     def test_dir_shows_the_members(self):
         names = dir(new_message())
         self.assertLessEqual({"Subject", "LoadFromFile", "CurrentValues", "Charset"}, set(names))
-        self.assertNotIn("subject", names)
+        self.assertFalse([name for name in names if name == "subject" or name[0] == "_"])
+        self.assertLessEqual({"IMimeBody", "constants", "read"}, set(dir(tallowbrook)))
 
     def test_help_comes_from_the_type_information(self):
         text = pydoc.render_doc(new_message().Body, renderer=pydoc.plaintext)
@@ -159,11 +160,15 @@ class Errors(TestCase):
         self.assertEqual(tallowbrook.last_error(), text)  # reading a property changes nothing
         self.assertTrue(message.Load(tallowbrook.blob(b"To: a@b\n\nx\n")))
         self.assertEqual(tallowbrook.last_error(), "")
+        self.assertFalse(message.SaveToFile("/nowhere/x.eml"))
+        self.assertEqual(tallowbrook.last_error(), 'File not written: "/nowhere/x.eml"')
 
     def test_classes(self):
         name = "{C6A87D9D-09D2-4C84-8544-45EC94E45DCA}"
         self.assertIs(type(tallowbrook.CreateObject(name)), tallowbrook.IMimeDecoder)
         self.assertIs(type(tallowbrook.CreateObject("tallowbrook.blob.1")), tallowbrook.IBlob)
+        with self.assertRaises(TypeError):
+            tallowbrook.CreateObject(5)
         for name in ("Tallowbrook.Nothing", "", "{}"):
             with self.assertRaises(ComError) as caught:
                 tallowbrook.CreateObject(name)

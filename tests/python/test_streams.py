@@ -171,6 +171,13 @@ class Files(TestCase):
                 new_message("welcome.eml").Save(Raising(bytes_before))
         with self.assertRaisesRegex(TypeError, "binary mode"):
             message.Load(io.StringIO("To: a@b\n\n"))
+
+        class Generous(io.BytesIO):
+            def read(self, size=-1):
+                return b"x" * (size + 1)
+
+        with self.assertRaisesRegex(OSError, "8193 bytes where 8192 were asked for"):
+            message.Load(Generous())
         closed = io.BytesIO()
         closed.close()
         with self.assertRaises(ValueError):

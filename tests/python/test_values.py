@@ -60,7 +60,7 @@ class Values(TestCase):
         for value in (object(), {1}, {"a": 1}, 1j, b"bytes"):
             with self.assertRaisesRegex(TypeError, "no counterpart"):
                 collection.Add(value)
-        for value in (2**64, -(2**63) - 1, decimal.Decimal("0.00001"), decimal.Decimal("1e20")):
+        for value in (datetime.datetime(99, 12, 31), 2**64, -(2**63) - 1, decimal.Decimal("0.00001"), decimal.Decimal("1e20")):
             with self.assertRaises(OverflowError):
                 collection.Add(value)
         self.assertEqual(len(collection), 0)
