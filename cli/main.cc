@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <string>
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
@@ -24,6 +25,20 @@ constexpr char kFooter[] =
 
 Characters of a message that could steer a terminal are shown as \xNN or
 \u{NNNN}. "tallowbrook COMMAND --help" explains a command with examples.)";
+
+// Names what stands where a command should, and points to the help that is about the fault.
+void complain_of_usage(const CLI::App& program, const CLI::ParseError& error) {
+  const auto commands = program.get_subcommands();
+  const auto rest = program.remaining();
+  if (commands.empty() && !rest.empty()) {
+    const bool option = rest.front().starts_with('-');
+    complain(printable((option ? "there is no option " : "there is no command ") + rest.front()));
+  } else {
+    complain(printable(error.what()));
+  }
+  const std::string command = commands.empty() ? "" : commands.front()->get_name() + " ";
+  complain("try \"tallowbrook " + command + "--help\"");
+}
 
 int run(int argc, char** argv) {
   CLI::App program("Reads, checks, writes and changes Internet mail messages.", "tallowbrook");
@@ -52,8 +67,7 @@ int run(int argc, char** argv) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
       return program.exit(error);  // --help
     }
-    complain(printable(error.what()));
-    complain("try \"tallowbrook --help\"");
+    complain_of_usage(program, error);
     return kUsage;
   }
   if (std::fflush(stdout) != 0) {

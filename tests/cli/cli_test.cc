@@ -125,8 +125,8 @@ TEST_F(Cli, ExitStatusTellsWhatWentWrong) {
               {"show /proc/self/mem", 3, "Input/output error"},  // opens, and the first read fails
               {"show --json " + sample("plain.eml") + " >/dev/full", 3, "No space left"},
               {"", 2, "--help"},
-              {"copy one", 2, "--help"},
-              {"frob", 2, "--help"},
+              {"copy one", 2, "tallowbrook copy --help"},
+              {"frob", 2, "there is no command frob"},
               {"copy --help", 0, "Examples:"},
           });
 }
