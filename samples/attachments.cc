@@ -61,7 +61,10 @@ void print_attachments(const ComPtr<IMimeDecoder>& message) {
 }
 
 int main(int count, char** arguments) {
-  if (count != 2) return 2;
+  if (count != 2 || !std::filesystem::is_directory(arguments[1])) {
+    std::cerr << "usage: attachments FOLDER\n";
+    return 2;
+  }
   const char* library = std::getenv("TALLOWBROOK_LIBRARY");
   HMODULE component = nullptr;
   CLSID clsid{};

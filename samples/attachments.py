@@ -5,6 +5,8 @@ import sys
 
 import tallowbrook
 
+if len(sys.argv) != 2 or not pathlib.Path(sys.argv[1]).is_dir():
+    sys.exit("usage: attachments.py FOLDER")
 message = tallowbrook.CreateObject("Tallowbrook.Decoder")
 for file in sorted(pathlib.Path(sys.argv[1]).glob("*.eml")):
     try:
