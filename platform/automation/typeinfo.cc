@@ -76,7 +76,7 @@ class TypeInfo final : public ITypeInfo {
   ULONG Release() override;
 
   HRESULT GetTypeAttr(TYPEATTR** attributes) override;
-  HRESULT GetTypeComp(ITypeComp** compiler) override { return refuse(compiler); }
+  HRESULT GetTypeComp(ITypeComp** compiler) override { return create_type_comp(*this, compiler); }
   HRESULT GetFuncDesc(UINT index, FUNCDESC** description) override;
   HRESULT GetVarDesc(UINT index, VARDESC** description) override;
   HRESULT GetNames(MEMBERID member, BSTR* names, UINT room, UINT* count) override;
@@ -183,10 +183,7 @@ class Library final : public Counted<ITypeLib> {
         TLIBATTR{table_.libid, table_.lcid, SYS_WIN64, table_.major, table_.minor, 0};
     return *attributes == nullptr ? E_OUTOFMEMORY : S_OK;
   }
-  HRESULT GetTypeComp(ITypeComp** compiler) override {
-    if (compiler != nullptr) *compiler = nullptr;
-    return E_NOTIMPL;
-  }
+  HRESULT GetTypeComp(ITypeComp** compiler) override { return create_type_comp(*this, compiler); }
   HRESULT GetDocumentation(INT index, BSTR* name, BSTR* help, DWORD* context,
                            BSTR* help_file) override {
     if (index == -1) {
@@ -515,7 +512,7 @@ HRESULT TypeInfo::GetIDsOfNames(OLECHAR** names, UINT count, MEMBERID* ids) {
   std::fill(ids, ids + count, DISPID_UNKNOWN);
   if (names == nullptr || names[0] == nullptr) return E_INVALIDARG;
   if (enum_ == nullptr || !find_name(names[0], ids)) return DISP_E_UNKNOWNNAME;
-  return count == 1 ? S_OK : DISP_E_UNKNOWNNAME;
+  return count == 1 && ids[0] != MEMBERID_NIL ? S_OK : DISP_E_UNKNOWNNAME;
 }
 
 HRESULT TypeInfo::Invoke(void* instance, MEMBERID member, WORD flags, DISPPARAMS* arguments,

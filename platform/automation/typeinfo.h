@@ -7,6 +7,8 @@
 #include "platform/automation/dispatch.h"
 #include "platform/automation/tables.h"
 
+inline constexpr HRESULT TYPE_E_TYPEMISMATCH = make_status(0x80028CA0);
+
 using HREFTYPE = DWORD;
 
 enum TYPEKIND : INT {
@@ -118,8 +120,38 @@ struct TLIBATTR {
 
 inline constexpr MEMBERID MEMBERID_NIL = -1;
 
-struct ITypeComp;
+struct ITypeInfo;
 struct ITypeLib;
+
+enum DESCKIND : INT {
+  DESCKIND_NONE = 0,
+  DESCKIND_FUNCDESC = 1,
+  DESCKIND_VARDESC = 2,
+  DESCKIND_TYPECOMP = 3,
+};
+
+struct ITypeComp;
+
+union BINDPTR {
+  FUNCDESC* lpfuncdesc;  // given back to `info` of Bind
+  VARDESC* lpvardesc;    // the same
+  ITypeComp* lptcomp;    // counted
+};
+
+// Names to descriptions, for compilers and script hosts. Letter case does not matter, nor does
+// `hash`. A name that is not there is S_OK with DESCKIND_NONE.
+struct ITypeComp : IUnknown {
+  using Base = IUnknown;
+  static constexpr GUID kIid{0x00020403, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+  // A type's: its member. `flags` has the wanted INVOKEKINDs, 0 for any; TYPE_E_TYPEMISMATCH when
+  // the member has none of them. A library's: a value of one of its enumerations, or the
+  // enumeration itself as DESCKIND_TYPECOMP, without `info`.
+  virtual HRESULT Bind(OLECHAR* name, ULONG hash, WORD flags, ITypeInfo** info, DESCKIND* kind,
+                       BINDPTR* found) = 0;
+  // A library's type of this name; a type has none inside.
+  virtual HRESULT BindType(OLECHAR* name, ULONG hash, ITypeInfo** info, ITypeComp** compiler) = 0;
+};
 
 struct ITypeInfo : IUnknown {
   using Base = IUnknown;
@@ -218,5 +250,9 @@ struct TypeLibraryOwner {
 // failure the owner's module is given back, too.
 HRESULT create_type_library(const LibraryInfo& table, ITypeLib** library,
                             const TypeLibraryOwner& owner = {});
+
+// What their GetTypeComp gives: it keeps the type or library that it is made over.
+HRESULT create_type_comp(ITypeInfo& type, ITypeComp** compiler);
+HRESULT create_type_comp(ITypeLib& library, ITypeComp** compiler);
 
 }  // namespace tallowbrook::platform

@@ -321,4 +321,52 @@ TEST(TypeInfo, DescribesTheTables) {
   SysFreeString(stale);
 }
 
+// "m1:1" for a function (member id, kind), "v5" for a value, "type" for a type, "" for nothing.
+std::string bound(ITypeComp& compiler, std::u16string name, WORD flags = 0) {
+  ComPtr<ITypeInfo> info;
+  DESCKIND kind{};
+  BINDPTR found{};
+  const HRESULT status = compiler.Bind(name.data(), 0, flags, info.out(), &kind, &found);
+  if (status != S_OK) return status == TYPE_E_TYPEMISMATCH && !info ? "mismatch" : "failed";
+  std::string text;
+  if (kind == DESCKIND_FUNCDESC) {
+    text = "m" + std::to_string(found.lpfuncdesc->memid) + ":" +
+           std::to_string(found.lpfuncdesc->invkind);
+    info->ReleaseFuncDesc(found.lpfuncdesc);
+  } else if (kind == DESCKIND_VARDESC) {
+    text = "v" + std::to_string(found.lpvardesc->lpvarValue->lVal);
+    info->ReleaseVarDesc(found.lpvardesc);
+  } else if (kind == DESCKIND_TYPECOMP) {
+    text = bound(*found.lptcomp, u"pkSome") + " type";
+    found.lptcomp->Release();
+  }
+  return text;
+}
+
+TEST(TypeInfo, BindsNames) {
+  ComPtr<ITypeLib> library;
+  ASSERT_EQ(create_type_library(kLibrary, library.out()), S_OK);
+  ComPtr<ITypeComp> compiler;
+  ASSERT_EQ(library->GetTypeComp(compiler.out()), S_OK);
+  library.reset();
+  EXPECT_EQ(bound(*compiler, u"PKSOME"), "v5");
+  EXPECT_EQ(bound(*compiler, u"probekind"), "v5 type");
+  EXPECT_EQ(bound(*compiler, u"IProbe"), "");
+  ComPtr<ITypeInfo> type;
+  ComPtr<ITypeComp> members;
+  std::u16string name = u"iprobe";
+  ASSERT_EQ(compiler->BindType(name.data(), 0, type.out(), members.out()), S_OK);
+  ASSERT_TRUE(type && members);
+  compiler.reset();
+  type.reset();  // the compiler keeps it
+  EXPECT_EQ(bound(*members, u"NAME"), "m1:2");
+  EXPECT_EQ(bound(*members, u"name", INVOKE_PROPERTYPUT | INVOKE_FUNC), "m1:4");
+  EXPECT_EQ(bound(*members, u"Item", INVOKE_PROPERTYPUT), "m0:4");
+  EXPECT_EQ(bound(*members, u"Join"), "m3:1");
+  EXPECT_EQ(bound(*members, u"Join", INVOKE_PROPERTYGET), "mismatch");
+  EXPECT_EQ(bound(*members, u"pkSome"), "");
+  ASSERT_EQ(members->BindType(name.data(), 0, type.out(), compiler.out()), S_OK);
+  EXPECT_FALSE(type || compiler);
+}
+
 }  // namespace
