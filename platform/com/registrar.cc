@@ -9,7 +9,6 @@
 namespace tallowbrook::platform {
 namespace {
 
-constexpr std::size_t kDeepest = 512;
 constexpr std::string_view kProtected[] = {
     "appid", "clsid", "component categories", "filetype", "interface", "hardware", "mime"};
 
@@ -136,7 +135,8 @@ class ScriptParser {
     do {
       if (word_.kind == Word::kOpen) {
         if (!may_open) fail("a \"{\" without a key before it");
-        if (parents.size() == kDeepest) fail("keys are nested too deep");
+        // Two names may come in front: Software\Classes.
+        if (parents.size() == kDeepestKey - 2) fail("keys are nested too deep");
         parents.push_back(path);
         path = last;
         may_open = false;

@@ -47,12 +47,13 @@ std::string fold_path(std::string_view path) {
 }
 
 bool valid_path(std::string_view path) {
-  for (;;) {
+  for (std::size_t names = 0; names < kDeepestKey; ++names) {
     const std::size_t end = path.find('\\');
     if (!valid_key_name(path.substr(0, end))) return false;
     if (end == path.npos) return true;
     path.remove_prefix(end + 1);
   }
+  return false;
 }
 
 bool is_below(std::string_view folded, std::string_view parent) {

@@ -84,6 +84,9 @@ struct RegistryValue {
   std::vector<std::uint8_t> bytes;
 };
 
+// A path has at most this many names.
+inline constexpr std::size_t kDeepestKey = 512;
+
 // True for a name that a key can have: 1 to 255 bytes without backslashes and control characters.
 [[nodiscard]] bool valid_key_name(std::string_view name);
 
@@ -167,7 +170,7 @@ class RegistryEdit {
  private:
   struct Opened;
 
-  [[nodiscard]] HRESULT lock(const std::string& folder, bool shared);
+  [[nodiscard]] HRESULT lock(const std::string& folder);
   [[nodiscard]] HRESULT fail(HRESULT status, const std::string& file, int error);
 
   std::vector<int> locks_;

@@ -100,9 +100,12 @@ bool flush_folder(const std::string& folder) {
   return opened.get() >= 0 && ::fsync(opened.get()) == 0;
 }
 
-// False with errno. The new file's name is the same for all writers: they hold the lock.
+// The same for all writers, who hold the lock.
+std::string new_file(const std::string& path) { return path + ".new"; }
+
+// False with errno.
 bool replace_file(const std::string& path, std::string_view text, mode_t mode) {
-  const std::string beside = path + ".new";
+  const std::string beside = new_file(path);
   Descriptor file(
       ::open(beside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, mode));
   const bool written = file.get() >= 0 && ::fchmod(file.get(), mode) == 0 &&
@@ -206,12 +209,13 @@ HRESULT RegistryEdit::fail(HRESULT status, const std::string& file, int error) {
   return refused ? E_ACCESSDENIED : status;
 }
 
-HRESULT RegistryEdit::lock(const std::string& folder, bool shared) {
+HRESULT RegistryEdit::lock(const std::string& folder) {
   std::error_code made;
   std::filesystem::create_directories(folder, made);
   if (made) return fail(REGDB_E_WRITEREGDB, folder, made.value());
   const std::string path = folder + "/.lock";
-  Descriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, shared ? 0644 : 0600));
+  // Whoever can open the file can hold the lock: that is for those who may write.
+  Descriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
   if (file.get() < 0) return fail(REGDB_E_WRITEREGDB, path, errno);
   while (::flock(file.get(), LOCK_EX) != 0) {
     if (errno != EINTR) return fail(REGDB_E_WRITEREGDB, path, errno);
@@ -223,24 +227,23 @@ HRESULT RegistryEdit::lock(const std::string& folder, bool shared) {
 
 HRESULT RegistryEdit::open(std::span<const RegistryRoot> roots) {
   // The locks are taken in the order of the folders' names, the same for every program.
-  std::vector<std::pair<std::string, bool>> folders;
+  std::vector<std::string> folders;
   for (const RegistryRoot root : roots) {
     std::string folder = folder_of(root);
     if (folder.empty()) {
       problem_ = "there is no folder for the user's registry";
       return REGDB_E_WRITEREGDB;
     }
-    folders.emplace_back(std::move(folder), !is_of_user(root));
+    folders.push_back(std::move(folder));
   }
   std::sort(folders.begin(), folders.end());
-  folders.erase(std::unique(folders.begin(), folders.end(),
-                            [](const auto& a, const auto& b) { return a.first == b.first; }),
-                folders.end());
-  for (const auto& [folder, shared] : folders) {
-    if (const HRESULT status = lock(folder, shared); FAILED(status)) return status;
+  folders.erase(std::unique(folders.begin(), folders.end()), folders.end());
+  for (const std::string& folder : folders) {
+    if (const HRESULT status = lock(folder); FAILED(status)) return status;
   }
   for (const RegistryRoot root : roots) {
     const std::string path = registry_file(root);
+    ::unlink(new_file(path).c_str());  // of a writer that was killed
     const Descriptor file(open_for_reading(path));
     std::string text;
     const bool missing = file.get() < 0 && errno == ENOENT;

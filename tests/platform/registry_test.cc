@@ -79,6 +79,13 @@ TEST(RegistryTree, NamesTheFirstLineThatCannotBeUnderstoodAndKeepsTheRest) {
     EXPECT_EQ(bad_line, given.line) << given.text;
     EXPECT_EQ(tree.has_key("a"), given.line != 1 || std::string_view(given.text).find("[A]") != 0);
   }
+  // Every name on the way is a key of its own: depth is bounded, so that a line costs what it
+  // weighs.
+  std::string deep = "[";
+  for (int at = 0; at < 500'000; ++at) deep += "A\\";
+  std::size_t bad_line = 0;
+  EXPECT_EQ(RegistryTree::parse(deep + "A]\n[B]\n", &bad_line).print(), "\n[B]\n");
+  EXPECT_EQ(bad_line, 1U);
 }
 
 TEST(RegistryTree, FindsListsAndRemovesWithoutRegardToCase) {
@@ -214,7 +221,9 @@ TEST(Registry, IsNeverHalfWrittenWhenTheWriterIsKilled) {
     ++seen_whole;
   }
   EXPECT_GT(seen_whole, 100);
-  EXPECT_EQ(set_value(kMachine, "Software\\After", "x"), S_OK) << "no lock is left behind";
+  write_file(registry.machine() + ".new", "half");
+  EXPECT_EQ(set_value(kMachine, "Software\\Key0", "a"), S_OK) << "no lock is left behind";
+  EXPECT_NE(::access((registry.machine() + ".new").c_str(), F_OK), 0);
 }
 
 }  // namespace
