@@ -79,12 +79,12 @@ message; HTML is made plain where there is nothing else.
 
 JSON: "schema" is 1 and changes when the shape does. "from", "to", "cc", "bcc"
 and "returnReceiptTo" are lists of {"name", "address"}; "sender", "replyTo" and
-"returnPath" are one such object. "received" has the trace headers, newest
-first, "fields" the extension fields. "parts" lists the body parts in the order
-of the text: "parent" is an index into the same list, null for the root, and
-"number" is what extract and edit call the part. What a
-message does not have is left out. A file that is no message gives {"schema",
-"file", "error": {"text", "line"}}.
+"returnPath" are one such object. "received" has the trace headers in the order
+of the text, which servers make newest first; "fields" the extension fields.
+"parts" lists the body parts in the order of the text: "parent" is an index into
+the same list, null for the root, and "number" is what extract and edit call the
+part. What a message does not have is left out. A file that is no message gives
+{"schema", "file", "error": {"text", "line"}}.
 
 Examples:
   tallowbrook show letter.eml
