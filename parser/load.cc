@@ -14,6 +14,7 @@
 #include "parser/report.h"
 #include "parser/scanner.h"
 #include "parser/usual_addresses.h"
+#include "parser/usual_values.h"
 #include "platform/kernel/handles.h"
 #include "platform/kernel/message_queue.h"
 #include "platform/kernel/thread.h"
@@ -219,17 +220,22 @@ void give_back_unread(const ParseRun& run, IStream& stream) {
 
 namespace {
 
-bool is_address_list(std::string_view name) {
-  return name == kPseudoAddress ||
-         std::any_of(all_fields().begin(), all_fields().end(), [name](const FieldInfo& field) {
-           return field.rule == FieldRule::AddressList && field.name == name;
-         });
+bool read_usual_value(std::string_view name, std::string_view text, HeaderValue& value) {
+  if (name == kPseudoContentType) return read_usual_type(text, value);
+  if (name == kPseudoDisposition) return read_usual_disposition(text, value);
+  if (name == kPseudoAddress) return read_usual_addresses(text, value);
+  for (const FieldInfo& field : all_fields()) {
+    if (field.name != name) continue;
+    if (field.rule == FieldRule::AddressList) return read_usual_addresses(text, value);
+    return field.rule == FieldRule::Date && read_usual_date(text, value);
+  }
+  return false;
 }
 
 }  // namespace
 
 HRESULT parse_field(std::string_view name, std::string_view text, HeaderValue& value) {
-  if (is_address_list(name) && read_usual_addresses(text, value)) return S_OK;
+  if (read_usual_value(name, text, value)) return S_OK;
   return parse_field_by_grammar(name, text, value);
 }
 

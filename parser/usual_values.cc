@@ -1,0 +1,271 @@
+#include "parser/usual_values.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <string>
+#include <utility>
+
+#include "core/text.h"
+#include "model/body_part.h"
+#include "model/calendar.h"
+
+namespace tallowbrook {
+namespace {
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+constexpr std::array<bool, 256> kTokenBytes = [] {
+  std::array<bool, 256> table{};
+  for (const char c :
+       std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+                        "!#$%&'*+-.^_`{|}~\x7f")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  for (std::size_t byte = 0x80; byte < table.size(); ++byte) table[byte] = true;
+  return table;
+}();
+
+// What the readers walk over a text with.
+class Cursor {
+ public:
+  explicit Cursor(std::string_view text) : rest_(text) {}
+
+  [[nodiscard]] bool at_end() const { return rest_.empty(); }
+  [[nodiscard]] char peek() const { return rest_.empty() ? '\0' : rest_[0]; }
+  bool take(char c) {
+    if (peek() != c || rest_.empty()) return false;
+    rest_.remove_prefix(1);
+    return true;
+  }
+  std::string_view take_count(std::size_t count) {
+    const std::string_view taken = rest_.substr(0, count);
+    rest_.remove_prefix(taken.size());
+    return taken;
+  }
+  template <class Fits>
+  std::string_view take_while(Fits&& fits) {
+    return take_count(static_cast<std::size_t>(std::find_if_not(rest_.begin(), rest_.end(), fits) -
+                                               rest_.begin()));
+  }
+  // A quoted string on one line without backslashes, with its quotes; empty for anything else.
+  std::string_view take_quoted() {
+    if (peek() != '"') return {};
+    const std::size_t end = rest_.find_first_of(std::string_view("\"\\\r\n\0", 5), 1);
+    return end == rest_.npos || rest_[end] != '"' ? std::string_view() : take_count(end + 1);
+  }
+  bool take_blanks() { return !take_while(is_blank).empty(); }
+  // Blanks and folds, and whether there were any. At a line end that begins no fold, or a fold that
+  // holds nothing, it stops.
+  bool take_space() {
+    const std::size_t before = rest_.size();
+    for (;;) {
+      (void)take_while(is_blank);
+      std::string_view fold = rest_;
+      if (fold.starts_with('\r')) fold.remove_prefix(1);
+      if (!fold.starts_with('\n')) break;
+      const std::size_t next = fold.find_first_not_of(" \t", 1);
+      if (next == fold.npos || next == 1 || fold[next] == '\r' || fold[next] == '\n') break;
+      rest_ = fold.substr(next);
+    }
+    return rest_.size() != before;
+  }
+
+ private:
+  std::string_view rest_;
+};
+
+// --- dates ---------------------------------------------------------------------------------------
+
+// The position of the name, in any letter case, among `names`; their number for none of them.
+template <std::size_t kCount>
+std::size_t index_of(std::string_view name, const char* const (&names)[kCount]) {
+  std::size_t i = 0;
+  while (i < kCount && !equals_ignoring_case(name, names[i])) ++i;
+  return i;
+}
+
+class DateReader {
+ public:
+  explicit DateReader(std::string_view text) : text_(text) {}
+
+  bool read(HeaderValue& value) {
+    DateFields fields;
+    std::string_view zone;
+    (void)text_.take_space();
+    if (!weekday() || !day(fields) || !clock(fields) || !this->zone(zone) || !nothing_more()) {
+      return false;
+    }
+    value = HeaderValue::date_time(fields, zone);
+    return true;
+  }
+
+ private:
+  bool weekday() {
+    if (is_digit(text_.peek())) return true;
+    if (index_of(text_.take_count(3), kWeekdayNames) == std::size(kWeekdayNames)) return false;
+    return text_.take(',') && text_.take_space();
+  }
+  bool day(DateFields& fields) {
+    if (!number(fields.day, 1, 2) || !text_.take_space()) return false;
+    const std::size_t month = index_of(text_.take_count(3), kMonthNames);
+    if (month == std::size(kMonthNames) || !text_.take_space()) return false;
+    fields.month = static_cast<std::int32_t>(month) + 1;
+    return number(fields.year, 4, 4) && fields.year >= 100 && text_.take_space();
+  }
+  bool clock(DateFields& fields) {
+    if (!number(fields.hour, 1, 2) || !text_.take(':') || !number(fields.minute, 2, 2))
+      return false;
+    if (text_.take(':') && !number(fields.second, 2, 2)) return false;
+    return text_.take_space();
+  }
+  bool zone(std::string_view& zone) {
+    if (text_.peek() == '+' || text_.peek() == '-') {
+      zone = text_.take_count(5);
+      return zone.size() == 5 && std::all_of(zone.begin() + 1, zone.end(), is_digit);
+    }
+    const std::string_view name = text_.take_while([](char c) { return c >= 'A' && c <= 'Z'; });
+    zone = "-0000";
+    return name == "GMT" || name == "UT";
+  }
+  // Behind the zone: blanks and one comment of a word.
+  bool nothing_more() {
+    if (text_.at_end()) return true;
+    if (!text_.take_blanks()) return false;
+    if (text_.take('(')) {
+      (void)text_.take_while(
+          [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); });
+      if (!text_.take(')')) return false;
+    }
+    return text_.at_end();
+  }
+  bool number(std::int32_t& number, std::size_t least, std::size_t most) {
+    const std::string_view digits = text_.take_while(is_digit);
+    if (digits.size() < least || digits.size() > most) return false;
+    number = 0;
+    for (const char digit : digits) number = number * 10 + (digit - '0');
+    return true;
+  }
+
+  Cursor text_;
+};
+
+// --- types and dispositions ----------------------------------------------------------------------
+
+// Words that the scanner knows in these values: each may mean something else than itself.
+constexpr std::string_view kKeywords[] = {
+    "application", "audio",        "image", "message",  "text",       "video",
+    "multipart",   "mixed",        "plain", "parallel", "digest",     "alternative",
+    "html",        "gif",          "jpeg",  "mpeg",     "basic",      "rfc822",
+    "postscript",  "octet-stream", "read",  "partial",  "read-write", "external-body"};
+
+// Parameters that are read in ways of their own.
+constexpr std::string_view kOddParameters[] = {"boundary", "access-type", "expiration",
+                                               "permission"};
+
+template <std::size_t kCount>
+bool is_among(std::string_view word, const std::string_view (&words)[kCount]) {
+  return std::any_of(std::begin(words), std::end(words),
+                     [word](std::string_view known) { return equals_ignoring_case(word, known); });
+}
+
+class TypeReader {
+ public:
+  explicit TypeReader(std::string_view text) : text_(text) {}
+
+  bool type(HeaderValue& value) {
+    const HeaderValue major = major_from_name(word());
+    if (!is_leaf(major) || !text_.take('/')) return false;
+    const std::string_view subtype = word();
+    if (subtype.empty() || equals_ignoring_case(subtype, major_name(major.number()))) return false;
+    return with_parameters(major, minor(major.number(), subtype), value);
+  }
+
+  bool disposition(HeaderValue& value) {
+    const std::string_view name = word();
+    if (name.empty() || is_among(name, kKeywords)) return false;
+    HeaderValue parameters;
+    if (!read_parameters(parameters)) return false;
+    value = parameters.is_set() ? HeaderValue::list(HeaderValue::text(name), std::move(parameters))
+                                : HeaderValue::list(HeaderValue::text(name));
+    return true;
+  }
+
+ private:
+  static bool is_token_byte(char c) { return kTokenBytes[static_cast<unsigned char>(c)]; }
+  static bool is_leaf(const HeaderValue& major) {
+    return major.is(ValueKind::Integer) && major.number() != kMultipart &&
+           major.number() != kMessage;
+  }
+  static HeaderValue minor(std::int32_t major, std::string_view name) {
+    for (std::int32_t i = 0; !minor_name(major, i).empty(); ++i) {
+      if (equals_ignoring_case(name, minor_name(major, i))) return HeaderValue::integer(i);
+    }
+    return HeaderValue::text(name);
+  }
+
+  bool with_parameters(HeaderValue major, HeaderValue minor, HeaderValue& value) {
+    HeaderValue parameters;
+    if (!read_parameters(parameters)) return false;
+    value = parameters.is_set()
+                ? HeaderValue::list(std::move(major), std::move(minor), std::move(parameters))
+                : HeaderValue::list(std::move(major), std::move(minor));
+    return true;
+  }
+
+  std::string_view word() { return text_.take_while(is_token_byte); }
+
+  // Sets a map unless there is nothing more.
+  bool read_parameters(HeaderValue& parameters) {
+    if (text_.at_end()) return true;
+    parameters = HeaderValue::map();
+    while (!text_.at_end()) {
+      if (!separator()) return false;
+      if (!text_.at_end() && !parameter(parameters.mutable_entries())) return false;
+    }
+    return true;
+  }
+  bool separator() {
+    bool found = text_.take_space();
+    while (text_.take(';')) {
+      found = true;
+      (void)text_.take_space();
+    }
+    return found;
+  }
+  bool parameter(AddressMap& parameters) {
+    const std::string name = to_lower(word());
+    if (name.empty() || !text_.take('=')) return false;
+    if (is_among(name, kKeywords) || is_among(name, kOddParameters)) return false;
+    const bool charset = name == "charset";
+    std::string_view value;
+    if (!this->value(value, charset)) return false;
+    parameters.insert(name, HeaderValue::text(charset ? to_lower(value) : std::string(value)));
+    return true;
+  }
+  bool value(std::string_view& value, bool any_word) {
+    const bool quoted = text_.peek() == '"';
+    value = quoted ? text_.take_quoted() : word();
+    return !value.empty() && (quoted || any_word || !is_among(value, kKeywords));
+  }
+
+  Cursor text_;
+};
+
+}  // namespace
+
+bool read_usual_date(std::string_view text, HeaderValue& value) {
+  return DateReader(text).read(value);
+}
+
+bool read_usual_type(std::string_view text, HeaderValue& value) {
+  return TypeReader(text).type(value);
+}
+
+bool read_usual_disposition(std::string_view text, HeaderValue& value) {
+  return TypeReader(text).disposition(value);
+}
+
+}  // namespace tallowbrook
