@@ -24,6 +24,7 @@ bool per_user() { return CoPerUserRegistration() != FALSE; }
 
 // Leaves the reason of a failure, a UTF-8 text, in the thread's error object.
 void tell(const std::string& reason) {
+  if (reason.empty()) return;
   set_error_text(platform::widen(CP_UTF8, reason), u"Tallowbrook");
 }
 
@@ -80,14 +81,18 @@ HRESULT add_type_library(const std::string& path) {
   std::u16string file = platform::wide_from_path(path);
   std::u16string help = help_folder(*library);
   OLECHAR* const help_text = help.empty() ? nullptr : help.data();
-  return per_user() ? RegisterTypeLibForUser(library, file.data(), help_text)
-                    : RegisterTypeLib(library, file.data(), help_text);
+  const HRESULT status = per_user() ? RegisterTypeLibForUser(library, file.data(), help_text)
+                                    : RegisterTypeLib(library, file.data(), help_text);
+  if (FAILED(status)) tell(CoComponentError());
+  return status;
 }
 
 HRESULT remove_type_library() {
   const platform::LibraryInfo& info = library_info();
   const auto remove = per_user() ? UnRegisterTypeLibForUser : UnRegisterTypeLib;
-  return remove(info.libid, info.major, info.minor, info.lcid, SYS_WIN64);
+  const HRESULT status = remove(info.libid, info.major, info.minor, info.lcid, SYS_WIN64);
+  if (FAILED(status)) tell(CoComponentError());
+  return status;
 }
 
 }  // namespace

@@ -88,6 +88,7 @@ HRESULT load_file(const std::string& path, ITypeLib** library) {
 // Runs `change` on HKEY_CLASSES_ROOT, which it gets as a tree and the prefix of its paths.
 template <class Change>
 HRESULT change_classes(bool per_user, Change&& change) {
+  set_component_error({});
   return checked([&] {
     const RegistryPlace place = place_of(RegistryRoot::kClasses, per_user);
     RegistryEdit edit;
@@ -96,6 +97,7 @@ HRESULT change_classes(bool per_user, Change&& change) {
       change(edit.tree(place.root), std::string(place.prefix));
       status = edit.commit();
     }
+    if (FAILED(status)) set_component_error(edit.problem());
     const bool refused = status == E_ACCESSDENIED || status == E_OUTOFMEMORY;
     return SUCCEEDED(status) || refused ? status : TYPE_E_REGISTRYACCESS;
   });

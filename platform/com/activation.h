@@ -98,7 +98,7 @@ HRESULT CoUnloadComponent(HMODULE module);
 // IClassFactory::LockServer.
 void CoFreeUnusedLibrariesEx(DWORD delay, DWORD reserved);
 void CoFreeUnusedLibraries();  // with INFINITE
-// The calling thread's last text from the dynamic loader; empty for none.
+// Why the thread's last load or registration of a library failed, as text; empty for none.
 const char* CoComponentError();
 
 // For a component that is linked in or was loaded by other means: makes its classes creatable until

@@ -1,6 +1,8 @@
 // The component in the registry: what it writes there, what it leaves, and what others make of it.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -267,6 +269,23 @@ TEST(Registration, ARegistryThatCannotBeWrittenIsTold) {
   EXPECT_NE(error_text().find("HKEY_LOCAL_MACHINE.reg:1: "), std::string::npos);
   EXPECT_EQ(call_entry("DllUnregisterServer"), REGDB_E_READREGDB);
   EXPECT_EQ(read_file(registry.machine()), "nonsense\n");
+
+  // Room for the classes, and none for the type library behind them.
+  write_file(registry.machine(), "");
+  ASSERT_EQ(call_entry("DllRegisterServer"), S_OK);
+  ASSERT_EQ(UnRegisterTypeLib(LIBID_TALLOWBROOKLib, 1, 0, 0, SYS_WIN64), S_OK);
+  const std::string classes = read_file(registry.machine());
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  const rlimit full{classes.size(), before.rlim_max};
+  ASSERT_NE(::signal(SIGXFSZ, SIG_IGN), SIG_ERR);
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &full), 0);
+  const HRESULT status = call_entry("DllRegisterServer");
+  const std::string reason = error_text();
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+  EXPECT_EQ(status, TYPE_E_REGISTRYACCESS);
+  EXPECT_NE(reason.find("HKEY_LOCAL_MACHINE.reg: File too large"), std::string::npos) << reason;
+  EXPECT_EQ(read_file(registry.machine()), classes);
 }
 
 }  // namespace
