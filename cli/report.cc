@@ -17,7 +17,7 @@ using platform::Variant;
 
 struct AddressProperty {
   const char16_t* property;
-  const char* label;
+  const char* label;  // but for Receipt-To, the field's name
   const char* key;
   bool list;
 };
@@ -64,30 +64,59 @@ std::string unquoted_name(const std::string& name) {
   return result;
 }
 
-Address read_address(const Object& object) {
+std::string without_brackets(std::string address) {
+  if (address.size() < 2 || address.front() != '<' || address.back() != '>') return address;
+  return address.substr(1, address.size() - 2);
+}
+
+// A text that the component keeps as one, because a name in it has dots that are not quoted:
+// "J. R. Hacker <jr@example.org>".
+Address split_address(const std::string& text, const Words& words) {
+  const auto open = text.find('<', 1);
+  if (open == std::string::npos) return {{}, without_brackets(text)};
+  const std::string name = text.substr(0, text.find_last_not_of(" \t", open - 1) + 1);
+  return {unquoted_name(words.decoded(name)), without_brackets(text.substr(open))};
+}
+
+Address read_address(const Object& object, const Words& words) {
   const Variant raw = object.get(u"NameRaw");
   Address result{unfold(recovered(object.get(u"Name").text(), raw.text())),
-                 unfold(object.text(u"Address"))};
+                 without_brackets(unfold(object.text(u"Address")))};
   if (result.name.empty()) result.name = unfold(recovered(raw.text()));
   result.name = unquoted_name(result.name);
-  std::string& address = result.address;
-  if (address.size() >= 2 && address.front() == '<' && address.back() == '>') {
-    address = address.substr(1, address.size() - 2);
+  if (result.name.empty()) {
+    const std::string route = unfold(recovered(object.get(u"RouteAddress").text()));
+    if (route.find('<', 1) != std::string::npos) {
+      result.name = split_address(route.substr(1), words).name;
+    }
   }
   return result;
 }
 
-std::vector<AddressField> read_addresses(const Object& message) {
+// A field of one address that the component cannot read has an address object without a text.
+Address read_single(const Object& object, const char* label, const std::vector<Field>& header,
+                    const Words& words) {
+  Address address = read_address(object, words);
+  if (!address.name.empty() || !address.address.empty()) return address;
+  const auto field = std::find_if(header.begin(), header.end(),
+                                  [&](const Field& one) { return same_name(one.name, label); });
+  return field == header.end() ? address : split_address(field->value, words);
+}
+
+std::vector<AddressField> read_addresses(const Object& message, const std::vector<Field>& header,
+                                         const Words& words) {
   std::vector<AddressField> fields;
   for (const auto& [property, label, key, list] : kAddresses) {
     const Object value = message.object(property);
     if (!value) continue;
     AddressField& field = fields.emplace_back(AddressField{label, key, list, {}});
     if (!list) {
-      field.addresses.push_back(read_address(value));
+      field.addresses.push_back(read_single(value, label, header, words));
       continue;
     }
-    for (const Object& element : value.elements()) field.addresses.push_back(read_address(element));
+    for (const Object& element : value.elements()) {
+      field.addresses.push_back(read_address(element, words));
+    }
   }
   return fields;
 }
@@ -167,7 +196,7 @@ Report read_report(const Object& message, const Words& words) {
       report.mime_version = field.value;
     }
   }
-  report.addresses = read_addresses(message);
+  report.addresses = read_addresses(message, header, words);
   report.subject = unfold(words.decoded(message.get(u"SubjectRaw").text()));
   report.message_id = unfold(message.text(u"MessageID"));
   report.parts = read_body(message, words);

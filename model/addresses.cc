@@ -5,10 +5,12 @@
 
 #include "core/creators.h"
 #include "core/text.h"
+#include "model/body_part.h"
 #include "model/header_text.h"
 #include "model/mail_address.h"
 #include "model/variant_conversion.h"
 #include "platform/automation/late_bound.h"
+#include "platform/kernel/unicode.h"
 #include "tallowbrook/collections.h"
 
 namespace tallowbrook {
@@ -66,13 +68,47 @@ struct HostAddress {
   HeaderValue name;
 };
 
+bool is_utf8(std::string_view text) {
+  while (!text.empty()) {
+    const platform::Character character = platform::first_utf8(text);
+    if (!character.valid) return false;
+    text.remove_prefix(character.length);
+  }
+  return true;
+}
+
+// A name that the grammar does not take for one, as in "J. R. Hacker <jr@example.org>", is held
+// with its address. In a field it becomes a name again, one that every reader takes; with the
+// bracket that a route address begins with, the field would name no mailbox at all.
+std::optional<HostAddress> split_name(std::string_view stored) {
+  const std::string_view text = trim(stored);
+  const std::size_t open = text.find('<');
+  if (open == 0 || open == text.npos || text.find('>') + 1 != text.size() ||
+      text.find('<', open + 1) != text.npos) {
+    return std::nullopt;
+  }
+  const std::string_view name = trim(text.substr(0, open));
+  if (name.find_first_of("\":;,@") != name.npos) return std::nullopt;
+  // Bytes of UTF-8 stay what they are (RFC 6532).
+  const bool plain = is_utf8(name) && name.find("=?") == name.npos;
+  return HostAddress{std::string(text.substr(open)),
+                     HeaderValue::text(plain ? in_quotes(name)
+                                             : encode_header_text(decode_header_text(name), {}))};
+}
+
+HostAddress own_address(const CMailAddress& address) {
+  if (address.name_raw().empty()) {
+    if (auto split = split_name(address.address_raw())) return *std::move(split);
+  }
+  return {address.route_address(), HeaderValue::text(address.name_raw())};
+}
+
 // Nothing when the object lacks one of the two properties.
 std::optional<HostAddress> read_address(IDispatch* object) {
   if (object == nullptr) return std::nullopt;
   void* own = nullptr;
   if (SUCCEEDED(object->QueryInterface(CMailAddress::kOwnIid, &own))) {
-    const auto address = ComPtr<CMailAddress>::adopt(static_cast<CMailAddress*>(own));
-    return HostAddress{address->route_address(), HeaderValue::text(address->name_raw())};
+    return own_address(*ComPtr<CMailAddress>::adopt(static_cast<CMailAddress*>(own)));
   }
   const platform::Outcome name = platform::get(object, u"NameRaw");
   const platform::Outcome route = platform::get(object, u"RouteAddress");

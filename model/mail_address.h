@@ -28,6 +28,7 @@ class CMailAddress final : public Object<Confined, Dispatching<IMailAddress>> {
   HRESULT get_RouteAddress(BSTR* address) override;
   HRESULT put_Charset(BSTR charset) override;
 
+  [[nodiscard]] const std::string& address_raw() const { return address_; }
   [[nodiscard]] const std::string& name_raw() const { return name_; }
   [[nodiscard]] std::string route_address() const;
 

@@ -27,8 +27,11 @@ void append_piece(MessageOwner& message, const HeaderValue& piece, HeaderValue& 
   const std::string text = piece.AsText();
   HeaderValue parsed;
   if (!parse(message, kPseudoAddress, text, parsed)) {
-    const std::string decoded = to_ansi(decode_header_text(text));
-    list.push_back(HeaderValue::address(HeaderValue::text(decoded), {}));
+    // Encoded words of a name stay where the code page lacks what they stand for.
+    const std::u16string decoded = decode_header_text(text);
+    std::string ansi = to_ansi(decoded);
+    if (text.find('<') != text.npos && to_wide(ansi) != decoded) ansi = text;
+    list.push_back(HeaderValue::address(HeaderValue::text(ansi), {}));
   } else if (parsed.is(ValueKind::AddressMap)) {
     for (const auto& [address, name] : parsed.entries()) {
       list.push_back(HeaderValue::address(HeaderValue::text(address), name));

@@ -53,6 +53,17 @@ TEST_F(Cli, ShowJsonIsOneObjectPerMessage) {
   EXPECT_FALSE(std::getline(lines, line));
 }
 
+TEST_F(Cli, ShowTellsNamesWithDots) {
+  const auto message = file("dots.eml",
+                            "Sender: Dr. Who <w@x>\r\n"
+                            "To: J. R. <j@x>, =?utf-8?Q?=D0=90?= D. <d@x>, Bob <b@x>\r\n\r\n");
+  const auto read = nlohmann::json::parse(run("show --json " + message.string()).text);
+  EXPECT_EQ(read["sender"].dump(), R"({"address":"w@x","name":"Dr. Who"})");
+  EXPECT_EQ(read["to"][0]["name"], "J. R.");
+  EXPECT_EQ(read["to"][1]["name"], "А D.");
+  EXPECT_EQ(read["to"][2].dump(), R"({"address":"b@x","name":"Bob"})");
+}
+
 // A message inside a message is told as a part; it is not opened yet.
 TEST_F(Cli, ShowTellsOfMessagesInside) {
   const auto [status, text] = run("show " + sample("forwarded.eml"));

@@ -174,6 +174,17 @@ TEST(Addresses, PutOnAMessage) {
   EXPECT_NE(test::saved(message).find("cc:  x@y\r\n\tBcc: evil@z\r\n"), std::string::npos);
   EXPECT_EQ(test::put(message.get(), u"To", Variant()), S_OK);
   EXPECT_EQ(test::addresses(message.get(), u"To"), (Lines{"(empty)"}));
+  // A name that the grammar does not read comes back as one that it does.
+  const auto dotted = test::loaded(
+      "CC: A. B. <a@x>, \xC3\x84. <b@x>, =?utf-8?Q?=C3=84?= C. <c@x>, =?utf-8?Q?=D0=90?= D. "
+      "<d@x>\r\n\r\n");
+  EXPECT_EQ(test::addresses(dotted.get(), u"CC"),
+            (Lines{"<a@x>|<A. B. <a@x>|", "<b@x>|<\xC3\x84. <b@x>|", "<c@x>|<\xC4 C. <c@x>|",
+                   "<d@x>|<=?utf-8?Q?=D0=90?= D. <d@x>|"}));
+  test::put(dotted.get(), u"To", test::read(dotted.get(), u"CC"));
+  EXPECT_EQ(test::addresses(test::loaded(test::saved(dotted)).get(), u"To"),
+            (Lines{"<a@x>|<a@x>|\"A. B.\"", "<b@x>|<b@x>|\"\xC3\x84.\"",
+                   "<c@x>|<c@x>|=?iso-8859-1?Q?=C4_C=2E?=", "<d@x>|<d@x>|=?UTF-8?B?0JAgRC4=?="}));
   // A group without members does not become a recipient of its name.
   const auto group = test::loaded("CC: undisclosed-recipients:;\r\n\r\n");
   test::put(group.get(), u"To", test::read(group.get(), u"CC"));
