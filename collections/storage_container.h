@@ -1,8 +1,8 @@
 // CStorageCollectionContainer: a storage as a list of items.
 //
 // It holds the storage and nothing of what is in it: every call looks at the elements as they are,
-// which others may change as well. So an addition and a call by position list the elements; a walk
-// with an iterator lists them once, and a call by id looks at one.
+// which others may change as well. So a call by position lists the elements; a walk with an
+// iterator lists them once, a call by id looks at one, and additions in a row list them once.
 #pragma once
 
 #include <algorithm>
@@ -64,16 +64,15 @@ class CStorageCollectionContainer {
   HRESULT push_back(const VARIANT& item) {
     constexpr int kMostTries = 100;
     HRESULT status = E_FAIL;
-    for (int i = 0; i < kMostTries; ++i) {
-      ULONGLONG id = 0;
-      for (auto element = begin(); !element.at_end(); ++element) {
-        id = std::max(id, ULONGLONG{element->id} + 1);
-      }
+    ULONGLONG id = added_at_ != 0 && changed() == added_at_ ? next_ : behind_last();
+    for (int i = 0; i < kMostTries; ++i, id = behind_last()) {
       if (id > std::numeric_limits<ULONG>::max()) return STG_E_MEDIUMFULL;
       DWORD type = 0;
       status = helper_.save(*storage_, static_cast<ULONG>(id), item, false, type);
       if (status != STG_E_FILEALREADYEXISTS) break;
     }
+    added_at_ = SUCCEEDED(status) ? changed() : 0;
+    next_ = id + 1;
     return status;
   }
 
@@ -84,6 +83,7 @@ class CStorageCollectionContainer {
 
   // Reads the item back into `old` first, where that is asked for and the item can be read.
   HRESULT erase(const StoredItem& element, VARIANT* old) {
+    added_at_ = 0;
     if (old != nullptr) static_cast<void>(read(element, old));
     HRESULT status = storage_->DestroyElement(element_name(element.id).c_str());
     if (FAILED(status)) return status;
@@ -92,6 +92,7 @@ class CStorageCollectionContainer {
   }
 
   HRESULT clear() {
+    added_at_ = 0;
     HRESULT status = S_OK;
     for (auto element = begin(); !element.at_end() && SUCCEEDED(status); ++element) {
       status = storage_->DestroyElement(element_name(element->id).c_str());
@@ -102,8 +103,26 @@ class CStorageCollectionContainer {
   }
 
  private:
+  [[nodiscard]] ULONGLONG behind_last() const {
+    ULONGLONG id = 0;
+    for (auto element = begin(); !element.at_end(); ++element) {
+      id = std::max(id, ULONGLONG{element->id} + 1);
+    }
+    return id;
+  }
+
+  // When elements last came or went; 0 when the storage does not tell.
+  [[nodiscard]] ULONGLONG changed() const {
+    STATSTG stat{};
+    if (FAILED(storage_->Stat(&stat, STATFLAG_NONAME))) return 0;
+    return (ULONGLONG{stat.mtime.dwHighDateTime} << 32) | stat.mtime.dwLowDateTime;
+  }
+
   platform::ComPtr<IStorage> storage_;
   Helper helper_;
+  // The last addition: `changed` behind it, or 0, and the next id.
+  ULONGLONG added_at_ = 0;
+  ULONGLONG next_ = 0;
 };
 
 }  // namespace tallowbrook

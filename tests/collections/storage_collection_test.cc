@@ -181,12 +181,25 @@ TEST_F(StorageCollection, ItemsAreElements) {
   EXPECT_EQ(list_->RemoveByID(5), S_OK);
   EXPECT_EQ(add(u"g"), S_OK);  // the last id was free again
   EXPECT_EQ(all(), u"0:a 1:b 3:d 4:e 5:g ");
+  const auto other = make_storage_collection(storage_.get(), StreamItem::kClass);
+  EXPECT_EQ(other->RemoveByID(5), S_OK);  // what others do counts
+  EXPECT_EQ(add(u"h"), S_OK);
+  EXPECT_EQ(other->Add(Variant(static_cast<IDispatch*>(item_with<StreamItem>(u"i").get()))), S_OK);
+  EXPECT_EQ(add(u"j"), S_OK);
+  EXPECT_EQ(all(), u"0:a 1:b 3:d 4:e 5:h 6:i 7:j ");
+  for (const LONG id : {7, 6}) EXPECT_EQ(list_->RemoveByID(id), S_OK);
   EXPECT_EQ(list_->Remove(5), E_FAIL);
   EXPECT_EQ(list_->Remove(-1), E_FAIL);
   EXPECT_EQ(list_->RemoveByID(2), E_FAIL);
   EXPECT_EQ(StreamItem::alive, 0);
   EXPECT_EQ(list_->Clear(), S_OK);
   EXPECT_EQ(names().size(), 0u);
+}
+
+// Large enough that listing the elements for each of them takes minutes.
+TEST_F(StorageCollection, ManyItemsComeInARow) {
+  for (int i = 0; i < 50000; ++i) ASSERT_EQ(add(u"a"), S_OK);
+  EXPECT_EQ(count(), 50000);
 }
 
 TEST_F(StorageCollection, TellsObjectsWhereTheyLive) {
