@@ -1,12 +1,12 @@
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <memory>
-#include <stdexcept>
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
 #include "platform/automation/late_bound.h"
-#include "platform/com/activation.h"
 #include "platform/kernel/code_page.h"
+#include "platform/kernel/handles.h"
 
 namespace tallowbrook::cli {
 namespace {
@@ -18,19 +18,11 @@ struct Options {
   std::string name;
 };
 
+// Names are texts in the ANSI code page: they come whole when that is UTF-8.
 Object connections() {
+  if (std::getenv("TALLOWBROOK_CODE_PAGE") == nullptr) platform::set_ansi_code_page(CP_UTF8);
   const Host host;
-  CLSID clsid{};
-  platform::ComPtr<IDispatch> list;
-  HRESULT status = CLSIDFromProgID(u"Tallowbrook.DialupCollection", &clsid);
-  if (SUCCEEDED(status)) {
-    status =
-        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IDispatch::kIid, list.out_void());
-  }
-  if (FAILED(status)) {
-    throw std::runtime_error("no list of connections can be created, " + status_text(status));
-  }
-  return Object(list);
+  return create(u"Tallowbrook.DialupCollection");
 }
 
 int list() {
@@ -50,9 +42,15 @@ int run(const std::string& name) {
     complain("there is no connection \"" + printable(name) + "\"");
     return kFileFailed;
   }
+  SetLastError(ERROR_SUCCESS);
   const HRESULT status = platform::call(connection.dispatch().get(), u"Execute").status;
-  if (SUCCEEDED(status)) return kFine;
-  complain(printable(name) + ": " + status_text(status));
+  if (FAILED(status)) {
+    complain(printable(name) + ": " + status_text(status));
+    return kFileFailed;
+  }
+  // The object never tells, but the shell leaves its error with the thread.
+  if (GetLastError() == ERROR_SUCCESS) return kFine;
+  complain(printable(name) + ": the program that dials cannot be started");
   return kFileFailed;
 }
 

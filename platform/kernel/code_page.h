@@ -70,8 +70,8 @@ namespace tallowbrook::platform {
 [[nodiscard]] std::string path_from_ansi(std::string_view ansi);
 [[nodiscard]] std::string ansi_from_path(std::string_view path);
 
-// For tests: makes `page` the ANSI code page; 0 asks the environment again. False, changing
-// nothing, for a page that is unknown or does not contain ASCII.
+// Makes `page` the ANSI code page, for a host before it creates anything; 0 asks the environment
+// again. False, changing nothing, for a page that is unknown or does not contain ASCII.
 bool set_ansi_code_page(UINT page);
 
 }  // namespace tallowbrook::platform
