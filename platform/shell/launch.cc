@@ -52,6 +52,7 @@ class Command {
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
     ::signal(SIGPIPE, SIG_DFL);
+    ::signal(SIGCHLD, SIG_DFL);
     const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     ::dup2(null, STDIN_FILENO);
     ::dup2(output >= 0 ? output : null, STDOUT_FILENO);
@@ -84,8 +85,9 @@ struct Pipe {
   int ends[2];
 };
 
+// A host that ignores SIGCHLD has the system wait: how the child ended is not known then.
 int wait_for(pid_t child) {
-  int status = -1;
+  int status = 0;
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
   return status;
