@@ -36,6 +36,8 @@ class Nesting {
   static inline thread_local const IStream* lost_in_ = nullptr;
 };
 
+thread_local const CLSID* t_created_to_load = nullptr;
+
 // The size of a value that is stored as it stands in the VARIANT; 0 for any other type.
 ULONG plain_size(VARTYPE type) {
   switch (type) {
@@ -151,7 +153,11 @@ HRESULT create_object(IStream& stream, platform::ComPtr<IUnknown>& object) {
   const HRESULT status = read_exactly(stream, &class_id, sizeof(class_id));
   if (FAILED(status)) return status;
   if (class_id == GUID_NULL) return S_FALSE;
-  return CoCreateInstance(class_id, nullptr, kAnyServer, IUnknown::kIid, object.out_void());
+  t_created_to_load = &class_id;
+  const HRESULT created =
+      CoCreateInstance(class_id, nullptr, kAnyServer, IUnknown::kIid, object.out_void());
+  t_created_to_load = nullptr;
+  return created;
 }
 
 HRESULT load_through_persist(IStream& stream, IUnknown& object) {
@@ -196,6 +202,10 @@ HRESULT write_exactly(IStream& stream, const void* source, ULONG size) {
   const HRESULT status = stream.Write(source, size, &written);
   if (FAILED(status)) return status;
   return written < size ? E_FAIL : S_OK;
+}
+
+bool created_to_load(REFCLSID clsid) {
+  return t_created_to_load != nullptr && *t_created_to_load == clsid;
 }
 
 void lose_place(IStream& stream) { Nesting::lose_place(stream); }

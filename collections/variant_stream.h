@@ -59,6 +59,9 @@ enum class FailedLoad {
 [[nodiscard]] HRESULT read_object(IStream& stream, platform::ComPtr<IUnknown>& object,
                                   FailedLoad failed_load = FailedLoad::kDrops,
                                   bool* lost = nullptr);
+// True while the calling thread creates an object of this class that is loaded from a stream next:
+// it need not gather what its Load throws away.
+[[nodiscard]] bool created_to_load(REFCLSID clsid);
 // For an object whose own Load ended inside of what it could not read and succeeds all the same:
 // makes what reads it from the stream end there, too.
 void lose_place(IStream& stream);

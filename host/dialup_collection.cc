@@ -63,6 +63,7 @@ HRESULT create_dialup_collection(REFIID iid, void** object) {
 }
 
 CDialupCollection::CDialupCollection() {
+  if (created_to_load(CLSID_DialupCollection)) return;
   static_cast<void>(guarded([&] {
     fill();
     return S_OK;

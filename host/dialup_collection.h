@@ -11,7 +11,7 @@ class CDialupCollection final
     : public IVariantWithStandardIDCollectionImpl<Object<
           Shared, Dispatching<IDialupCollection>, IPersistStreamInit, IPersistStream, IOwnClass>> {
  public:
-  // Keeps what could be listed.
+  // Keeps what could be listed. Empty when it is made to be loaded: a stream may hold thousands.
   CDialupCollection();
 
   HRESULT own_class(CLSID* clsid) override { return class_as_item(CLSID_DialupCollection, clsid); }

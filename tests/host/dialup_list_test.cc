@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,8 +11,12 @@
 #include <thread>
 
 #include "core/creators.h"
+#include "core/object.h"
 #include "core/text.h"
 #include "platform/automation/late_bound.h"
+#include "platform/com/activation.h"
+#include "streams/memory_stream.h"
+#include "tallowbrook/class_ids.h"
 #include "tallowbrook/collections.h"
 #include "tallowbrook/dialup.h"
 #include "tests/support/scratch_folder.h"
@@ -105,6 +110,11 @@ TEST_F(DialupList, ListsTheMachinesConnectionsAndDialsThem) {
   item.clear();
   EXPECT_EQ(connections->get_Item(Variant(std::u16string_view(u"New Connection")), &item), E_FAIL);
 
+  std::signal(SIGCHLD, SIG_IGN);  // as some hosts do
+  EXPECT_EQ(names(*list()), "home,office,W\xF6rk: 1,");
+  std::signal(SIGCHLD, SIG_DFL);
+  call_of("nmcli");
+
   // A snapshot: what is there later is in a later list.
   std::filesystem::remove_all(folder_ / "peers");
   std::filesystem::remove(folder_ / "nmcli");
@@ -113,6 +123,31 @@ TEST_F(DialupList, ListsTheMachinesConnectionsAndDialsThem) {
   std::filesystem::remove(folder_ / "pon");
   ASSERT_EQ(connections->get_Item(Variant(0), &item), S_OK);
   EXPECT_EQ(platform::call(item.pdispVal, u"Execute").status, S_OK);  // tells of no failure
+}
+
+// A stream may hold thousands of lists, each of which would start a program.
+TEST_F(DialupList, AListThatIsLoadedFromAStreamIsNotFilledBefore) {
+  struct Lists final : Object<Shared, IClassFactory> {
+    HRESULT CreateInstance(IUnknown*, REFIID iid, void** object) override {
+      return create_dialup_collection(iid, object);
+    }
+    HRESULT LockServer(BOOL) override { return S_OK; }
+  };
+  peer("office");
+  const auto connections = list();
+  EXPECT_EQ(connections->Add(Variant(static_cast<IDispatch*>(list().get()))), S_OK);
+  CISSHelper stream;
+  EXPECT_EQ(connections.query<IPersistStream>()->Save(&stream, FALSE), S_OK);
+  std::filesystem::remove(folder_ / "nmcli.called");
+  DWORD cookie = 0;
+  CoRegisterClassObject(CLSID_DialupCollection, make_object<Lists>().get(), CLSCTX_INPROC_SERVER,
+                        REGCLS_MULTIPLEUSE, &cookie);
+  EXPECT_EQ(connections.query<IPersistStream>()->Load(&stream), S_OK);
+  CoRevokeClassObject(cookie);
+  LONG count = 0;
+  EXPECT_EQ(connections->get_Count(&count), S_OK);
+  EXPECT_EQ(count, 1);  // the list in it; connections are not stored
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "nmcli.called"));
 }
 
 TEST_F(DialupList, AConnectionOfItsOwnIsEmpty) {
