@@ -8,9 +8,9 @@ namespace tallowbrook {
 
 class CCollection final
     : public IVariantCollectionImpl<Object<Confined, Dispatching<ICollection>, IPersistStreamInit,
-                                           IPersistStream, IOwnClass>> {
+                                           IPersistStream, IStoredItem>> {
  public:
-  HRESULT own_class(CLSID* clsid) override { return class_as_item(CLSID_Collection, clsid); }
+  HRESULT item_class(CLSID* clsid) override { return class_as_item(CLSID_Collection, clsid); }
 };
 
 }  // namespace tallowbrook

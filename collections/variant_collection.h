@@ -174,6 +174,8 @@ class IMyVariantCollectionOnSTLImpl
     });
   }
 
+  HRESULT save_item(IStream* stream) override { return this->Save(stream, FALSE); }
+
   // A medium that takes no more ends the writing without a failure status.
   HRESULT Save(IStream* stream, BOOL) override {
     if (stream == nullptr) return E_POINTER;
@@ -196,7 +198,7 @@ class IMyVariantCollectionOnSTLImpl
  protected:
   ~IMyVariantCollectionOnSTLImpl() override { discard(std::move(this->items_)); }
 
-  // What the collection's `own_class` answers: that it is of class `clsid`. A collection that is
+  // What the collection's `item_class` answers: that it is of class `clsid`. A collection that is
   // being saved cannot be one of its own items.
   HRESULT class_as_item(REFCLSID clsid, CLSID* own) const {
     *own = saving_ ? GUID_NULL : clsid;

@@ -127,24 +127,24 @@ struct Writable {
   CLSID class_id{};
   platform::ComPtr<IPersistStream> stream;
   platform::ComPtr<IPersistStreamInit> init;
+  platform::ComPtr<IStoredItem> item;
 
   HRESULT save(IStream& target) const {
+    if (item) return item->save_item(&target);
     return stream ? stream->Save(&target, FALSE) : init->Save(&target, FALSE);
   }
 };
 
-bool find_class(IPersist& object, CLSID& class_id) {
-  class_id = GUID_NULL;
-  if (SUCCEEDED(object.GetClassID(&class_id)) && !(class_id == GUID_NULL)) return true;
-  const auto own = platform::query<IOwnClass>(&object);
-  return own && SUCCEEDED(own->own_class(&class_id));
-}
-
 bool find_writable(IUnknown* object, Writable& found) {
+  found.class_id = GUID_NULL;
+  found.item = platform::query<IStoredItem>(object);
+  if (found.item) return SUCCEEDED(found.item->item_class(&found.class_id));
   found.stream = platform::query<IPersistStream>(object);
-  if (found.stream) return find_class(*found.stream, found.class_id);
-  found.init = platform::query<IPersistStreamInit>(object);
-  return found.init && find_class(*found.init, found.class_id);
+  if (!found.stream) found.init = platform::query<IPersistStreamInit>(object);
+  IPersist* const persist =
+      found.stream ? static_cast<IPersist*>(found.stream.get()) : found.init.get();
+  return persist != nullptr && SUCCEEDED(persist->GetClassID(&found.class_id)) &&
+         !(found.class_id == GUID_NULL);
 }
 
 // A class id and an object of that class, not loaded yet; S_FALSE and null for a null class id.

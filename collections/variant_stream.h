@@ -36,13 +36,16 @@ namespace tallowbrook {
 // object. Throws std::bad_alloc.
 [[nodiscard]] HRESULT ReadVariant(IStream& stream, platform::Variant& value, bool* lost = nullptr);
 
-// How an object of the component whose GetClassID names no class is stored all the same.
-struct IOwnClass : IUnknown {
+// How an object of the component is an item in a stream, where its own GetClassID and Save do not
+// say: what is written must end where its Load does.
+struct IStoredItem : IUnknown {
   using Base = IUnknown;
   static constexpr GUID kIid{
       0x1F6B3C0E, 0x52A4, 0x4D38, {0x8E, 0x0B, 0x77, 0x1C, 0x90, 0x4A, 0xD5, 0x36}};
 
-  virtual HRESULT own_class(CLSID* clsid) = 0;
+  // The class to create for it. A failure for an object that cannot be stored.
+  virtual HRESULT item_class(CLSID* clsid) = 0;
+  virtual HRESULT save_item(IStream* stream) = 0;
 };
 
 // True for an object that has a class and can be saved into a stream.

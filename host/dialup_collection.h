@@ -7,14 +7,14 @@
 
 namespace tallowbrook {
 
-class CDialupCollection final
-    : public IVariantWithStandardIDCollectionImpl<Object<
-          Shared, Dispatching<IDialupCollection>, IPersistStreamInit, IPersistStream, IOwnClass>> {
+class CDialupCollection final : public IVariantWithStandardIDCollectionImpl<
+                                    Object<Shared, Dispatching<IDialupCollection>,
+                                           IPersistStreamInit, IPersistStream, IStoredItem>> {
  public:
   // Keeps what could be listed. Empty when it is made to be loaded: a stream may hold thousands.
   CDialupCollection();
 
-  HRESULT own_class(CLSID* clsid) override { return class_as_item(CLSID_DialupCollection, clsid); }
+  HRESULT item_class(CLSID* clsid) override { return class_as_item(CLSID_DialupCollection, clsid); }
 
  private:
   void fill();

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "collections/variant_stream.h"
 #include "core/object.h"
 #include "model/header_value.h"
 #include "model/message_owner.h"
@@ -25,8 +26,8 @@ struct BodyFlags {
 };
 
 class CMimeBody final
-    : public IPersistBaseImpl<
-          Object<Confined, Dispatching<IMimeBody>, IPersistStream, IPersistStreamInit>> {
+    : public IPersistBaseImpl<Object<Confined, Dispatching<IMimeBody>, IPersistStream,
+                                     IPersistStreamInit, IStoredItem>> {
  public:
   // Bound to no part: properties act on a record of its own, Save fails.
   CMimeBody();
@@ -73,6 +74,9 @@ class CMimeBody final
   HRESULT Load(IStream* stream) override;
   HRESULT Save(IStream* stream, BOOL clear_dirty) override;
   HRESULT InitNew() override;
+  // A part cannot be loaded, so it is no item of a stored collection.
+  HRESULT item_class(CLSID*) override { return E_NOTIMPL; }
+  HRESULT save_item(IStream*) override { return E_NOTIMPL; }
 
  private:
   ~CMimeBody() override;

@@ -2,6 +2,7 @@
 // through NotifyChanged, which walks from a message to those that enclose it.
 #include "model/mime_decoder.h"
 
+#include <string>
 #include <utility>
 
 #include "core/creators.h"
@@ -88,6 +89,35 @@ HRESULT CMimeDecoder::FindConnectionPoint(REFIID iid, IConnectionPoint** point) 
   return points_.find(iid, point);
 }
 
+namespace {
+
+// CRs at the end of the text are line ends of their own, as the reader takes them there: LFs, which
+// are not taken together with what follows.
+void end_lines(std::string& text) {
+  std::size_t crs = 0;
+  for (; text.ends_with('\r') || text.ends_with('\0'); text.pop_back()) crs += text.back() == '\r';
+  if (!text.ends_with('\n')) text.append(crs, '\n');
+}
+
+}  // namespace
+
+// A raw copy goes as it is, but only up to where the message ended, and what the end of its stream
+// stood for is written out. One that could not be parsed would not be parsed again.
+HRESULT CMimeDecoder::save_item(IStream* stream) {
+  if (stream == nullptr) return E_INVALIDARG;
+  return guarded([&] {
+    const auto held = self();
+    const ComPtr<CISSHelper> raw_copy = raw_copy_;
+    if (!raw_copy || store_.load_error_flag) return write_message(store_, link_, stream, {}).status;
+    std::string text(raw_copy->bytes().substr(0, raw_end_));
+    if (!raw_has_end_line_) {
+      end_lines(text);
+      text += kEndOfData;
+    }
+    return write_exactly(*stream, text.data(), static_cast<ULONG>(text.size()));
+  });
+}
+
 HRESULT CMimeDecoder::InitNew() {
   return guarded([&] {
     store_.reset_header();
@@ -123,7 +153,13 @@ HRESULT CMimeDecoder::load(IStream& stream, Behind behind) {
   run.store = &store_;
   run.raw_copy = raw_copy.get();
   const HRESULT status = DispatchParse(run, &stream);
-  if (SUCCEEDED(status) && behind == Behind::kGivesBack && !raw_copy) {
+  if (SUCCEEDED(status) && raw_copy) {
+    raw_copy->Seek({0}, STREAM_SEEK_END, nullptr);
+    give_back_unread(run, *raw_copy);
+    raw_end_ = raw_copy->size() - raw_copy->unread().size();
+    raw_has_end_line_ = ended_by_line(run);
+    raw_copy->rewind();
+  } else if (SUCCEEDED(status) && behind == Behind::kGivesBack) {
     give_back_unread(run, stream);
   }
   store_.load_error_flag = FAILED(status);

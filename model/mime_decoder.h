@@ -5,6 +5,7 @@
 //   mime_decoder_node.cc    the message as a node in an explorer's tree
 #pragma once
 
+#include "collections/variant_stream.h"
 #include "core/object.h"
 #include "model/embedded_message.h"
 #include "model/explorer_node.h"
@@ -23,9 +24,9 @@
 namespace tallowbrook {
 
 class CMimeDecoder final
-    : public IPersistBaseImpl<
-          Object<Confined, Dispatching<IMimeDecoder>, IPersistStream, IPersistStreamInit,
-                 IConnectionPointContainer, IContextMenu, ISupportErrorInfo, IPersistOptions>>,
+    : public IPersistBaseImpl<Object<Confined, Dispatching<IMimeDecoder>, IPersistStream,
+                                     IPersistStreamInit, IConnectionPointContainer, IContextMenu,
+                                     ISupportErrorInfo, IPersistOptions, IStoredItem>>,
       public MessageOwner {
  public:
   CMimeDecoder();
@@ -46,6 +47,9 @@ class CMimeDecoder final
   HRESULT Load(IStream* stream) override;
   HRESULT Save(IStream* stream, BOOL clear_dirty) override;
   HRESULT InitNew() override;
+  HRESULT item_class(CLSID* clsid) override { return GetClassID(clsid); }
+  // Always with an end line, and nothing behind it.
+  HRESULT save_item(IStream* stream) override;
 
   // --- ISupportErrorInfo, IConnectionPointContainer ------------------------------------------
   HRESULT InterfaceSupportsErrorInfo(REFIID iid) override;
@@ -167,6 +171,8 @@ class CMimeDecoder final
   MessageRef enclosing_;
   EmbeddedPlace place_;                    // in the enclosing message
   platform::ComPtr<CISSHelper> raw_copy_;  // while it says what the model says
+  std::size_t raw_end_ = 0;                // where the message in it ends
+  bool raw_has_end_line_ = false;          // else the end of the stream was the end
   ViewMutex mutex_;                        // held while one header field is parsed
   PluginHook plugin_;
   platform::ConnectionPointContainer points_;

@@ -9,8 +9,6 @@
 namespace tallowbrook {
 namespace {
 
-constexpr std::string_view kEndOfData = "\r\n.\r\n";
-
 // True when the block holds a NUL, or a CR that no LF follows. Written for the compiler to turn
 // into vector code: almost every block of almost every message is clean.
 bool needs_work(const char* bytes, std::size_t length) {
@@ -105,6 +103,7 @@ std::size_t ReadScannerInput(ParseRun& run, char* buffer, std::size_t maximum) {
     if (filled == 0) {
       std::memcpy(buffer, kEndOfData.data(), kEndOfData.size());
       note_block(run, {0, kEndOfData.size(), true});
+      run.supplied += kEndOfData.size();
       return kEndOfData.size();
     }
     if (run.full_load && run.raw_copy != nullptr) run.raw_copy->write({buffer, filled});

@@ -243,7 +243,7 @@ HRESULT parse_field_by_grammar(std::string_view name, std::string_view text, Hea
   const std::string_view separator = name == kPseudoUuencode ? "\r\n" : ": ";
   CISSHelper input;
   input.reserve(static_cast<ULONG>(name.size() + text.size() + 8));
-  for (const std::string_view piece : {name, separator, text, std::string_view("\r\n.\r\n")}) {
+  for (const std::string_view piece : {name, separator, text, kEndOfData}) {
     input.write(piece);
   }
   HeaderValue parsed;

@@ -40,7 +40,8 @@ struct ParseRun {
   HRESULT read_status = S_OK;  // the first failure of the input's Read
   InputBlock last_block = {};
   InputBlock block_before = {};
-  std::size_t unread = 0;  // of what the scanner got; known when the run is over
+  std::size_t unread = 0;    // of what the scanner got; known when the run is over
+  std::size_t supplied = 0;  // of what the scanner got: behind the end of the input
 };
 
 // Runs the parser over `stream`. E_INVALIDARG for a null stream, E_ABORT when the input has a
@@ -49,6 +50,12 @@ struct ParseRun {
 // "<text> in Line <n>" and the raw copy holds the whole input. What was reduced before the error
 // stays in the store.
 [[nodiscard]] HRESULT DispatchParse(ParseRun& run, ISequentialStream* stream);
+
+// What the end of the input stands for: an empty line and the line that ends a message.
+inline constexpr std::string_view kEndOfData = "\r\n.\r\n";
+
+// True when the message of a run that is over ended with a line of the input, not with its end.
+[[nodiscard]] inline bool ended_by_line(const ParseRun& run) { return run.unread >= run.supplied; }
 
 // Moves `stream`, the input of a run that is over, back to right behind the line that ended the
 // message: where its next reader expects to stand. A stream that cannot seek stays where it is.
