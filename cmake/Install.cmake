@@ -8,8 +8,29 @@ include(CMakePackageConfigHelpers)
 # Headers include each other as "tallowbrook/..." and "platform/...", so they have a folder of
 # their own.
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/tallowbrook-${PROJECT_VERSION_MAJOR})
-set(TALLOWBROOK_PYTHON_DIR lib/python3/dist-packages CACHE STRING
-    "Where the Python module is installed, below the prefix")
+set(TALLOWBROOK_PYTHON_FOLDER "" CACHE STRING
+    "Where the Python module is installed, below the prefix; else where an interpreter looks there")
+# Debian's interpreter and shell look under /usr in other folders than under /usr/local. The prefix is
+# known when it is installed.
+install(CODE "set(python \"${TALLOWBROOK_PYTHON_FOLDER}\")" COMPONENT program)
+install(CODE [[
+  foreach(interpreter python3 /usr/bin/python3)
+    if(NOT python)
+      execute_process(
+        COMMAND ${interpreter} -c "import sys; root = sys.argv[1] + '/'; print(next((
+          one[len(root):] for one in sys.path
+          if one.startswith(root + 'lib') and one.endswith('-packages')), ''))"
+          ${CMAKE_INSTALL_PREFIX}
+        OUTPUT_VARIABLE python OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+    endif()
+  endforeach()
+  if(NOT python)
+    set(python lib/python3/dist-packages)
+  endif()
+  set(zsh site-functions)
+  if(CMAKE_INSTALL_PREFIX MATCHES "/usr$")
+    set(zsh vendor-completions)
+  endif()]] COMPONENT program)
 
 # --- libraries -----------------------------------------------------------------------------------
 
@@ -66,10 +87,10 @@ if(TARGET tallowbrook-cli)
   install(FILES ${pages}/tallowbrook.bash COMPONENT program RENAME tallowbrook
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES ${pages}/_tallowbrook COMPONENT program
-          DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/\${zsh})
 endif()
 if(EXISTS ${PROJECT_SOURCE_DIR}/python/tallowbrook)
-  install(DIRECTORY python/tallowbrook DESTINATION ${TALLOWBROOK_PYTHON_DIR} COMPONENT program
+  install(DIRECTORY python/tallowbrook DESTINATION \${python} COMPONENT program
           FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed")
 endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program)
