@@ -1,6 +1,7 @@
 // Completion scripts: the first word is a command, a word that begins with "-" is one of its
-// options, and everything else is a file.
+// options, and everything else is a file, but for the few commands that take one of certain words.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <sstream>
 
 #include "cli/commands.h"
@@ -17,6 +18,26 @@ std::string names(const CLI::App& app) {
     for (const std::string& name : option->get_lnames()) all += " --" + name;
   }
   return all;
+}
+
+std::string names_of_commands(const CLI::App& program) {
+  std::string all;
+  for (const CLI::App* command : commands_of(program)) all += " " + command->get_name();
+  return all.substr(1);
+}
+
+// The words that may stand behind the command, with blanks between them; none where it takes files.
+std::string words_of(const CLI::App& program, const CLI::App& command) {
+  if (command.get_name() == "manual") return names_of_commands(program);
+  for (const CLI::Option* option : command.get_options()) {
+    const std::string type = option->get_type_name();  // "TEXT:{list,run}"
+    const auto open = type.find('{');
+    if (!option->get_positional() || open == type.npos) continue;
+    std::string words = type.substr(open + 1, type.find('}') - open - 1);
+    std::replace(words.begin(), words.end(), ',', ' ');
+    return words;
+  }
+  return {};
 }
 
 // For a zsh description inside '...' and [...].
@@ -53,17 +74,23 @@ void write_zsh_options(std::ostream& script, const CLI::App& app) {
 
 std::string bash_completion(const CLI::App& program) {
   std::ostringstream script;
-  std::string commands;
-  for (const CLI::App* command : commands_of(program)) commands += " " + command->get_name();
   script << "# bash completion of " << program.get_name() << "\n_tallowbrook() {\n"
          << "  local word=${COMP_WORDS[COMP_CWORD]} words=''\n"
          << "  if [[ $COMP_CWORD -eq 1 ]]; then\n"
-         << "    words='" << commands.substr(1) << names(program) << "'\n"
+         << "    words='" << names_of_commands(program) << names(program) << "'\n"
          << "  elif [[ $word == -* ]]; then\n"
          << "    case ${COMP_WORDS[1]} in\n";
   for (const CLI::App* command : commands_of(program)) {
     script << "      " << command->get_name() << ") words='" << names(*command).substr(1)
            << "' ;;\n";
+  }
+  script << "    esac\n"
+         << "  elif [[ $COMP_CWORD -eq 2 ]]; then\n"
+         << "    case ${COMP_WORDS[1]} in\n";
+  for (const CLI::App* command : commands_of(program)) {
+    const std::string words = words_of(program, *command);
+    if (!words.empty())
+      script << "      " << command->get_name() << ") words='" << words << "' ;;\n";
   }
   script << "    esac\n"
          << "  fi\n"
@@ -93,6 +120,8 @@ std::string zsh_completion(const CLI::App& program) {
   for (const CLI::App* command : commands_of(program)) {
     script << "    " << command->get_name() << ")\n      _arguments -s";
     write_zsh_options(script, *command);
+    const std::string words = words_of(program, *command);
+    if (!words.empty()) script << " \\\n        '1:word:(" << words << ")'";
     script << " \\\n        '*:file:_files'\n      ;;\n";
   }
   script << "  esac\n"
