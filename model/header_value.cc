@@ -540,6 +540,10 @@ void HeaderValue::set_stream(ComPtr<IStream> stream) {
 
 bool HeaderValue::has_begin_line() const { return is(ValueKind::Raw) && as<RawBox>().begin_line; }
 
+void HeaderValue::trim_raw() {
+  if (is(ValueKind::Raw) && as<RawBox>().memory != nullptr) as<RawBox>().memory->trim();
+}
+
 void HeaderValue::set_begin_line() {
   if (is(ValueKind::Raw)) as<RawBox>().begin_line = true;
 }

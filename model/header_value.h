@@ -163,6 +163,8 @@ class HeaderValue {
   // Set when a uuencode begin line is among the lines of a body.
   [[nodiscard]] bool has_begin_line() const;
   void set_begin_line();
+  // Content that is whole: gives back the room that was meant for more.
+  void trim_raw();
   // An object that shows this content as something else; whoever sets it takes it away before the
   // object dies. Null when there is none.
   [[nodiscard]] void* companion() const;

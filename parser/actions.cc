@@ -267,6 +267,11 @@ HeaderValue Actions::numeric_zone(const HeaderValue& zone) {
 
 HeaderValue Actions::empty_body() { return HeaderValue::raw(); }
 
+HeaderValue Actions::whole_body(HeaderValue body) {
+  body.trim_raw();
+  return body;
+}
+
 HeaderValue Actions::first_line(HeaderValue line) {
   HeaderValue body = HeaderValue::raw_content();
   body.Append(std::move(line));

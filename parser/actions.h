@@ -87,6 +87,7 @@ class Actions {
 
   // --- bodies -------------------------------------------------------------------------------
   HeaderValue empty_body();
+  HeaderValue whole_body(HeaderValue body);
   HeaderValue first_line(HeaderValue line);
   HeaderValue first_begin_line(HeaderValue line);
   HeaderValue next_begin_line(HeaderValue body, HeaderValue& line);

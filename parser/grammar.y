@@ -177,7 +177,7 @@ body:
   ;
 
 text_body:
-    tok_BEGIN_TEXT_BODY bulkstream /*   5 */ { $$ = std::move($2); }
+    tok_BEGIN_TEXT_BODY bulkstream /*   5 */ { $$ = act.whole_body(std::move($2)); }
   | tok_BEGIN_TEXT_BODY            /*   6 */ { $$ = act.empty_body(); }
   ;
 

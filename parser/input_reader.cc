@@ -4,32 +4,11 @@
 #include <cstring>
 #include <string_view>
 
+#include "parser/line_scan.h"
 #include "parser/report.h"
 
 namespace tallowbrook {
 namespace {
-
-// True when the block holds a NUL, or a CR that no LF follows. Written for the compiler to turn
-// into vector code: almost every block of almost every message is clean.
-bool needs_work(const char* bytes, std::size_t length) {
-  constexpr std::size_t kBlock = 64;
-  std::size_t i = 0;
-  for (; i + kBlock < length; i += kBlock) {
-    unsigned char found = 0;
-    for (std::size_t k = 0; k < kBlock; ++k) {
-      const char here = bytes[i + k];
-      const char next = bytes[i + k + 1];
-      found =
-          static_cast<unsigned char>(found | (here == '\0') | ((here == '\r') & (next != '\n')));
-    }
-    if (found != 0) return true;
-  }
-  for (; i < length; ++i) {
-    if (bytes[i] == '\0') return true;
-    if (bytes[i] == '\r' && (i + 1 == length || bytes[i + 1] != '\n')) return true;
-  }
-  return false;
-}
 
 struct Normalised {
   std::size_t in = 0;
@@ -74,7 +53,7 @@ void note_block(ParseRun& run, const InputBlock& block) {
 }  // namespace
 
 std::size_t normalise(char* bytes, std::size_t length, bool full) {
-  if (!needs_work(bytes, length)) return length;
+  if (!fastest_line_scan().needs_normalising({bytes, length})) return length;
   return normalise_up_to(bytes, length, full, length).out;
 }
 

@@ -43,6 +43,7 @@
 #include "core/text.h"
 #include "parser/grammar.h"
 #include "parser/input_reader.h"
+#include "parser/line_scan.h"
 #include "parser/report.h"
 
 namespace tallowbrook {
@@ -65,19 +66,11 @@ bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
 bool is_line_end(char c) { return c == '\r' || c == '\n'; }
 
-// Blocks of a fixed size are what the compiler turns into vector code.
-constexpr std::size_t kBlock = 64;
-
 long count_line_ends(const char* from, const char* to) {
-  long count = 0;
-  for (; static_cast<std::size_t>(to - from) >= kBlock; from += kBlock) {
-    unsigned char in_block = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      in_block = static_cast<unsigned char>(in_block + (from[i] == '\n' ? 1 : 0));
-    }
-    count += in_block;
-  }
-  return count + std::count(from, to, '\n');
+  constexpr std::ptrdiff_t kToken = 64;  // hardly any is longer
+  if (to - from <= kToken) return std::count(from, to, '\n');
+  return static_cast<long>(
+      fastest_line_scan().count_line_ends({from, static_cast<std::size_t>(to - from)}));
 }
 
 // What may make a body line more than plain text: a delimiter, the end of the data, a uuencode
@@ -99,41 +92,16 @@ bool is_special(std::string_view line) {
   }
 }
 
-using Byte = unsigned char;
-
-// Whether a line that begins so can be special. Letters differ from their capitals in one bit. All
-// in bytes and without a branch, for the vectors' sake.
-constexpr Byte may_be_special(char first) {
-  const auto lower = static_cast<Byte>(first | 0x20);
-  return static_cast<Byte>((first == '-') | (first == '.') | (lower == 'b') | (lower == 'e'));
-}
-
-// The first line after the first one of `text` that may be special; null when there is none.
-const char* find_special_candidate(std::string_view text) {
-  const char* p = text.data();
-  const char* const last = p + text.size() - 1;
-  for (; static_cast<std::size_t>(last - p) >= kBlock; p += kBlock) {
-    Byte found = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      found = static_cast<Byte>(
-          found | static_cast<Byte>((p[i] == '\n') & may_be_special(p[i + 1])));
-    }
-    if (found != 0) break;
+// `text` begins with a line end: the length of the lines behind it that are known to be plain.
+std::size_t length_of_plain_lines(std::string_view text) {
+  const LineScan& scan = fastest_line_scan();
+  std::size_t from = 0;
+  for (;;) {
+    const std::size_t found = scan.find_special_line(text.substr(from));
+    if (found == std::string_view::npos) return text.rfind('\n') + 1;
+    from += found;
+    if (text.size() - from < 6 || is_special(text.substr(from))) return from;
   }
-  for (; p < last; ++p) {
-    if (*p == '\n' && may_be_special(p[1]) != 0) return p + 1;
-  }
-  return nullptr;
-}
-
-// `text` begins with a line end: the end of the lines behind it that are known to be plain.
-const char* end_of_plain_lines(std::string_view text) {
-  const char* const end = text.data() + text.size();
-  while (const char* line = find_special_candidate(text)) {
-    if (end - line < 6 || is_special({line, end})) return line;
-    text = {line, end};
-  }
-  return text.data() + (text.rfind('\n') + 1);
 }
 
 // The type keywords, each with the major type behind whose "/" the grammar knows it.
@@ -527,7 +495,7 @@ int Scanner::plain_body(HeaderValue& value) {
         static_cast<const char*>(std::memchr(token_ + seen, '\n', text.size() - seen));
     if (line_end != nullptr) {
       const auto first_line = static_cast<std::size_t>(line_end - token_);
-      cursor_ = end_of_plain_lines(text.substr(first_line));
+      cursor_ = line_end + length_of_plain_lines(text.substr(first_line));
       break;
     }
     if (text.size() >= kPiece) {

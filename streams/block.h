@@ -1,13 +1,18 @@
 // Memory blocks that grow cheaply.
 //
-// A small block comes from the heap. A large one is mapped by itself, aligned for the processor's
-// large pages and offered to the system for them: filling fresh memory page by page costs many
-// times what copying into it does. Growing a large block moves its pages, not its bytes.
+// A small block comes from the heap. A large one is mapped by itself: it grows by moving its pages,
+// not its bytes, and what it does not use costs nothing. Memory that is touched for the first time
+// costs many times what copying into it does, so the pages of large blocks that were let go are
+// kept for the next ones, up to 8 MB in the process; very large blocks are offered to the system
+// for the processor's large pages. Safe from any thread.
 #pragma once
 
 #include <cstddef>
 
 namespace tallowbrook {
+
+// Blocks of so many bytes and more are large.
+inline constexpr std::size_t kLargeBlock = std::size_t{256} << 10;
 
 // Makes a block of `old_capacity` bytes (null and 0 for none) one of `capacity` bytes, keeping what
 // both have room for. Null when memory runs out; the old block is then still there.

@@ -103,6 +103,10 @@ void CISSHelper::reserve(ULONG size) {
   ++growth_count_;
 }
 
+void CISSHelper::trim() {
+  if (size_ >= kLargeBlock && size_ < capacity_) set_capacity(size_);
+}
+
 void CISSHelper::Clear() {
   free_block(data_, capacity_);
   data_ = nullptr;

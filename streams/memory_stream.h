@@ -84,6 +84,8 @@ class CISSHelper final : public IStream {
   void write(std::string_view block);
   // Room for `size` bytes in all, in one step.
   void reserve(ULONG size);
+  // Gives back what a large stream reserved and does not use.
+  void trim();
   // `Clear`, then everything from the source's current position, in 4096-byte reads (one block
   // when the source is a CISSHelper too).
   void assign_from(ISequentialStream& source);
