@@ -78,7 +78,8 @@ std::size_t copy_plain(const char* text, std::size_t length, char* out) {
 // straddles two blocks, it goes byte by byte.
 class Decoder {
  public:
-  Decoder(IStream& output, ULONGLONG length) : writer_(output), length_(length) {}
+  Decoder(IStream& output, ULONGLONG length, DecodeQuotedBlocks blocks)
+      : writer_(output), length_(length), blocks_(blocks) {}
 
   void take(std::string_view block) {
     std::size_t at = 0;
@@ -91,7 +92,8 @@ class Decoder {
   void finish() { writer_.flush(); }
 
  private:
-  static constexpr std::size_t kMostAtOnce = 2048;
+  static constexpr std::size_t kMostAtOnce = 4096;
+  static constexpr std::size_t kSlack = 16;  // for the blocks, and for copy_plain
 
   // What the byte before was: text, "=", "=" and a digit, or dots at the start of a line.
   enum class State { kText, kEscape, kDigit, kDot, kTwoDots, kTwoDotsCr };
@@ -107,10 +109,16 @@ class Decoder {
   // Decodes from the start of `text` while that needs no state; returns the bytes taken.
   std::size_t run(std::string_view text) {
     const std::size_t length = std::min(safe_length(text), kMostAtOnce);
-    char* const start = writer_.room(length + kWord);
+    char* const start = writer_.room(length + kSlack);
     char* out = start;
     std::size_t i = 0;
     while (i < length) {
+      if (i > 0 && length - i >= kQuotedBlock) {
+        const DecodedBlocks done = blocks_(text.data() + i, length - i, out);
+        i += done.taken;
+        out += done.made;
+        if (i == length) break;
+      }
       if (text[i] == '=') {
         if (length - i < 3 || text[i + 1] == '\n') break;
         const unsigned high = kDigits[octet(text[i + 1])];
@@ -189,6 +197,7 @@ class Decoder {
   char previous_ = '\0';
   ULONGLONG read_ = 0;
   ULONGLONG length_;
+  DecodeQuotedBlocks blocks_;
 };
 
 // --- encoding ------------------------------------------------------------------------------------
@@ -400,7 +409,7 @@ bool is_letter_or_digit(char byte) {
 }  // namespace
 
 void CQuotedPrintable::Decode(IStream& input, IStream& output) {
-  Decoder decoder(output, remaining_length(input));
+  Decoder decoder(output, remaining_length(input), blocks_);
   BlockReader reader(input);
   for (auto block = reader.next(); !block.empty(); block = reader.next()) decoder.take(block);
   decoder.finish();

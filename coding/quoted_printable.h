@@ -18,13 +18,15 @@
 #include <string>
 
 #include "coding/mime_code.h"
+#include "coding/quoted_printable_blocks.h"
 
 namespace tallowbrook {
 
 class CQuotedPrintable final : public CMIMECode {
  public:
   // For content.
-  CQuotedPrintable() = default;
+  explicit CQuotedPrintable(DecodeQuotedBlocks blocks = fastest_quoted_blocks())
+      : blocks_(blocks) {}
   // For header texts. Decoding skips every `continuation`, the end of one encoded word and the
   // start of the next.
   struct HeaderMode {
@@ -44,6 +46,7 @@ class CQuotedPrintable final : public CMIMECode {
   void EncodeToString(const char* source, std::int32_t length, std::string& text) override;
 
  private:
+  DecodeQuotedBlocks blocks_ = portable_quoted_blocks();
   bool header_mode_ = false;
   std::string continuation_;
 };

@@ -168,14 +168,20 @@ TEST(QuotedPrintable, Decode) {
 
 TEST(QuotedPrintable, AgreesWithThePlainReference) {
   std::mt19937 random(11);
-  CQuotedPrintable coder;
-  const std::string alphabets[] = {
-      std::string("\r\n. \t=\0aA\xE9", 10), "\r\n", "\r\n. ", " \t\r\na", "=\r\n.3dX",
-      "abcdefghijklm no<pqr>=./\"",         "a."};
+  CQuotedPrintable coder, portable(portable_quoted_blocks());
+  const std::string alphabets[] = {std::string("\r\n. \t=\0aA\xE9", 10),
+                                   "\r\n",
+                                   "\r\n. ",
+                                   " \t\r\na",
+                                   "=\r\n.3dX",
+                                   "abcdefghijklm no<pqr>=./\"",
+                                   "a.",
+                                   "=0123456789aBcDeFzyxwvutsrq>\n"};
   const auto check = [&](const std::string& input) {
     const std::string encoded = converted(coder, kEncode, input, {1, 3, 16, 57, 76, 4095, 4097});
     ASSERT_EQ(encoded, PlainEncoder().encode(input));
     ASSERT_EQ(converted(coder, kDecode, encoded, {2, 7, 4096}), plain_decode(encoded));
+    ASSERT_EQ(converted(portable, kDecode, input), plain_decode(input));
     ASSERT_EQ(converted(coder, kDecode, input, {1, 2, 3, 7, 16, 57, 76, 4095, 4096, 4097}),
               plain_decode(input));
   };
