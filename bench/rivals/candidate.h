@@ -2,8 +2,10 @@
 // what the library's own documents show as the way to do it.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -20,6 +22,21 @@ struct Reading {
 
   void add_content(std::string_view block) {
     bytes += block.size();
+    // Eight bytes at a time, in four sums of 16 bits: what the sum itself costs all candidates
+    // hides what they differ in.
+    constexpr std::uint64_t kEven = 0x00FF00FF00FF00FF;
+    constexpr std::size_t kMostWords = 128;
+    while (block.size() >= sizeof(std::uint64_t)) {
+      const std::size_t words = std::min(block.size() / sizeof(std::uint64_t), kMostWords);
+      std::uint64_t sums = 0;
+      for (std::size_t i = 0; i < words; ++i) {
+        std::uint64_t word;
+        std::memcpy(&word, block.data() + i * sizeof word, sizeof word);
+        sums += (word & kEven) + (word >> 8 & kEven);
+      }
+      for (int shift = 0; shift < 64; shift += 16) sum += sums >> shift & 0xFFFF;
+      block.remove_prefix(words * sizeof(std::uint64_t));
+    }
     for (const char c : block) sum += static_cast<unsigned char>(c);
   }
   bool operator==(const Reading&) const = default;
