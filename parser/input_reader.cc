@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "parser/line_scan.h"
+#include "core/line_scan.h"
 #include "parser/report.h"
 
 namespace tallowbrook {

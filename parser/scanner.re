@@ -43,7 +43,7 @@
 #include "core/text.h"
 #include "parser/grammar.h"
 #include "parser/input_reader.h"
-#include "parser/line_scan.h"
+#include "core/line_scan.h"
 #include "parser/report.h"
 
 namespace tallowbrook {

@@ -1,4 +1,4 @@
-// Looks at every byte of a message's body, many at a time.
+// Looks at every byte of long texts with lines, many at a time.
 #pragma once
 
 #include <cstddef>
@@ -15,6 +15,9 @@ struct LineScan {
   // what else begins a line makes it no delimiter, no end of the data and no line of uuencode.
   // npos when there is none.
   std::size_t (*find_special_line)(std::string_view bytes);
+  // The offset of the first LF behind another byte than a CR; npos when there is none. The first
+  // byte, with nothing before it, is not looked at.
+  std::size_t (*find_bare_line_end)(std::string_view bytes);
 };
 
 // For any processor.

@@ -1,4 +1,4 @@
-#include "parser/line_scan.h"
+#include "core/line_scan.h"
 
 #include <gtest/gtest.h>
 
@@ -24,18 +24,21 @@ TEST(LineScan, AllAgreeWithTheDefinition) {
     }
     bool dirty = false;
     std::size_t special = std::string::npos;
+    std::size_t bare = std::string::npos;
     for (std::size_t i = 0; i < text.size(); ++i) {
       dirty |=
           text[i] == '\0' || (text[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'));
       const bool begins = i > 0 && text[i - 1] == '\n' &&
                           std::string_view("-.bBeE").find(text[i]) != std::string_view::npos;
       if (begins) special = std::min(special, i);
+      if (i > 0 && text[i] == '\n' && text[i - 1] != '\r') bare = std::min(bare, i);
     }
     const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
     for (const LineScan* scan : {&portable_line_scan(), &fastest_line_scan()}) {
       EXPECT_EQ(scan->needs_normalising(text), dirty) << text;
       EXPECT_EQ(scan->count_line_ends(text), lines) << text;
       EXPECT_EQ(scan->find_special_line(text), special) << text;
+      EXPECT_EQ(scan->find_bare_line_end(text), bare) << text;
     }
   }
   const std::string many(20000, '\n');  // more than a byte's worth of vectors

@@ -1,4 +1,4 @@
-#include "parser/line_scan.h"
+#include "core/line_scan.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -69,6 +69,16 @@ std::size_t find_special_line(std::string_view bytes) {
   return std::string_view::npos;
 }
 
+std::size_t find_bare_line_end(std::string_view bytes) {
+  for (std::size_t i = 1; i < bytes.size(); ++i) {
+    const std::size_t lf = bytes.find('\n', i);
+    if (lf == std::string_view::npos) break;
+    if (bytes[lf - 1] != '\r') return lf;
+    i = lf;
+  }
+  return std::string_view::npos;
+}
+
 #if defined(__x86_64__)
 
 constexpr std::size_t kVector = 32;
@@ -134,19 +144,36 @@ constexpr std::size_t kVector = 32;
   return offset == std::string_view::npos ? offset : i + offset;
 }
 
+[[gnu::target("avx2")]] std::size_t find_bare_line_end_avx2(std::string_view bytes) {
+  const __m256i cr = _mm256_set1_epi8('\r');
+  const __m256i lf = _mm256_set1_epi8('\n');
+  std::size_t i = 0;
+  for (; i + kVector < bytes.size(); i += kVector) {
+    const __m256i before = load(bytes.data() + i);
+    const __m256i here = load(bytes.data() + i + 1);
+    const __m256i found =
+        _mm256_andnot_si256(_mm256_cmpeq_epi8(before, cr), _mm256_cmpeq_epi8(here, lf));
+    const auto bits = static_cast<unsigned>(_mm256_movemask_epi8(found));
+    if (bits != 0) return i + 1 + static_cast<std::size_t>(__builtin_ctz(bits));
+  }
+  const std::size_t offset = find_bare_line_end(bytes.substr(i));
+  return offset == std::string_view::npos ? offset : i + offset;
+}
+
 #endif
 
 }  // namespace
 
 const LineScan& portable_line_scan() {
-  static constexpr LineScan scan{needs_normalising, count_line_ends, find_special_line};
+  static constexpr LineScan scan{needs_normalising, count_line_ends, find_special_line,
+                                 find_bare_line_end};
   return scan;
 }
 
 const LineScan& fastest_line_scan() {
 #if defined(__x86_64__)
   static constexpr LineScan avx2{needs_normalising_avx2, count_line_ends_avx2,
-                                 find_special_line_avx2};
+                                 find_special_line_avx2, find_bare_line_end_avx2};
   static const bool has_avx2 = __builtin_cpu_supports("avx2") != 0;
   if (has_avx2) return avx2;
 #endif
