@@ -226,8 +226,9 @@ HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, LCID lcid, ITypeLib
 // The file that LoadRegTypeLib would load.
 HRESULT QueryPathOfRegTypeLib(REFGUID guid, WORD major, WORD minor, LCID lcid, BSTR* path);
 
-// E_ACCESSDENIED or TYPE_E_REGISTRYACCESS when the registry cannot be changed; CoComponentError says
-// why. `help_folder` may be null. Where they write is told by CoPerUserRegistration; the ...ForUser forms write for the user.
+// E_ACCESSDENIED or TYPE_E_REGISTRYACCESS when the registry cannot be changed; CoComponentError
+// says why. `help_folder` may be null. Where they write is told by CoPerUserRegistration; the
+// ...ForUser forms write for the user.
 HRESULT RegisterTypeLib(ITypeLib* library, const OLECHAR* path, const OLECHAR* help_folder);
 HRESULT RegisterTypeLibForUser(ITypeLib* library, OLECHAR* path, OLECHAR* help_folder);
 // One that is not registered is no failure. Keys that become empty go.
