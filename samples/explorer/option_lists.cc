@@ -1,5 +1,7 @@
 #include "samples/explorer/option_lists.h"
 
+#include <algorithm>
+
 #include "platform/automation/late_bound.h"
 #include "tallowbrook/events.h"
 
@@ -74,7 +76,9 @@ OptionValueCollection::OptionValueCollection()
               {[] { ++living_objects; }, [] { --living_objects; }}) {}
 
 OptionValueCollection::~OptionValueCollection() {
-  for (const auto& item : items()) own(*item, nullptr);
+  for (const auto& item : items()) {
+    if (const auto value = item.query<IOwnedValue>()) value->leave(*this);
+  }
 }
 
 HRESULT OptionValueCollection::EnumConnectionPoints(IEnumConnectionPoints** all) {
@@ -85,17 +89,16 @@ HRESULT OptionValueCollection::FindConnectionPoint(REFIID iid, IConnectionPoint*
   return points_.find(iid, point);
 }
 
-void OptionValueCollection::own(IDispatch& item, ValueOwner* owner) {
-  if (const auto value = platform::query<IOwnedValue>(&item)) value->set_owner(owner);
-}
-
 void OptionValueCollection::added(IDispatch& item) {
-  own(item, this);
+  if (const auto value = platform::query<IOwnedValue>(&item)) value->enter(*this);
   raise(_IAccessorEvents::kAdded, item);
 }
 
 void OptionValueCollection::removed(IDispatch& item) {
-  own(item, nullptr);
+  const auto value = platform::query<IOwnedValue>(&item);
+  const bool again = std::any_of(items().begin(), items().end(),
+                                 [&](const auto& other) { return other.get() == &item; });
+  if (value && !again) value->leave(*this);
   raise(_IAccessorEvents::kRemoved, item);
 }
 

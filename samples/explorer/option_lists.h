@@ -51,7 +51,6 @@ class OptionValueCollection final : public OptionList<IConnectionPointContainer>
   void removed(IDispatch& item) override;
   void value_changed(IDispatch& value) override;
   void raise(DISPID event, IDispatch& value);
-  void own(IDispatch& item, ValueOwner* owner);
 
   tallowbrook::platform::ConnectionPointContainer points_;
 };

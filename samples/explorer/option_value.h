@@ -24,7 +24,9 @@ struct IOwnedValue : IUnknown {
   static constexpr GUID kIid{
       0xA0CD812B, 0xD4A5, 0x4987, {0x81, 0x26, 0x2A, 0x31, 0xDB, 0x79, 0xE4, 0x90}};
 
-  virtual void set_owner(ValueOwner* owner) = 0;  // null: none
+  // The list that it was put into last hears of it.
+  virtual void enter(ValueOwner& owner) = 0;
+  virtual void leave(ValueOwner& owner) = 0;
 };
 
 class OptionValue final : public Object<Automation<IOptionValue>, IPersistStream, IOwnedValue> {
@@ -47,7 +49,10 @@ class OptionValue final : public Object<Automation<IOptionValue>, IPersistStream
   HRESULT Save(IStream* stream, BOOL clear_dirty) override;
   HRESULT GetSizeMax(ULARGE_INTEGER* size) override;
 
-  void set_owner(ValueOwner* owner) override { owner_ = owner; }
+  void enter(ValueOwner& owner) override { owner_ = &owner; }
+  void leave(ValueOwner& owner) override {
+    if (owner_ == &owner) owner_ = nullptr;
+  }
 
  private:
   TextProperty id_;

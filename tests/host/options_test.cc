@@ -201,8 +201,14 @@ TEST_F(Options, AnEditIsWrittenBack) {
   EXPECT_EQ(edit(item(values, 0), Variant(u"second")), S_OK);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "second") << "from a stream at its end";
   EXPECT_EQ(message.query<IPersistStream>()->IsDirty(), S_OK);
+  const auto other = values_of(message, u"other");
+  for (const auto& list : {other, values}) {
+    platform::call(list.get(), u"Add", Variant(item(values, 0).get()));
+  }
+  platform::call(other.get(), u"Remove", LONG{0});
+  platform::call(values.get(), u"Remove", LONG{1});
   EXPECT_EQ(edit(item(values, 0), Variant(LONG{12})), S_OK);
-  EXPECT_EQ(read_text(message.get(), u"Subject"), "12");
+  EXPECT_EQ(read_text(message.get(), u"Subject"), "12") << "it is still in this list";
   test::put(item(values, 0).get(), u"IsValueOfOption", Variant(u"other"));
   EXPECT_EQ(edit(item(values, 0), Variant(u"third")), S_OK);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "12") << "a value of another option";
