@@ -91,7 +91,8 @@ HRESULT COptionSupplier::save_values(IStorage& storage, const OptionRow& row,
   status = status_with(status, values);
   if (FAILED(status)) return status;
   const auto items = make_storage_collection(values.get(), value_class);
-  status = fill_values(*items, row.short_name, &COptionSupplier::current_value);
+  const Filled filled = fill_values(*items, row.short_name, &COptionSupplier::current_value);
+  status = FAILED(filled.created) ? filled.created : filled.added;
   if (SUCCEEDED(status)) return values->Commit(STGC_DEFAULT);
   values->Revert();  // what stood there before is better than nothing
   return status;

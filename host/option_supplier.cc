@@ -57,17 +57,21 @@ void add_definition(IDispatch& options, const OptionRow& row) {
   (void)add(options, *definition);
 }
 
-HRESULT add_value(IDispatch& values, std::u16string_view option, const NamedValue& named) {
-  ComPtr<IDispatch> value;
+// Fills a new value of the host's and adds it.
+HRESULT add_value(IDispatch& values, IDispatch& value, std::u16string_view option,
+                  const NamedValue& named) {
   const auto stream = CISSHelper::create();
-  HRESULT status = create_host_object(kOptionValueClass, value);
-  if (SUCCEEDED(status)) status = WriteVariant(*stream, named.value);
+  const HRESULT status = WriteVariant(*stream, named.value);
   if (FAILED(status)) return status;
   stream->rewind();
-  put(*value, u"ID", Variant(named.id));
-  put(*value, u"IsValueOfOption", Variant(option));
-  put(*value, u"XValue", Variant(static_cast<IUnknown*>(stream.get())));
-  return add(values, *value);
+  put(value, u"ID", Variant(named.id));
+  put(value, u"IsValueOfOption", Variant(option));
+  put(value, u"XValue", Variant(static_cast<IUnknown*>(stream.get())));
+  return add(values, value);
+}
+
+void keep_first_failure(HRESULT& first, HRESULT status) {
+  if (SUCCEEDED(first)) first = status;
 }
 
 }  // namespace
@@ -107,25 +111,26 @@ void COptionSupplier::fill_options(IDispatch& options) {
 
 // --- values --------------------------------------------------------------------------------------
 
-HRESULT COptionSupplier::fill_values(IDispatch& values, std::u16string_view option,
-                                     ValueSource source) {
-  HRESULT first = S_OK;
+COptionSupplier::Filled COptionSupplier::fill_values(IDispatch& values, std::u16string_view option,
+                                                     ValueSource source) {
+  Filled first;
   for (ULONG index = 0;; ++index) {
-    const auto value = (this->*source)(option, index);
-    if (!value) return first;
-    const HRESULT status = add_value(values, option, *value);
-    if (FAILED(status) && SUCCEEDED(first)) first = status;
+    const auto named = (this->*source)(option, index);
+    if (!named) return first;
+    ComPtr<IDispatch> value;
+    keep_first_failure(first.created, create_host_object(kOptionValueClass, value));
+    if (value) keep_first_failure(first.added, add_value(values, *value, option, *named));
   }
 }
 
-// A new list of the host's. Values that it does not take are missing in it.
+// A new list of the host's. Values that it does not take are missing in it; that they cannot be
+// made at all is a failure.
 HRESULT COptionSupplier::new_values(std::u16string_view option, ValueSource source,
                                     ComPtr<IDispatch>& values) {
   if (!attached()) return E_UNEXPECTED;
   subscriptions_.drop_released();
   const HRESULT status = create_host_object(kOptionValueCollectionClass, values);
-  if (SUCCEEDED(status)) (void)fill_values(*values, option, source);
-  return status;
+  return FAILED(status) ? status : fill_values(*values, option, source).created;
 }
 
 HRESULT COptionSupplier::current_values(std::u16string_view option, IDispatch** values) {
@@ -140,7 +145,7 @@ HRESULT COptionSupplier::current_values(std::u16string_view option, IDispatch** 
 HRESULT COptionSupplier::choice_values(std::u16string_view option, IDispatch** values) {
   ComPtr<IDispatch> made;
   const HRESULT status = new_values(option, &COptionSupplier::choice, made);
-  *values = made.detach();
+  if (SUCCEEDED(status)) *values = made.detach();
   return status;
 }
 

@@ -100,8 +100,13 @@ class COptionSupplier : public ExplorerNode, protected CAccessorEventsCallback {
   // The first child with that name (in any case) or type; for a foreign one, with that "ID".
   [[nodiscard]] std::optional<ChildNode> find_child(std::u16string_view wanted);
   void fill_options(IDispatch& options);
-  // Adds what the source gives to the list; the first failure, after all were tried.
-  HRESULT fill_values(IDispatch& values, std::u16string_view option, ValueSource source);
+  // The first failures, after all values were tried.
+  struct Filled {
+    HRESULT created = S_OK;  // of the host's class
+    HRESULT added = S_OK;
+  };
+  // Adds what the source gives to the list.
+  Filled fill_values(IDispatch& values, std::u16string_view option, ValueSource source);
   HRESULT new_values(std::u16string_view option, ValueSource source,
                      platform::ComPtr<IDispatch>& values);
   HRESULT save_values(IStorage& storage, const OptionRow& row, REFCLSID value_class);
