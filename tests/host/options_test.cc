@@ -390,6 +390,11 @@ TEST_F(Options, EventsOnThreadsWhoseOwnerEndedFail) {
   std::thread([&] {
     message = test::loaded(kMessage);
     values = values_of(message, u"Subject");
+    const auto sink = sinks_of(values).at(0);
+    const auto accessor = values_of(message, u"Subject");
+    std::thread([&] {
+      EXPECT_EQ(fire(sink, 3, {Variant(accessor.get()), Variant()}), S_OK) << "never heard";
+    }).join();
   }).join();
   const auto sink = sinks_of(values).at(0);
   EXPECT_EQ(fire(sink, 3, {Variant(values.get()), Variant()}), E_FAIL);
