@@ -85,10 +85,8 @@ class CStorageCollectionContainer {
   HRESULT erase(const StoredItem& element, VARIANT* old) {
     added_at_ = 0;
     if (old != nullptr) static_cast<void>(read(element, old));
-    HRESULT status = storage_->DestroyElement(element_name(element.id).c_str());
-    if (FAILED(status)) return status;
-    status = storage_->Commit(STGC_CONSOLIDATE);
-    return FAILED(status) ? storage_->Commit(STGC_DEFAULT) : status;
+    const HRESULT status = storage_->DestroyElement(element_name(element.id).c_str());
+    return FAILED(status) ? status : commit_removal();
   }
 
   HRESULT clear() {
@@ -98,11 +96,16 @@ class CStorageCollectionContainer {
       status = storage_->DestroyElement(element_name(element->id).c_str());
       if (status == STG_E_FILENOTFOUND) status = S_OK;
     }
-    const HRESULT committed = storage_->Commit(STGC_CONSOLIDATE);
+    const HRESULT committed = commit_removal();
     return SUCCEEDED(status) ? committed : status;
   }
 
  private:
+  HRESULT commit_removal() {
+    const HRESULT status = storage_->Commit(STGC_CONSOLIDATE);
+    return FAILED(status) ? storage_->Commit(STGC_DEFAULT) : status;
+  }
+
   [[nodiscard]] ULONGLONG behind_last() const {
     ULONGLONG id = 0;
     for (auto element = begin(); !element.at_end(); ++element) {
