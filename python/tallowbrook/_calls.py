@@ -94,6 +94,7 @@ def invoke(target, member, kind, parameters, values, where, returns=True):
     Of a put, the last value is the new one."""
     arguments = _Arguments(parameters, values, kind) if values or parameters else None
     home = _threads.enter()
+    around = home.raised  # of the call whose Python file makes this one
     try:
         target._use_at(home)
         home.raised = None
@@ -104,6 +105,7 @@ def invoke(target, member, kind, parameters, values, where, returns=True):
             return arguments.outcome([value] if returns else [])
         return value
     finally:
+        home.raised = around
         home.calls -= 1
         if arguments is not None:
             arguments.forget()

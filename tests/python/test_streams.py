@@ -184,6 +184,19 @@ class Files(TestCase):
             message.Load(closed)
         self.assertTrue(message.Load(io.BytesIO(WELCOME)))  # and is forgotten
 
+        class Calling(io.BytesIO):
+            def read(self, size=-1):
+                new_collection(1)
+                return super().read(size)
+
+        # Not by a call that another file makes meanwhile.
+        parts = new_message()
+        parts.Body.MajorContentType = "multipart"
+        for file in (Raising(0), Calling(b"x")):
+            parts.Body.AddNew().Import(file, True)
+        with self.assertRaisesRegex(OSError, "the disk is on fire"):
+            parts.Save(io.BytesIO())
+
     def test_references(self):
         file = io.BytesIO(b"content")
         references = sys.getrefcount(file)
