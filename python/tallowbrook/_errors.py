@@ -42,6 +42,7 @@ class Status(enum.IntEnum):
 _TEXTS = {
     Status.E_NOTIMPL: "not implemented",
     Status.E_NOINTERFACE: "the object has no such interface",
+    Status.E_POINTER: "a pointer is null",
     Status.E_ABORT: "ended early",
     Status.E_FAIL: "failed",
     Status.E_ACCESSDENIED: "access denied",
@@ -51,6 +52,7 @@ _TEXTS = {
     Status.DISP_E_TYPEMISMATCH: "an argument has the wrong type",
     Status.DISP_E_UNKNOWNNAME: "no such name",
     Status.DISP_E_OVERFLOW: "an argument is out of range",
+    Status.DISP_E_BADINDEX: "there is no such item",
     Status.DISP_E_BADPARAMCOUNT: "wrong number of arguments",
     Status.DISP_E_PARAMNOTOPTIONAL: "an argument is missing",
     Status.CLASS_E_CLASSNOTAVAILABLE: "the component does not have this class",
@@ -58,6 +60,7 @@ _TEXTS = {
     Status.CO_E_CLASSSTRING: "no such class name is known",
     Status.CO_E_DLLNOTFOUND: "the component cannot be loaded",
     Status.CO_E_ERRORINDLL: "the library is no component",
+    Status.STG_E_MEDIUMFULL: "the stream takes no more",
 }
 
 _LINE = re.compile(r"\bline (\d+)\b", re.IGNORECASE)
