@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <sstream>
 
 #include "tests/cli/program.h"
@@ -10,24 +11,32 @@
 namespace tallowbrook::cli {
 namespace {
 
-TEST_F(Cli, ShowPrintsFieldsAndTheBodyTree) {
-  const auto [status, text] = run("show " + sample("welcome.eml"));
-  EXPECT_EQ(status, 0);
-  for (const char* line : {
-           "\n  From            Ada Example <ada@example.org>\n",
-           "\n  To              Barbara B. <barbara@example.net>\n"
-           "                  Grace Sample <grace@example.com>\n",
-           "\n  Subject         Welcome to the garden club\n",
-           "\n  X-Garden-Notes  a field that is longer than one line is folded, and its next line "
-           "starts with white space, as this one does\n",
-           "\n  multipart/mixed\n",
-           "\n  ├─ multipart/alternative\n",
-           "\n  │  ├─ text/plain; charset=utf-8  quoted-printable  ",
-           "\n  │  └─ text/html; charset=utf-8  quoted-printable  ",
-           "\n  └─ application/octet-stream  base64  ",
-       }) {
-    EXPECT_NE(text.find(line), std::string::npos) << line << "\nin\n" << text;
+// The commands of the README's examples print what stands there, but for the name of the machine.
+TEST_F(Cli, TheExamplesOfTheReadmeAreTrue) {
+  const std::string prompt = "$ scripts/tallowbrook ";
+  const auto without_host = [](const std::string& text) {
+    return std::regex_replace(text, std::regex("HELO \\S+"), "HELO");
+  };
+  std::istringstream lines(content(fs::path(TALLOWBROOK_SOURCE_DIR) / "README.md"));
+  std::string command;
+  std::string wanted;
+  int compared = 0;
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.starts_with("$ ") && !line.starts_with("```")) {
+      (command.ends_with('\\') ? command : wanted) += line + "\n";
+      continue;
+    }
+    if (!command.empty() && !wanted.empty()) {
+      const Outcome outcome = run(
+          "--version >/dev/null; cd '" TALLOWBROOK_SOURCE_DIR "' && TZ=UTC0 " + kProgram + command);
+      EXPECT_EQ(outcome.status, 0) << command;
+      EXPECT_EQ(without_host(outcome.text), without_host(wanted)) << command;
+      ++compared;
+    }
+    command = line.starts_with(prompt) ? line.substr(prompt.size()) : "";
+    wanted.clear();
   }
+  EXPECT_GE(compared, 2);
 }
 
 TEST_F(Cli, ShowJsonIsOneObjectPerMessage) {
