@@ -1,5 +1,6 @@
 #include "coding/charset.h"
 
+#include <iterator>
 #include <string>
 
 #include "coding/multi_language_service.h"
@@ -171,6 +172,11 @@ UINT service_code_page(std::string_view name) {
   return info.uiInternetEncoding != 0 ? info.uiInternetEncoding : info.uiCodePage;
 }
 
+UINT find_code_page(std::string_view name) {
+  const UINT page = service_code_page(name);
+  return page != 0 ? page : charset_table_code_page(name);
+}
+
 }  // namespace
 
 IMultiLanguage* multi_language_service() {
@@ -193,13 +199,33 @@ UINT charset_table_code_page(std::string_view name) {
 }
 
 UINT charset_code_page(std::string_view name) {
-  const UINT page = service_code_page(name);
-  return page != 0 ? page : charset_table_code_page(name);
+  // A message names the same few charsets over and over.
+  struct Known {
+    char name[24] = {};
+    std::size_t size = 0;
+    UINT page = 0;
+  };
+  static constinit thread_local Known known[4];
+  static constinit thread_local std::size_t oldest = 0;
+  if (name.empty() || name.size() > sizeof Known::name) return find_code_page(name);
+  for (const Known& each : known) {
+    if (name == std::string_view(each.name, each.size)) return each.page;
+  }
+  Known& replaced = known[oldest];
+  replaced.size = 0;
+  replaced.page = find_code_page(name);
+  replaced.size = name.copy(replaced.name, sizeof replaced.name);
+  oldest = (oldest + 1) % std::size(known);
+  return replaced.page;
+}
+
+bool has_utf8_coder(std::string_view name) {
+  return equals_ignoring_case(name, "utf-2") || equals_ignoring_case(name, "utf-fss");
 }
 
 std::unique_ptr<CMIMECode> make_charset_coder(const char* name, int mode_flag) {
   if (name == nullptr || *name == '\0') return nullptr;
-  if (equals_ignoring_case(name, "utf-2") || equals_ignoring_case(name, "utf-fss")) {
+  if (has_utf8_coder(name)) {
     return std::make_unique<CUTF8Coder>(mode_flag != 0 ? CUTF8Coder::Mode::kUtf16
                                                        : CUTF8Coder::Mode::kAnsi);
   }

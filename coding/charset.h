@@ -16,6 +16,8 @@ namespace tallowbrook {
 // else the ANSI code page; every other name, "utf-8" and unknown ones included, gives a CXCoder.
 // Throws std::bad_alloc.
 [[nodiscard]] std::unique_ptr<CMIMECode> make_charset_coder(const char* name, int mode_flag);
+// True for the names whose coder is no CXCoder.
+[[nodiscard]] bool has_utf8_coder(std::string_view name);
 
 // The code page of a charset's name, in any case: as the platform's multi-language service tells,
 // else from the component's own table. 0, the ANSI code page, for a name that neither knows.

@@ -13,6 +13,7 @@
 #include "coding/base64.h"
 #include "coding/charset.h"
 #include "coding/quoted_printable.h"
+#include "coding/x_coder.h"
 #include "core/text.h"
 #include "platform/kernel/code_page.h"
 #include "streams/memory_stream.h"
@@ -58,8 +59,10 @@ std::string decode_payload(std::string_view text, const WordShape& shape) {
   const auto length = static_cast<std::int32_t>(payload.size());
   std::int32_t decoded = 0;
   if (shape.quoted_printable) {
-    std::string next_word(kWordEnd);
-    next_word += text.substr(shape.start, from - shape.start);
+    std::string next_word;
+    if (payload.find('?') != payload.npos) {
+      next_word.append(kWordEnd).append(text.substr(shape.start, from - shape.start));
+    }
     CQuotedPrintable coder(CQuotedPrintable::HeaderMode{std::move(next_word)});
     decoded = coder.DecodeBuffer(payload.data(), bytes.data(), length);
   } else {
@@ -76,6 +79,12 @@ class CharsetDecoder {
   // Puts the result into the member of `result` that fits it.
   void decode(std::string bytes, std::string_view charset, DecodedWord& result) {
     result = {};
+    charset = charset.substr(0, charset.find('\0'));
+    if (!charset.empty() && !has_utf8_coder(charset)) {
+      result.is_wide = true;
+      result.wide = CXCoder(charset).decode(bytes);
+      return;
+    }
     if (!known_ || charset != charset_) {
       charset_ = charset;
       coder_ = make_charset_coder(charset_.c_str(), 1);
@@ -314,7 +323,28 @@ std::string utf8_word(std::u16string_view text) {
   return "=?UTF-8?B?" + base64 + "?=";
 }
 
+// The shape of a text that is one encoded word and nothing else, as most names with words are.
+std::optional<WordShape> lone_word(std::string_view text) {
+  if (text.size() < kShortestWord || !text.starts_with(kWordStart) || !text.ends_with(kWordEnd)) {
+    return std::nullopt;
+  }
+  const std::size_t marker = text.find('?', kWordStart.size());
+  const std::size_t end = text.size() - kWordEnd.size();
+  // A text of one letter looks like a marker itself.
+  if (marker + kMarkerLength + 1 >= end || text[marker + 2] != '?') return std::nullopt;
+  if (text.find('?', marker + kMarkerLength) != end || !is_ascii(text)) return std::nullopt;
+  if (text.substr(0, marker).find('=', kWordStart.size()) != text.npos) return std::nullopt;
+  const char code = static_cast<char>(text[marker + 1] | 0x20);
+  if (code != 'q' && code != 'b') return std::nullopt;
+  return WordShape{0, marker, end, code == 'q'};
+}
+
 std::u16string decode(std::string_view text, bool keep_quotes) {
+  if (const auto shape = lone_word(text)) {
+    DecodedWord word;
+    CharsetDecoder().decode(decode_payload(text, *shape), charset_of(text, *shape), word);
+    return word.is_wide ? std::move(word.wide) : to_wide(word.bytes);
+  }
   PartlyFinal current{to_wide(text), {}};
   if (!has_quotes_or_words(text)) return std::move(current.text);
   CharsetDecoder charsets;

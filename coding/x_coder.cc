@@ -117,6 +117,20 @@ void CXCoder::Decode(IStream& input, IStream& output) {
   }
 }
 
+std::u16string CXCoder::decode(std::string_view text) const {
+  IMultiLanguage* service = multi_language_service();
+  std::u16string wide(text.size(), u'\0');
+  auto taken = static_cast<UINT>(text.size());
+  auto units = taken;
+  if (service == nullptr || text.size() > kPiece ||
+      service->ConvertStringToUnicode(nullptr, page_, text.data(), &taken, wide.data(), &units) !=
+          S_OK) {
+    return platform::widen(page_, text);
+  }
+  wide.resize(units);
+  return wide;
+}
+
 void CXCoder::Encode(IStream& input, IStream& output) {
   const ULONGLONG length = remaining_length(input);
   if (length == 0) return;

@@ -5,6 +5,7 @@
 // characters that mean nothing there are replaced, never refused.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "coding/mime_code.h"
@@ -22,6 +23,8 @@ class CXCoder final : public CMIMECode {
   // What is left of the input, UTF-16 (an odd last byte is ignored), to the charset.
   void Encode(IStream& input, IStream& output) override;
   [[nodiscard]] bool ProducesWideText() const override { return true; }
+  // What Decode makes of a text.
+  [[nodiscard]] std::u16string decode(std::string_view text) const;
 
   // 0 for the ANSI code page.
   [[nodiscard]] UINT code_page() const { return page_; }

@@ -43,6 +43,11 @@ struct VariantCopyPolicy {
       *target = source;
       return S_OK;
     }
+    if (source.vt == VT_DISPATCH) {
+      *target = source;
+      if (source.pdispVal != nullptr) source.pdispVal->AddRef();
+      return S_OK;
+    }
     VariantInit(target);
     return VariantCopyInd(target, &source);
   }
@@ -105,7 +110,9 @@ class IMyCollectionOnSTLImpl : public Base, private ItemSource {
     if (item == nullptr) return E_POINTER;
     VariantInit(item);
     ULONG copied = 0;
-    const HRESULT status = copy_items(index > 0 ? static_cast<ULONG>(index) : 0, 1, item, copied);
+    const ULONG from = index > 0 ? static_cast<ULONG>(index) : 0;
+    const HRESULT status =
+        guarded([&] { return CopyPolicy::copy_items(items_, from, 1, item, copied); });
     return status == S_FALSE ? E_FAIL : status;
   }
 

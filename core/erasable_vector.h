@@ -34,6 +34,8 @@ class ErasableVector {
   [[nodiscard]] const T& operator[](std::size_t index) const { return slots_[slot(index)]; }
   [[nodiscard]] T& operator[](std::size_t index) { return slots_[slot(index)]; }
 
+  void reserve(std::size_t size) { slots_.reserve(size); }
+
   void push_back(T value) {
     slots_.push_back(std::move(value));
     if (holes_ == 0) return;

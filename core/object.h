@@ -7,6 +7,8 @@
 // four IDispatch methods out of the component's type information.
 //
 // `Confined` counts plainly (the object is used by one thread at a time), `Shared` atomically.
+// `ConfinedInBlock` is for objects of which many lie in one block of memory: what holds the block
+// holds the module lock, and the class has an `operator delete` of its own.
 #pragma once
 
 #include <algorithm>
@@ -37,6 +39,7 @@ inline constexpr ULONG kDyingReferences = 0x40000000;
 
 class Confined {
  public:
+  using Lock = ModuleLock;
   ULONG increment() { return ++count_; }
   ULONG decrement() { return --count_; }
   void park() { count_ = kDyingReferences; }
@@ -45,8 +48,14 @@ class Confined {
   ULONG count_ = 1;
 };
 
+class ConfinedInBlock : public Confined {
+ public:
+  struct Lock {};
+};
+
 class Shared {
  public:
+  using Lock = ModuleLock;
   ULONG increment() { return count_.fetch_add(1, std::memory_order_relaxed) + 1; }
   ULONG decrement() { return count_.fetch_sub(1, std::memory_order_acq_rel) - 1; }
   void park() { count_.store(kDyingReferences, std::memory_order_relaxed); }
@@ -132,7 +141,7 @@ class Object : public Faces... {
   }
 
   Counting references_;
-  ModuleLock lock_;
+  [[no_unique_address]] typename Counting::Lock lock_;
 };
 
 // A new T(arguments...). Throws std::bad_alloc.

@@ -23,12 +23,42 @@ std::u16string to_wide(std::string_view ansi) { return platform::widen(CP_ACP, a
 std::string to_ansi(std::u16string_view wide) { return platform::narrow(CP_ACP, wide); }
 
 platform::Bstr to_bstr(std::string_view ansi) {
-  if (!is_ascii(ansi)) return platform::Bstr(to_wide(ansi));
-  if (ansi.size() > std::numeric_limits<UINT>::max() / sizeof(OLECHAR)) throw std::bad_alloc();
-  auto text = platform::Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(ansi.size())));
-  if (text.get() == nullptr) throw std::bad_alloc();
-  std::copy(ansi.begin(), ansi.end(), text.get());
-  return text;
+  return is_ascii(ansi) ? ascii_to_bstr(ansi) : platform::Bstr(to_wide(ansi));
+}
+
+namespace {
+
+// Widens blocks of a fixed size, which the compiler turns into vector moves; the last one overlaps
+// the one before it.
+template <std::size_t Block>
+void widen_blocks(std::string_view text, char16_t* to) {
+  const auto widen_block = [&](std::size_t at) {
+    unsigned char narrow[Block];
+    std::memcpy(narrow, text.data() + at, Block);
+    char16_t wide[Block];
+    for (std::size_t i = 0; i < Block; ++i) wide[i] = narrow[i];
+    std::memcpy(to + at, wide, sizeof wide);
+  };
+  for (std::size_t at = 0; at + Block <= text.size(); at += Block) widen_block(at);
+  widen_block(text.size() - Block);
+}
+
+}  // namespace
+
+platform::Bstr ascii_to_bstr(std::string_view text) {
+  if (text.size() > std::numeric_limits<UINT>::max() / sizeof(OLECHAR)) throw std::bad_alloc();
+  auto wide = platform::Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(text.size())));
+  if (wide.get() == nullptr) throw std::bad_alloc();
+  if (text.size() >= 16) {
+    widen_blocks<16>(text, wide.get());
+  } else if (text.size() >= 8) {
+    widen_blocks<8>(text, wide.get());
+  } else if (text.size() >= 4) {
+    widen_blocks<4>(text, wide.get());
+  } else {
+    std::copy(text.begin(), text.end(), wide.get());
+  }
+  return wide;
 }
 
 bool is_ascii(std::string_view text) {

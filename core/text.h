@@ -15,6 +15,8 @@ namespace tallowbrook {
 
 // A new BSTR of an 8-bit text. Throws std::bad_alloc.
 [[nodiscard]] platform::Bstr to_bstr(std::string_view ansi);
+// The same of a text that is known to be ASCII.
+[[nodiscard]] platform::Bstr ascii_to_bstr(std::string_view text);
 
 // True when every byte is below 0x80.
 [[nodiscard]] bool is_ascii(std::string_view text);

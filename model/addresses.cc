@@ -1,10 +1,13 @@
 #include "model/addresses.h"
 
+#include <memory>
 #include <optional>
 #include <utility>
 
-#include "core/creators.h"
+#include "collections/collection.h"
+#include "core/guard.h"
 #include "core/text.h"
+#include "model/address_list.h"
 #include "model/body_part.h"
 #include "model/header_text.h"
 #include "model/mail_address.h"
@@ -23,43 +26,43 @@ namespace {
 constexpr std::string_view kFirstSeparator = " ";
 constexpr std::string_view kLaterSeparator = "     , ";
 
-ComPtr<IDispatch> address_object(std::string_view address, const HeaderValue& name) {
-  const std::string_view text = name.text_view();
-  if (name.is(ValueKind::Text)) return make_object<CMailAddress>(address, text);
-  return make_object<CMailAddress>(address, name.AsText());
+void add(AddressList& list, std::string_view address, const HeaderValue& name) {
+  if (name.is(ValueKind::Text)) {
+    list.add(address, name.text_view());
+  } else {
+    list.add(address, name.AsText());
+  }
 }
 
-ComPtr<IDispatch> address_object(const HeaderValue& value) {
-  if (value.is(ValueKind::Text)) return address_object(value.text_view(), empty_value());
-  return address_object(value.address_text(), value.name());
+// One address: of an `Address` or a `Text`, and an empty one of anything else.
+void add(AddressList& list, const HeaderValue& value) {
+  if (value.is(ValueKind::Text)) {
+    list.add(value.text_view(), {});
+  } else {
+    add(list, value.address_text(), value.name());
+  }
 }
 
-void add(ICollection& list, const ComPtr<IDispatch>& address) {
-  VARIANT item;
-  VariantInit(&item);
-  item.vt = VT_DISPATCH;
-  item.pdispVal = address.get();
-  const HRESULT status = list.Add(item);
-  if (FAILED(status)) throw StatusError(status);
-}
-
-void fill(ICollection& list, const HeaderValue& value) {
+SharedAddresses mailboxes_of(const HeaderValue& value) {
+  if (SharedAddresses list = value.mailboxes()) return list;
+  const auto list = std::make_shared<AddressList>();
   switch (value.kind()) {
     case ValueKind::Empty:
       break;
     case ValueKind::Address:
-      add(list, address_object(value));
+      add(*list, value);
       break;
     case ValueKind::AddressMap:
-      for (const auto& [address, name] : value.entries()) add(list, address_object(address, name));
+      for (const auto& [address, name] : value.entries()) add(*list, address, name);
       break;
     case ValueKind::List:
-      for (std::size_t i = 0; i < value.size(); ++i) add(list, address_object(value[i]));
+      for (std::size_t i = 0; i < value.size(); ++i) add(*list, value[i]);
       break;
     default:
-      add(list, address_object(value.AsText(), empty_value()));
+      list->add(value.AsText(), {});
       break;
   }
+  return list;
 }
 
 // What an address object gives to a field.
@@ -188,14 +191,21 @@ void append_item(std::string& layout, const HeaderValue& address) {
 
 }  // namespace
 
-Variant single_address(const HeaderValue& value) { return Variant(address_object(value).get()); }
+Variant single_address(const HeaderValue& value) {
+  const bool plain = value.is(ValueKind::Text);
+  const std::string_view address = plain ? value.text_view() : value.address_text();
+  return Variant::adopt(CMailAddress::of(address, value.name().AsText()).detach());
+}
 
 Variant address_list(const HeaderValue& value) {
-  ComPtr<ICollection> list;
-  const HRESULT status = create_collection(ICollection::kIid, list.out_void());
+  auto items = CMailAddress::all_of(mailboxes_of(value));
+  ComPtr<CCollection> list;
+  const HRESULT status = guarded([&] {
+    list = make_object<CCollection>(std::move(items));
+    return S_OK;
+  });
   if (FAILED(status)) throw StatusError(E_FAIL);
-  fill(*list, value);
-  return Variant(static_cast<IDispatch*>(list.get()));
+  return Variant::adopt(list.detach());
 }
 
 HeaderValue put_single_address(const VARIANT& given) {

@@ -42,7 +42,8 @@ constexpr NameNumber kMinorNumbers[] = {
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
 bool is_entry(const HeaderValue& entry) {
-  return entry.size() >= 2 && entry[kEntryName].is(ValueKind::Text);
+  const auto parts = entry.elements();
+  return parts.size() >= 2 && parts[kEntryName].is(ValueKind::Text);
 }
 
 bool is_malformed(const HeaderValue& entry) { return !is_entry(entry); }
@@ -72,8 +73,10 @@ std::size_t field_hash(const HeaderValue& entry) {
 template <class Fits>
 std::size_t find_field(const HeaderValue& record, Fits&& fits) {
   const HeaderValue& fields = record[kPartFields];
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    const HeaderValue& entry = fields[i];
+  const auto entries = fields.elements();
+  const std::size_t count = fields.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    const HeaderValue& entry = entries.empty() ? fields[i] : entries[i];
     if (!is_entry(entry)) break;
     if (fits(entry)) return i;
   }
@@ -94,9 +97,10 @@ std::size_t find_named(const HeaderValue& record, std::string_view name, const F
 }
 
 std::size_t find_first(const HeaderValue& record, EntryName name) {
-  const std::string_view wanted = entry_name_text(name);
-  return find_named(record, wanted, [wanted](const HeaderValue& entry) {
-    return entry[kEntryName].text_view() == wanted;
+  const HeaderValue wanted = entry_name(name);
+  return find_named(record, entry_name_text(name), [&wanted](const HeaderValue& entry) {
+    const HeaderValue& shown = entry.elements()[kEntryName];
+    return shown.same_content(wanted) || shown.text_view() == wanted.text_view();
   });
 }
 

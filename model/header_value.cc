@@ -182,7 +182,12 @@ HeaderValue HeaderValue::address(HeaderValue address_text, HeaderValue name) {
 }
 
 HeaderValue HeaderValue::map() {
-  return {ValueKind::AddressMap, new MapBox{{.kind = ValueKind::AddressMap}, {}}};
+  return {ValueKind::AddressMap, new MapBox{{.kind = ValueKind::AddressMap}, {}, {}}};
+}
+
+HeaderValue HeaderValue::map(SharedAddresses mailboxes) {
+  return {ValueKind::AddressMap,
+          new MapBox{{.kind = ValueKind::AddressMap}, {}, std::move(mailboxes)}};
 }
 
 HeaderValue HeaderValue::list() { return {ValueKind::List, ListBox::make(0)}; }
@@ -434,12 +439,20 @@ std::string_view HeaderValue::zone() const {
 
 const AddressMap& HeaderValue::entries() const {
   static const AddressMap kNone;
-  return is(ValueKind::AddressMap) ? as<MapBox>().entries : kNone;
+  if (!is(ValueKind::AddressMap)) return kNone;
+  as<MapBox>().open();
+  return as<MapBox>().entries;
 }
 
 AddressMap& HeaderValue::mutable_entries() {
   if (!is(ValueKind::AddressMap)) *this = map();
-  return own<MapBox>().entries;
+  MapBox& box = own<MapBox>();
+  box.open();
+  return box.entries;
+}
+
+SharedAddresses HeaderValue::mailboxes() const {
+  return is(ValueKind::AddressMap) ? as<MapBox>().mailboxes : nullptr;
 }
 
 const Variant& HeaderValue::variant() const {
@@ -460,6 +473,13 @@ HeaderValue& HeaderValue::element(std::size_t index) {
   ListBox& box = own<ListBox>();
   while (box.count() <= index) box.push({});
   return box.at(index);
+}
+
+std::span<const HeaderValue> HeaderValue::elements() const {
+  if (!is(ValueKind::List)) return {};
+  ListBox& box = as<ListBox>();
+  if (box.holes > 0) return {};
+  return {box.items(), box.size};
 }
 
 void HeaderValue::push_back(HeaderValue value) {

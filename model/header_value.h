@@ -14,6 +14,8 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,6 +45,7 @@ enum class ValueKind : std::int8_t {
   Foreign = 9,     // a host's VARIANT that no other kind can hold (parameters only)
 };
 
+class AddressList;
 class AddressMap;
 class HeaderValue;
 
@@ -81,6 +84,8 @@ class HeaderValue {
   [[nodiscard]] static HeaderValue character(std::int8_t character);
   [[nodiscard]] static HeaderValue address(HeaderValue address_text, HeaderValue name);
   [[nodiscard]] static HeaderValue map();
+  // A map of these mailboxes, which are sorted.
+  [[nodiscard]] static HeaderValue map(std::shared_ptr<const AddressList> mailboxes);
   [[nodiscard]] static HeaderValue list();
   [[nodiscard]] static HeaderValue list(HeaderValue first);
   [[nodiscard]] static HeaderValue list(HeaderValue first, HeaderValue second);
@@ -133,6 +138,8 @@ class HeaderValue {
   // --- AddressMap ---------------------------------------------------------------------------
   [[nodiscard]] const AddressMap& entries() const;
   [[nodiscard]] AddressMap& mutable_entries();
+  // The mailboxes that the map was made of, while nobody asked for its entries; else null.
+  [[nodiscard]] std::shared_ptr<const AddressList> mailboxes() const;
 
   // --- List ---------------------------------------------------------------------------------
   [[nodiscard]] std::size_t size() const;  // 0 for other kinds
@@ -140,6 +147,8 @@ class HeaderValue {
   [[nodiscard]] const HeaderValue& operator[](std::size_t index) const;
   // An element to write to; the list grows by empty values when it is shorter.
   [[nodiscard]] HeaderValue& element(std::size_t index);
+  // All elements side by side; nothing for a list from whose midst some were taken.
+  [[nodiscard]] std::span<const HeaderValue> elements() const;
   void push_back(HeaderValue value);
   void erase_element(std::size_t index);
   void clear_elements();

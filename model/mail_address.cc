@@ -1,27 +1,36 @@
 #include "model/mail_address.h"
 
+#include <atomic>
+
 #include "core/creators.h"
 #include "core/guard.h"
 #include "core/text.h"
 #include "model/header_text.h"
 
 namespace tallowbrook {
+
+using platform::Bstr;
+using platform::ComPtr;
+using platform::Variant;
+
 namespace {
 
-// Runs `text`, which yields a wide string, into an out-parameter.
+// Runs `text`, which yields a BSTR, into an out-parameter.
 template <class Text>
 HRESULT yield_text(BSTR* target, Text&& text) {
   if (target == nullptr) return E_POINTER;
   *target = nullptr;
   return guarded([&] {
-    *target = platform::Bstr(text()).detach();
+    *target = text().detach();
     return S_OK;
   });
 }
 
-HRESULT store_text(std::string& target, BSTR text) {
+// Stores a host's text where `target` says.
+template <class Target>
+HRESULT store_text(BSTR text, Target&& target) {
   return guarded([&] {
-    target = to_ansi(platform::view_of(text));
+    target() = to_ansi(platform::view_of(text));
     return S_OK;
   });
 }
@@ -37,6 +46,81 @@ std::u16string_view bracketed(std::u16string_view text) {
 
 }  // namespace
 
+// --- many in one block ---------------------------------------------------------------------------
+
+// The objects belong each to a thread, so they count themselves out atomically.
+struct CMailAddress::Block {
+  explicit Block(SharedAddresses addresses)
+      : list(std::move(addresses)), alive(static_cast<std::uint32_t>(list->size())) {}
+
+  [[nodiscard]] CMailAddress* objects() { return reinterpret_cast<CMailAddress*>(this + 1); }
+  void count_out() {
+    if (alive.fetch_sub(1, std::memory_order_acq_rel) > 1) return;
+    this->~Block();
+    ::operator delete(this);
+  }
+
+  SharedAddresses list;
+  std::atomic<std::uint32_t> alive;
+  ModuleLock lock;
+};
+
+ErasableVector<Variant> CMailAddress::all_of(SharedAddresses list) {
+  static_assert(alignof(CMailAddress) <= alignof(Block));
+  const std::size_t count = list->size();
+  ErasableVector<Variant> objects;
+  if (count == 0) return objects;
+  objects.reserve(count);
+  void* const memory = ::operator new(sizeof(Block) + count * sizeof(CMailAddress));
+  auto& block = *::new (memory) Block(std::move(list));
+  for (std::size_t i = 0; i < count; ++i) {
+    auto* const address =
+        ::new (block.objects() + i) CMailAddress(block, static_cast<std::uint32_t>(i));
+    objects.push_back(Variant::adopt(address));
+  }
+  return objects;
+}
+
+void CMailAddress::operator delete(CMailAddress* dying, std::destroying_delete_t) noexcept {
+  Block* const block = dying->block_;
+  dying->~CMailAddress();
+  if (block != nullptr) {
+    block->count_out();
+  } else {
+    ::operator delete(static_cast<void*>(dying));
+    Module::unlock();
+  }
+}
+
+// --- the texts -----------------------------------------------------------------------------------
+
+ComPtr<CMailAddress> CMailAddress::of(std::string_view address, std::string_view name) {
+  auto object = make_object<CMailAddress>();
+  object->texts_.reset(new Texts{std::string(address), std::string(name), {}});
+  return object;
+}
+
+const AddressList* CMailAddress::list() const {
+  return texts_ || block_ == nullptr ? nullptr : block_->list.get();
+}
+
+std::string_view CMailAddress::address_raw() const {
+  if (texts_) return texts_->address;
+  return block_ == nullptr ? std::string_view() : block_->list->address(index_);
+}
+
+std::string_view CMailAddress::name_raw() const {
+  if (texts_) return texts_->name;
+  return block_ == nullptr ? std::string_view() : block_->list->name(index_);
+}
+
+CMailAddress::Texts& CMailAddress::own() {
+  if (!texts_) texts_.reset(new Texts{std::string(address_raw()), std::string(name_raw()), {}});
+  return *texts_;
+}
+
+// --- the members ---------------------------------------------------------------------------------
+
 HRESULT CMailAddress::QueryInterface(REFIID iid, void** object) {
   if (object != nullptr && iid == kOwnIid) {
     AddRef();
@@ -48,41 +132,60 @@ HRESULT CMailAddress::QueryInterface(REFIID iid, void** object) {
 
 HRESULT CMailAddress::get_Address(BSTR* address) {
   return yield_text(address, [&] {
-    const std::string_view text = trim(address_);
+    const AddressList* const mailboxes = list();
+    if (mailboxes != nullptr && mailboxes->usual_addresses()) {
+      return ascii_to_bstr(mailboxes->address(index_));
+    }
+    const std::string_view text = trim(address_raw());
     const bool encoded = text.find("=?") != std::string_view::npos;
     const std::u16string wide = encoded ? decode_header_text(text) : to_wide(text);
-    return std::u16string(bracketed(wide));
+    return Bstr(bracketed(wide));
   });
 }
 
-HRESULT CMailAddress::put_Address(BSTR address) { return store_text(address_, address); }
-
-HRESULT CMailAddress::get_NameRaw(BSTR* name) {
-  return yield_text(name, [&] { return to_wide(name_); });
+HRESULT CMailAddress::put_Address(BSTR address) {
+  return store_text(address, [&]() -> std::string& { return own().address; });
 }
 
-HRESULT CMailAddress::put_NameRaw(BSTR name) { return store_text(name_, name); }
+HRESULT CMailAddress::get_NameRaw(BSTR* name) {
+  return yield_text(name, [&] { return to_bstr(name_raw()); });
+}
+
+HRESULT CMailAddress::put_NameRaw(BSTR name) {
+  return store_text(name, [&]() -> std::string& { return own().name; });
+}
 
 HRESULT CMailAddress::get_Name(BSTR* name) {
-  return yield_text(name, [&] { return decode_header_text(name_); });
+  return yield_text(name, [&] {
+    const std::string_view text = name_raw();
+    const AddressList* const mailboxes = list();
+    const auto form =
+        mailboxes == nullptr ? AddressList::NameForm::kAny : mailboxes->name_form(index_);
+    if (form == AddressList::NameForm::kPlain) return ascii_to_bstr(text);
+    if (form == AddressList::NameForm::kQuoted) return to_bstr(text.substr(1, text.size() - 2));
+    return Bstr(decode_header_text(text));
+  });
 }
 
 HRESULT CMailAddress::put_Name(BSTR name) {
   return guarded([&] {
-    name_ = encode_header_text(platform::view_of(name), charset_);
+    Texts& texts = own();
+    texts.name = encode_header_text(platform::view_of(name), texts.charset);
     return S_OK;
   });
 }
 
 HRESULT CMailAddress::get_RouteAddress(BSTR* address) {
-  return yield_text(address, [&] { return to_wide(route_address()); });
+  return yield_text(address, [&] { return to_bstr(route_address()); });
 }
 
-HRESULT CMailAddress::put_Charset(BSTR charset) { return store_text(charset_, charset); }
+HRESULT CMailAddress::put_Charset(BSTR charset) {
+  return store_text(charset, [&]() -> std::string& { return own().charset; });
+}
 
 std::string CMailAddress::route_address() const {
-  if (address_.empty()) return {};
-  std::string route(trim(address_));
+  if (address_raw().empty()) return {};
+  std::string route(trim(address_raw()));
   if (!route.starts_with('<')) route.insert(0, 1, '<');
   if (!route.ends_with('>')) route += '>';
   return route;

@@ -1,18 +1,31 @@
 // CMailAddress: one mail address that a host holds, a copy of its own.
+//
+// The addresses of a field are made at once, in one block of memory, and look into the field's list
+// of mailboxes until they are changed; block and list live as long as one of them does.
 #pragma once
 
+#include <memory>
+#include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "core/erasable_vector.h"
 #include "core/object.h"
+#include "model/address_list.h"
+#include "platform/automation/variant.h"
 #include "tallowbrook/mail_address.h"
 
 namespace tallowbrook {
 
-class CMailAddress final : public Object<Confined, Dispatching<IMailAddress>> {
+class CMailAddress final : public Object<ConfinedInBlock, Dispatching<IMailAddress>> {
  public:
-  CMailAddress() = default;
-  CMailAddress(std::string_view address, std::string_view name) : address_(address), name_(name) {}
+  CMailAddress() noexcept { Module::lock(); }
+  // Throws std::bad_alloc.
+  [[nodiscard]] static platform::ComPtr<CMailAddress> of(std::string_view address,
+                                                         std::string_view name);
+  // A new object for each mailbox of the list, in its order. Throws std::bad_alloc.
+  [[nodiscard]] static ErasableVector<platform::Variant> all_of(SharedAddresses list);
 
   // The one identity by which the component knows its own addresses (never leaves it).
   static constexpr GUID kOwnIid{
@@ -28,14 +41,32 @@ class CMailAddress final : public Object<Confined, Dispatching<IMailAddress>> {
   HRESULT get_RouteAddress(BSTR* address) override;
   HRESULT put_Charset(BSTR charset) override;
 
-  [[nodiscard]] const std::string& address_raw() const { return address_; }
-  [[nodiscard]] const std::string& name_raw() const { return name_; }
+  [[nodiscard]] std::string_view address_raw() const;
+  [[nodiscard]] std::string_view name_raw() const;
   [[nodiscard]] std::string route_address() const;
 
+  static void operator delete(CMailAddress* dying, std::destroying_delete_t) noexcept;
+
  private:
-  std::string address_;  // as stored: perhaps in brackets, between blanks, with encoded words
-  std::string name_;     // encoded words not decoded
-  std::string charset_;  // for names that are put
+  // Many addresses in one block, behind this header.
+  struct Block;
+  struct Texts {
+    std::string address;  // as stored: perhaps in brackets, between blanks, with encoded words
+    std::string name;     // encoded words not decoded
+    std::string charset;  // for names that are put
+  };
+
+  CMailAddress(Block& block, std::uint32_t index) noexcept : index_(index), block_(&block) {}
+
+  // Null unless the texts are those of a mailbox of the list.
+  [[nodiscard]] const AddressList* list() const;
+
+  // The texts to change; from then on the object looks into no list.
+  [[nodiscard]] Texts& own();
+
+  std::uint32_t index_ = 0;       // in the block
+  Block* block_ = nullptr;        // null for an object of its own
+  std::unique_ptr<Texts> texts_;  // null while the texts are those of the block's list, or empty
 };
 
 }  // namespace tallowbrook

@@ -61,7 +61,7 @@ void FieldSlot::put(HeaderValue replacement) {
 void FieldSlot::reset() { put({}); }
 
 std::string FieldSlot::list_text() const {
-  const std::string raw = value.raw_text();
+  std::string raw = value.raw_text();
   if (joins.empty()) return raw;
   std::string result;
   result.reserve(raw.size() + joins.size());

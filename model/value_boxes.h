@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "model/address_list.h"
 #include "model/list_box.h"
 #include "platform/automation/variant.h"
 
@@ -65,6 +66,18 @@ struct HeaderValue::DateBox : Box {
 
 struct HeaderValue::MapBox : Box {
   AddressMap entries;
+  SharedAddresses mailboxes;  // what the entries are to be made of when somebody asks for them
+
+  void open() {
+    if (mailboxes == nullptr) return;
+    AddressMap made;
+    for (std::size_t i = 0; i < mailboxes->size(); ++i) {
+      const std::string_view name = mailboxes->name(i);
+      made.insert(mailboxes->address(i), name.empty() ? HeaderValue() : text(name));
+    }
+    entries = std::move(made);
+    mailboxes.reset();
+  }
 };
 
 struct HeaderValue::RawBox : Box {

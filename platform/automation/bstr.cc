@@ -21,7 +21,8 @@ BSTR allocate(const void* text, std::size_t bytes) {
   const auto count = static_cast<std::uint32_t>(bytes);
   std::memcpy(block, &count, kPrefix);
   if (text != nullptr && bytes != 0) std::memcpy(block + kPrefix, text, bytes);
-  std::memset(block + kPrefix + bytes, 0, bytes % 2 + sizeof(OLECHAR));
+  if (bytes % 2 != 0) block[kPrefix + bytes] = '\0';
+  std::memset(block + room - sizeof(OLECHAR), 0, sizeof(OLECHAR));
   return reinterpret_cast<BSTR>(block + kPrefix);
 }
 

@@ -93,13 +93,25 @@ void VariantInit(VARIANT* value) {
 
 HRESULT VariantClear(VARIANT* value) {
   if (value == nullptr) return E_INVALIDARG;
-  if (!is_variant_type(value->vt)) return DISP_E_BADVARTYPE;
   const VARIANT old = *value;  // a destructor that the release runs may look at `value`
-  VariantInit(value);
-  if (old.vt == VT_BSTR) SysFreeString(old.bstrVal);
-  if (old.vt == VT_DISPATCH && old.pdispVal != nullptr) old.pdispVal->Release();
-  if (old.vt == VT_UNKNOWN && old.punkVal != nullptr) old.punkVal->Release();
-  return S_OK;
+  switch (old.vt) {
+    case VT_BSTR:
+      *value = VARIANT{};
+      SysFreeString(old.bstrVal);
+      return S_OK;
+    case VT_DISPATCH:
+      *value = VARIANT{};
+      if (old.pdispVal != nullptr) old.pdispVal->Release();
+      return S_OK;
+    case VT_UNKNOWN:
+      *value = VARIANT{};
+      if (old.punkVal != nullptr) old.punkVal->Release();
+      return S_OK;
+    default:
+      if (!is_variant_type(old.vt)) return DISP_E_BADVARTYPE;
+      *value = VARIANT{};
+      return S_OK;
+  }
 }
 
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {

@@ -210,7 +210,7 @@ class Bstr {
 // A VARIANT that clears itself. Copying is deep and throws std::bad_alloc when memory runs out.
 class Variant : public VARIANT {
  public:
-  Variant() { VariantInit(this); }
+  Variant() : VARIANT{} {}
   explicit Variant(LONG number) : Variant() {
     vt = VT_I4;
     lVal = number;
@@ -218,6 +218,13 @@ class Variant : public VARIANT {
   explicit Variant(std::u16string_view text);
   explicit Variant(IDispatch* object);  // counts a reference
   explicit Variant(IUnknown* object);   // counts a reference
+  // Takes over a reference that the caller already counted.
+  [[nodiscard]] static Variant adopt(IDispatch* counted) {
+    Variant result;
+    result.vt = VT_DISPATCH;
+    result.pdispVal = counted;
+    return result;
+  }
   explicit Variant(const VARIANT& source);
   Variant(const Variant& source) : Variant(static_cast<const VARIANT&>(source)) {}
   Variant(Variant&& other) noexcept : VARIANT(other) { other.vt = VT_EMPTY; }
@@ -225,7 +232,9 @@ class Variant : public VARIANT {
     std::swap(static_cast<VARIANT&>(*this), static_cast<VARIANT&>(other));
     return *this;
   }
-  ~Variant() { VariantClear(this); }
+  ~Variant() {
+    if (vt == VT_BSTR || vt == VT_DISPATCH || vt == VT_UNKNOWN) VariantClear(this);
+  }
 
   [[nodiscard]] static Variant boolean(bool value);
   [[nodiscard]] static Variant date_value(DATE value);

@@ -1,5 +1,9 @@
 #include "model/addresses.h"
 
+#include <map>
+#include <random>
+#include <vector>
+
 #include "model/header_text.h"
 #include "tests/model/host.h"
 
@@ -139,6 +143,54 @@ TEST(Addresses, OfAMessage) {
   for (const char* line : {"From: Ann <a@b>\r\n", "To: z@z, Bea <b@b>\r\n\tc@c\r\n",
                            "cc: one@x, two, @@, Three <t@t>\r\n", "Sender: @@\r\n"}) {
     EXPECT_NE(written.find(line), std::string::npos) << line << "in\n" << written;
+  }
+}
+
+// The objects of a long list look into it: each says what an object of its own says, in the order
+// of the addresses, keeps what is put on it to itself, and outlives message and list.
+TEST(Addresses, OfALongList) {
+  std::mt19937 random(7);
+  std::map<std::string, std::string> expected;
+  std::string field = "To: ";
+  for (int i = 0; i < 400; ++i) {
+    static constexpr const char* kNames[] = {"",
+                                             "Ann",
+                                             "Ann B",
+                                             "\"B, A\"",
+                                             "\"\"",
+                                             "\"caf\xE9\"",
+                                             "=?utf-8?Q?=C3=A9_x?=",
+                                             "\"=?utf-8?Q?a?=\"",
+                                             "A =?koi8-r?B?1g==?="};
+    static constexpr const char* kLocals[] = {"a", "ann.b", "ann.bee", "anna-lena.bee", "x=y"};
+    const std::string name = kNames[random() % std::size(kNames)];
+    const std::string spec = std::string(kLocals[random() % std::size(kLocals)]) +
+                             std::to_string(random() % 50) + "@c.d";
+    const std::string address = name.empty() && random() % 2 == 0 ? spec : "<" + spec + ">";
+    expected.emplace(address, name);
+    field += (i == 0       ? ""
+              : i % 3 == 0 ? ",\r\n "
+                           : ", ") +
+             name + (name.empty() ? "" : " ") + address;
+  }
+  auto message = test::loaded(field + "\r\n\r\n");
+  const auto list = test::read(message.get(), u"To");
+  message.reset();
+  std::vector<ComPtr<IDispatch>> objects;
+  for (LONG i = 0; i < static_cast<LONG>(expected.size()); ++i) {
+    objects.push_back(test::object(platform::get(list.pdispVal, u"Item", i).value));
+    if (i % 2 == 0) test::put(objects.back().get(), u"Name", text("Z"));
+    const auto again = test::object(platform::get(list.pdispVal, u"Item", i).value);
+    EXPECT_EQ(again.get(), objects.back().get());
+  }
+  platform::query<ICollection>(list.pdispVal)->Clear();
+  auto next = expected.begin();
+  for (std::size_t i = 0; i < objects.size(); ++i, ++next) {
+    const auto own = new_address(next->first, i % 2 == 0 ? "=?iso-8859-1?Q?Z?=" : next->second);
+    for (const char16_t* member : {u"Address", u"RouteAddress", u"NameRaw", u"Name"}) {
+      EXPECT_EQ(test::read_text(objects[i].get(), member), test::read_text(own.get(), member))
+          << next->first;
+    }
   }
 }
 
