@@ -1,8 +1,10 @@
 // The component itself, as a C++ host uses it: class object, interfaces, streams of the host's own.
+#include <iterator>
 #include <stdexcept>
 
 #include "bench/rivals/candidate.h"
 #include "platform/com/activation.h"
+#include "platform/kernel/code_page.h"
 #include "streams/sequential_stream.h"
 #include "tallowbrook/tallowbrook.h"
 
@@ -83,39 +85,38 @@ class StringOutput final : public MemoryInput {
   std::string& text_;
 };
 
-std::uint64_t read_addresses(const Variant& list) {
-  if (list.vt != VT_DISPATCH || list.pdispVal == nullptr) return 0;
-  const auto addresses = platform::query<ICollection>(list.pdispVal);
-  LONG count = 0;
-  require(addresses->get_Count(&count), "addresses");
-  for (LONG i = 0; i < count; ++i) {
-    Variant item;
-    require(addresses->get_Item(i, &item), "an address");
-    const auto address = platform::query<IMailAddress>(item.pdispVal);
-    Bstr name;
-    Bstr spec;
-    require(address->get_Name(name.out()), "a name");
-    require(address->get_Address(spec.out()), "an address");
-  }
-  return static_cast<std::uint64_t>(count);
+void read_address(const Variant& item) {
+  const auto address = platform::query<IMailAddress>(item.pdispVal);
+  Bstr name;
+  Bstr spec;
+  require(address->get_Name(name.out()), "a name");
+  require(address->get_Address(spec.out()), "an address");
 }
 
-// Text of the basic plane in UTF-8 or Latin-1.
+std::uint64_t read_addresses(const Variant& list) {
+  if (list.vt != VT_DISPATCH || list.pdispVal == nullptr) return 0;
+  ComPtr<IUnknown> items;
+  require(platform::query<ICollection>(list.pdispVal)->get__NewEnum(items.out()), "addresses");
+  const auto enumerator = items.query<IEnumVARIANT>();
+  std::uint64_t count = 0;
+  ULONG fetched = 0;
+  do {
+    Variant some[32];
+    require(enumerator->Next(std::size(some), some, &fetched), "an address");
+    for (ULONG i = 0; i < fetched; ++i) read_address(some[i]);
+    count += fetched;
+  } while (fetched > 0);
+  return count;
+}
+
+// Text in UTF-8 or Latin-1.
 std::string narrow(std::u16string_view text, bool utf8) {
-  std::string bytes;
-  bytes.reserve(text.size() + text.size() / 2);
-  for (const char16_t c : text) {
-    if (c < 0x80 || !utf8) {
-      bytes += static_cast<char>(c);
-    } else if (c < 0x800) {
-      bytes += static_cast<char>(0xC0 | c >> 6);
-      bytes += static_cast<char>(0x80 | (c & 63));
-    } else {
-      bytes += static_cast<char>(0xE0 | c >> 12);
-      bytes += static_cast<char>(0x80 | (c >> 6 & 63));
-      bytes += static_cast<char>(0x80 | (c & 63));
-    }
-  }
+  constexpr UINT kLatin1 = 28591;
+  std::string bytes(text.size() * 3, '\0');
+  const int size =
+      WideCharToMultiByte(utf8 ? CP_UTF8 : kLatin1, 0, text.data(), static_cast<int>(text.size()),
+                          bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr);
+  bytes.resize(static_cast<std::size_t>(size));
   return bytes;
 }
 
