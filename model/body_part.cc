@@ -97,10 +97,9 @@ std::size_t find_named(const HeaderValue& record, std::string_view name, const F
 }
 
 std::size_t find_first(const HeaderValue& record, EntryName name) {
-  const HeaderValue wanted = entry_name(name);
-  return find_named(record, entry_name_text(name), [&wanted](const HeaderValue& entry) {
-    const HeaderValue& shown = entry.elements()[kEntryName];
-    return shown.same_content(wanted) || shown.text_view() == wanted.text_view();
+  const std::string_view wanted = entry_name_text(name);
+  return find_named(record, wanted, [wanted](const HeaderValue& entry) {
+    return entry.elements()[kEntryName].text_view() == wanted;
   });
 }
 

@@ -465,6 +465,8 @@ const Variant& HeaderValue::variant() const {
 std::size_t HeaderValue::size() const { return is(ValueKind::List) ? as<ListBox>().count() : 0; }
 
 const HeaderValue& HeaderValue::operator[](std::size_t index) const {
+  const auto all = elements();
+  if (index < all.size()) return all[index];
   return index < size() ? as<ListBox>().at(index) : empty_value();
 }
 

@@ -94,6 +94,8 @@ void CMimeBody::changed() {
 }
 
 const HeaderValue& CMimeBody::content_type() {
+  const HeaderValue& known = field_value(record_, EntryName::ContentType);
+  if (!known.is(ValueKind::Raw)) return known;
   resolve_field(record_, EntryName::ContentType, message_);
   return field_value(record_, EntryName::ContentType);
 }
@@ -422,7 +424,12 @@ HRESULT CMimeBody::put_FileName(BSTR name) {
 
 CMimeDecoder* CMimeBody::embedded() {
   if (!looks_inside_) return nullptr;
-  embedded_ = embedded_message(record_, in_digest(), message_);
+  const HeaderValue& type = content_type();
+  if (type.is_set() && !type[kTypeMajor].is_integer(kMessage)) {
+    embedded_.reset();
+  } else {
+    embedded_ = embedded_message(record_, in_digest(), message_);
+  }
   return embedded_.get();
 }
 
