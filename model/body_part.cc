@@ -286,8 +286,9 @@ std::optional<HeaderValue> parse_mime_field(EntryName name, std::string_view tex
 }
 
 void resolve_field(HeaderValue& record, EntryName name, const MessageRef& message) {
-  const HeaderValue raw = field_value(record, name);
-  if (!raw.is(ValueKind::Raw)) return;
+  const HeaderValue& value = field_value(record, name);
+  if (!value.is(ValueKind::Raw)) return;
+  const HeaderValue raw = value;
   auto parsed = parse_mime_field(name, raw.raw_text(), message);
   if (!parsed) return;
   // The wait for the message may have run a message handler that read or changed the same field.

@@ -53,9 +53,9 @@ HeaderValue HeaderBlock::text(std::string_view text) {
 
 HeaderValue HeaderBlock::raw(std::string_view text) {
   void* memory = take(in_units(sizeof(HeaderValue::RawBox)));
-  auto* box = at_home(::new (memory) HeaderValue::RawBox{{.kind = ValueKind::Raw}, {}, {}});
-  if (!text.empty()) box->text = this->text(text);
-  return {ValueKind::Raw, box};
+  auto* box = ::new (memory) HeaderValue::RawBox{
+      {.kind = ValueKind::Raw}, text.empty() ? HeaderValue() : this->text(text), {}};
+  return {ValueKind::Raw, at_home(box)};
 }
 
 HeaderValue HeaderBlock::list_for(std::size_t elements) {
@@ -65,10 +65,10 @@ HeaderValue HeaderBlock::list_for(std::size_t elements) {
 }
 
 HeaderValue HeaderBlock::list(HeaderValue first, HeaderValue second) {
-  HeaderValue value = list_for(2);
-  value.push_back(std::move(first));
-  value.push_back(std::move(second));
-  return value;
+  auto* box = HeaderValue::ListBox::place(take(room_for_list(2)), 2);
+  box->push(std::move(first));
+  box->push(std::move(second));
+  return {ValueKind::List, at_home(box)};
 }
 
 }  // namespace tallowbrook

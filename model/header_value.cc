@@ -123,11 +123,8 @@ HeaderValue::TextBox& HeaderValue::own_text(std::size_t room) {
 // --- construction --------------------------------------------------------------------------------
 
 HeaderValue::HeaderValue(const HeaderValue& other)
-    : kind_(other.kind_), number_(other.number_), p_(other.p_) {
-  if (other.borrowed_) {
-    number_ = 0;
-    p_ = static_cast<Box*>(TextBox::make(other.text_view(), other.text_view().size()));
-  } else if (p_ != nullptr) {
+    : kind_(other.kind_), borrowed_(other.borrowed_), number_(other.number_), p_(other.p_) {
+  if (p_ != nullptr && !borrowed_) {
     Box& box = as<Box>();
     if (box.references != kImmortal) ++box.references;
   }
@@ -235,9 +232,11 @@ HeaderValue HeaderValue::raw(std::string_view bytes) {
   return {ValueKind::Raw, box};
 }
 
-HeaderValue HeaderValue::raw_content() {
+HeaderValue HeaderValue::raw_content(std::size_t room) {
   HeaderValue value = raw();
-  value.as<RawBox>().open();
+  RawBox& box = value.as<RawBox>();
+  box.open();
+  box.memory->reserve(static_cast<ULONG>(room));
   return value;
 }
 

@@ -18,6 +18,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "model/calendar.h"
@@ -77,9 +78,13 @@ class HeaderValue {
   ~HeaderValue() { drop(); }
 
   [[nodiscard]] static HeaderValue text(std::string_view text);
-  // A `Text` that only looks at bytes owned elsewhere: copies of it own theirs. For the scanner's
-  // body lines, which are consumed before the next token is read.
+  // A `Text` that only looks at bytes owned elsewhere, as its copies do. For the scanner's body
+  // lines, which are consumed before the next token is read.
   [[nodiscard]] static HeaderValue borrowed_text(std::string_view text);
+  // The same value with bytes of its own.
+  [[nodiscard]] static HeaderValue owned(HeaderValue value) {
+    return value.borrowed_ ? text(value.text_view()) : std::move(value);
+  }
   [[nodiscard]] static HeaderValue integer(std::int32_t number);
   [[nodiscard]] static HeaderValue character(std::int8_t character);
   [[nodiscard]] static HeaderValue address(HeaderValue address_text, HeaderValue name);
@@ -96,8 +101,9 @@ class HeaderValue {
                                                std::int32_t second, std::string_view zone);
   // Unparsed text that costs what it weighs; the stream comes into being when it is asked for.
   [[nodiscard]] static HeaderValue raw(std::string_view text = {});
-  // A `Raw` value over a memory stream from the start: for body content.
-  [[nodiscard]] static HeaderValue raw_content();
+  // A `Raw` value over a memory stream from the start, with room for so many bytes: for body
+  // content.
+  [[nodiscard]] static HeaderValue raw_content(std::size_t room = 0);
   // A `Raw` value over somebody's stream, which is shared, not copied.
   [[nodiscard]] static HeaderValue raw_stream(platform::ComPtr<IStream> stream);
   [[nodiscard]] static HeaderValue foreign(const platform::Variant& value);

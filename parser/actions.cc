@@ -272,8 +272,9 @@ HeaderValue Actions::whole_body(HeaderValue body) {
   return body;
 }
 
+// A short body is one run of lines, and the line end that the reader adds behind it.
 HeaderValue Actions::first_line(HeaderValue line) {
-  HeaderValue body = HeaderValue::raw_content();
+  HeaderValue body = HeaderValue::raw_content(line.text_view().size() + 2);
   body.Append(std::move(line));
   return body;
 }

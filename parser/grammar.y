@@ -495,11 +495,11 @@ uuencode:
   ;
 
 textstream:
-    tok_TEXT                      /* 170 */
+    tok_TEXT                      /* 170 */ { $$ = HeaderValue::owned(take($$, $1)); }
   | textstream tok_TEXT           /* 171 */ { $$ = act.append(take($$, $1), $2); }
-  | tok_UUENCODE_END              /* 172 */
+  | tok_UUENCODE_END              /* 172 */ { $$ = HeaderValue::owned(take($$, $1)); }
   | textstream tok_UUENCODE_END   /* 173 */ { $$ = act.append(take($$, $1), $2); }
-  | tok_UUENCODE_BEGIN            /* 174 */
+  | tok_UUENCODE_BEGIN            /* 174 */ { $$ = HeaderValue::owned(take($$, $1)); }
   | textstream tok_UUENCODE_BEGIN /* 175 */ { $$ = act.append(take($$, $1), $2); }
   ;
 

@@ -157,12 +157,12 @@ TEST(HeaderValue, WritingUnsharesUnlessPinned) {
   EXPECT_EQ(raw.raw_text(), "content!");
 }
 
-TEST(HeaderValue, BorrowedTextIsOwnedWhenCopiedOrWritten) {
+TEST(HeaderValue, BorrowedTextIsOwnedWhenAskedOrWritten) {
   std::string bytes = "line";
   HeaderValue copy;
   {
     const HeaderValue line = HeaderValue::borrowed_text(bytes);
-    copy = line;
+    copy = HeaderValue::owned(line);
   }
   HeaderValue written = HeaderValue::borrowed_text(bytes);
   written.AppendChar('!');
