@@ -54,7 +54,7 @@ class Scanner {
   };
   enum class Match { kMismatch, kDelimiter, kClose };
   // How far the value of a multipart Content-Type has been read.
-  enum class TypeValue { kNone, kOpen, kMultipart, kEnding };
+  enum class TypeValue { kNone, kOpen, kMultipartType, kEnding };
   // What of a Content-Type comes next, up to its subtype.
   enum class TypePlace { kNone, kMajor, kSlash, kSubtype };
 

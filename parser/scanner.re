@@ -366,6 +366,10 @@ int Scanner::usual_fields(HeaderValue& value) {
   }
   cursor_ = token_;
   if (usual_.empty()) return -1;
+  if (!usual_.boundary().empty()) {
+    pending_body_token_ = Token::tok_BEGIN_MULTIPART_BODY;
+    push_boundary(usual_.boundary());
+  }
   value = usual_.store(*run_->store);
   return Token::tok_ExtField;
 }
@@ -466,7 +470,7 @@ void Scanner::push_boundary(std::string_view value) {
 // be known: an empty parameter (";") makes the parser reduce the one before it, and when the parser
 // asks again, the boundary is pushed; without one the body is text.
 int Scanner::end_type_value() {
-  if (type_value_ == TypeValue::kMultipart) {
+  if (type_value_ == TypeValue::kMultipartType) {
     type_value_ = TypeValue::kEnding;
     back_all();
     return ';';
@@ -636,7 +640,7 @@ int Scanner::next(HeaderValue& value) {
   settle();
   if (type_value_ == TypeValue::kOpen && !begins_type) {
     type_value_ =
-        token == Token::tok_Multipart ? TypeValue::kMultipart : TypeValue::kNone;
+        token == Token::tok_Multipart ? TypeValue::kMultipartType : TypeValue::kNone;
     if (token == Token::tok_Multipart) pending_body_token_ = Token::tok_BEGIN_MULTIPART_BODY;
   }
   // Behind these the parser reduces without a look at what comes next.

@@ -7,6 +7,7 @@
 #include "core/text.h"
 #include "model/body_part.h"
 #include "model/header_block.h"
+#include "parser/usual_values.h"
 
 namespace tallowbrook {
 namespace {
@@ -134,8 +135,12 @@ bool UsualFields::is_usual(Field& field) {
       return !value.empty() && is_one_text(value);
     case Form::Version:
       return value == "1.0";
-    case Form::Entry:  // a multipart's type is looked into
-      return !starts_ignoring_case(value, "multipart");
+    case Form::Entry:
+      return !starts_ignoring_case(value, "multipart") ||
+             static_cast<EntryName>(field.which) == EntryName::ContentDisposition ||
+             is_usual_multipart(field);
+    case Form::Multipart:
+      return true;
     case Form::Encoding:
       for (field.number = kSevenBit; field.number <= kBinary; ++field.number) {
         if (equals_ignoring_case(value, encoding_name(field.number))) return true;
@@ -143,6 +148,14 @@ bool UsualFields::is_usual(Field& field) {
       return false;
   }
   return false;
+}
+
+// A multipart's type is looked into, for its boundary.
+bool UsualFields::is_usual_multipart(Field& field) {
+  if (multipart_.is_set() || !read_usual_multipart(field.value, multipart_, boundary_))
+    return false;
+  field.form = Form::Multipart;
+  return true;
 }
 
 std::size_t UsualFields::take(std::string_view text, bool in_part) {
@@ -173,8 +186,11 @@ std::size_t UsualFields::take(std::string_view text, bool in_part) {
 
 std::size_t UsualFields::room_for(const Field& field) {
   const bool text = field.form == Form::SlotText || field.form == Form::EntryText;
-  std::size_t room = text ? HeaderBlock::room_for_text(field.value.size())
-                          : HeaderBlock::room_for_raw(field.value.size());
+  const bool raw = !text && field.form != Form::Version && field.form != Form::Encoding &&
+                   field.form != Form::Multipart;
+  std::size_t room = 0;
+  if (text) room += HeaderBlock::room_for_text(field.value.size());
+  if (raw) room += HeaderBlock::room_for_raw(field.value.size());
   if (field.form >= Form::Received) room += HeaderBlock::room_for_list(2);
   if (field.form == Form::Extension) {
     room += HeaderBlock::room_for_list(2) + HeaderBlock::room_for_text(field.name.size());
@@ -210,7 +226,7 @@ HeaderValue UsualFields::store(MessageStore& store) {
       store.store_mime_version(1, 0);
     }
   }
-  fields_.clear();
+  clear();
   return list;
 }
 
@@ -221,6 +237,8 @@ HeaderValue UsualFields::entry_of(const Field& field, HeaderBlock& block) {
       return block.list(name, joined_lines(block, field.value));
     case Form::Encoding:
       return block.list(name, HeaderValue::integer(field.number));
+    case Form::Multipart:
+      return block.list(name, multipart_);
     case Form::Extension:
       return block.list(name, block.list(block.text(field.name), block.raw(field.value)));
     default:

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,7 +26,14 @@ class UsualFields {
   [[nodiscard]] std::size_t take(std::string_view text, bool in_part);
 
   [[nodiscard]] bool empty() const { return fields_.empty(); }
-  void clear() { fields_.clear(); }
+  void clear() {
+    fields_.clear();
+    multipart_.Reset();
+    boundary_.clear();
+  }
+
+  // The boundary of a multipart's type among what was taken; empty when there is none.
+  [[nodiscard]] const std::string& boundary() const { return boundary_; }
 
   // Stores what was taken, in order, and forgets it. Fields that have a slot or a list in the
   // message go there; the entries of the others are returned as a `List`, or nothing when there
@@ -41,6 +49,7 @@ class UsualFields {
     Entry,      // unparsed; this and what follows makes an entry, in a part's header too
     EntryText,  // unstructured text
     Encoding,   // one of the five encodings
+    Multipart,  // a type, parsed
     Extension,  // unparsed
   };
   struct Known {
@@ -58,11 +67,14 @@ class UsualFields {
   class KnownNames;
 
   static const KnownNames& known_names();
-  static bool is_usual(Field& field);
+  bool is_usual(Field& field);
+  bool is_usual_multipart(Field& field);
   static std::size_t room_for(const Field& field);
-  static HeaderValue entry_of(const Field& field, HeaderBlock& block);
+  HeaderValue entry_of(const Field& field, HeaderBlock& block);
 
   std::vector<Field> fields_;
+  HeaderValue multipart_;  // the type, of which one is taken at a time
+  std::string boundary_;
 };
 
 }  // namespace tallowbrook

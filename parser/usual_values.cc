@@ -9,6 +9,7 @@
 #include "core/text.h"
 #include "model/body_part.h"
 #include "model/calendar.h"
+#include "parser/scanner.h"
 
 namespace tallowbrook {
 namespace {
@@ -183,6 +184,18 @@ class TypeReader {
     return with_parameters(major, minor(major.number(), subtype), value);
   }
 
+  bool multipart(HeaderValue& value, std::string_view& boundary) {
+    if (!equals_ignoring_case(word(), major_name(kMultipart)) || !text_.take('/')) return false;
+    const std::string_view subtype = word();
+    if (subtype.empty()) return false;
+    may_have_boundary_ = true;
+    if (!with_parameters(HeaderValue::integer(kMultipart), minor(kMultipart, subtype), value)) {
+      return false;
+    }
+    boundary = boundary_;
+    return !boundary.empty();
+  }
+
   bool disposition(HeaderValue& value) {
     const std::string_view name = word();
     if (name.empty() || is_among(name, kKeywords)) return false;
@@ -238,6 +251,7 @@ class TypeReader {
   bool parameter(AddressMap& parameters) {
     const std::string name = to_lower(word());
     if (name.empty() || !text_.take('=')) return false;
+    if (name == "boundary" && may_have_boundary_) return this->boundary(parameters);
     if (is_among(name, kKeywords) || is_among(name, kOddParameters)) return false;
     const bool charset = name == "charset";
     std::string_view value;
@@ -251,7 +265,24 @@ class TypeReader {
     return !value.empty() && (quoted || any_word || !is_among(value, kKeywords));
   }
 
+  // Without quotes it may hold blanks and more than a word: only ";" ends it.
+  bool boundary(AddressMap& parameters) {
+    const bool quoted = text_.peek() == '"';
+    const std::string_view value =
+        quoted ? text_.take_quoted() : text_.take_while(is_boundary_byte);
+    if (value.empty() || (!quoted && !text_.at_end() && text_.peek() != ';')) return false;
+    if (boundary_.empty()) boundary_ = value;
+    parameters.insert("boundary", HeaderValue::text(value));
+    return true;
+  }
+  static bool is_boundary_byte(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || is_digit(c) || c == '-' ||
+           c == '_' || c == '.' || c == '=' || c == '+' || c == '/';
+  }
+
   Cursor text_;
+  bool may_have_boundary_ = false;
+  std::string_view boundary_;  // the first one
 };
 
 }  // namespace
@@ -262,6 +293,16 @@ bool read_usual_date(std::string_view text, HeaderValue& value) {
 
 bool read_usual_type(std::string_view text, HeaderValue& value) {
   return TypeReader(text).type(value);
+}
+
+bool read_usual_multipart(std::string_view text, HeaderValue& value, std::string& boundary) {
+  HeaderValue read;
+  std::string_view written;
+  if (!TypeReader(text).multipart(read, written)) return false;
+  boundary = usable_boundary(written);
+  if (boundary.empty()) return false;
+  value = std::move(read);
+  return true;
 }
 
 bool read_usual_disposition(std::string_view text, HeaderValue& value) {

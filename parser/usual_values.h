@@ -1,6 +1,7 @@
 // Dates, content types and dispositions as nearly all mail has them, read without the grammar.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "model/header_value.h"
@@ -17,6 +18,10 @@ namespace tallowbrook {
 // "type/subtype; name=word; name=\"quoted string\"" (RFC 2045 section 5.1), of a leaf that is no
 // message; folded or with blanks where ";" stands.
 [[nodiscard]] bool read_usual_type(std::string_view text, HeaderValue& value);
+
+// The same of a multipart. `boundary` becomes what its delimiter lines hold.
+[[nodiscard]] bool read_usual_multipart(std::string_view text, HeaderValue& value,
+                                        std::string& boundary);
 
 // "word; name=word; name=\"quoted string\"" (RFC 2183 section 2).
 [[nodiscard]] bool read_usual_disposition(std::string_view text, HeaderValue& value);

@@ -40,7 +40,7 @@ class MessageOutput final : public StackStream {
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override;
 
  private:
-  static constexpr std::size_t kFirstBlock = 4096;  // grows to kBlock
+  static constexpr std::size_t kFirstBlock = 8192;  // grows to kBlock
   static constexpr std::size_t kBlock = 65536;
   void pass_on(std::string_view block);
 

@@ -79,8 +79,10 @@ void write_header(MessageOutput& out, MessageStore& store) {
           std::to_string(store.mime_major) + "." + std::to_string(store.mime_minor);
       out.field("MIME-Version", std::string_view(version));
     }
-    const HeaderValue value = store.slot(field.slot).value;
-    const HeaderValue source = store.slot(field.slot).source;
+    const FieldSlot& slot = store.slot(field.slot);
+    if (!slot.value.is_set() && !slot.source.is_set()) continue;
+    const HeaderValue value = slot.value;
+    const HeaderValue source = slot.source;
     write_field(out, field, value, source);
   }
 }

@@ -98,6 +98,8 @@ TEST(UsualFields, AgreesWithTheGrammar) {
                                             "Content-Disposition: ",
                                             "text/plain",
                                             "multipart/mixed; boundary=b",
+                                            "multipart/x;\r\n boundary=\"b\"; charset=y",
+                                            "; boundary=\"c d\"",
                                             "multipart/mixed; =",
                                             "base64",
                                             "8BIT",

@@ -72,6 +72,20 @@ const Reading kReadings[] = {
       "\r\n\t", "charset=", "name=",       "NAME=",   "a=",   "size=", "boundary=",
       "id=",    "utf-8",    "\"b; c\"",    "\"",      "\"\"", "d.e",   "html",
       "=",      ":",        "(x)",         "\\",      "\xe4", "read"}},
+    {kPseudoContentType,
+     [](std::string_view text, HeaderValue& value) {
+       std::string boundary;
+       return read_usual_multipart(text, value, boundary);
+     },
+     {"multipart/mixed; boundary=b", "Multipart/Alternative;\r\n\tboundary=\"a b\"; type=x-y",
+      "multipart/x-y; a=b; boundary==_1.2;boundary=c", "multipart/plain; boundary=\"=?a?q?b?=\";"},
+     {"", "multipart", "multipart/; boundary=b", "multipart/mixed", "multipart/mixed; a=b",
+      "multipart/mixed; boundary=", "multipart/mixed; boundary=a b", "multipart/mixed; boundary=a ",
+      "multipart/mixed; boundary=a?b", "multipart2/mixed; boundary=b", "text/plain; boundary=b",
+      "multipart/mixed; boundary=\"b", "multipart/mixed; boundary:b", "multipart/x; boundary=\"\""},
+     {"multipart/", "mixed", "x-y",       "digest",    "text", "; ",      ";",
+      " ",          "\r\n ", "boundary=", "Boundary=", "b",    "\"a b\"", "\"\"",
+      "=_",         "a=b",   "charset=",  "(c)",       "?",    "partial"}},
     {kPseudoDisposition,
      read_usual_disposition,
      {"attachment", "Inline;", "attachment; filename=\"a b.c\"; size=12", "x-y a=b"},
