@@ -11,8 +11,6 @@
 namespace bramblescope {
 namespace {
 
-namespace fs = std::filesystem;
-
 class BrowserTest : public test::Folder {
  protected:
   BrowserTest() {
@@ -69,10 +67,7 @@ TEST_F(BrowserTest, ShowsAFolderAsATree) {
   write("broken.eml", "no header\r\n");
   EXPECT_EQ(rows().substr(0, 27), "> E first\n  E <no name>\n  !");
   EXPECT_NE(rows().find("broken.eml: parse error"), std::string::npos) << rows();
-  type(kUp);
-  type(kDown);
-  type(kDown);
-  type(kDown);
+  type(std::string(kUp) + kDown + kDown + kDown);
   EXPECT_EQ(rows().find("> !"), rows().find("!") - 2);
   for (const char* key : {"m", "o", "s"}) {
     type(key);
@@ -119,15 +114,9 @@ TEST_F(BrowserTest, EditsAnywhereInALine) {
   const std::pair<const char*, std::string> steps[] = {
       {"\x1B[D\x1B[Dxy", "firxy" + under("s") + "t"},
       {"\x7F\x1B[3~", "firx" + under("t")},
-      {"\x01\x1B[D\xC3\xBC", "\xC3\xBC" + under("f") + "irxt"},
-      {"\x1BOD\x1BOC\x1B[C",
-       "\xC3\xBC"
-       "f" +
-           under("i") + "rxt"},
-      {"\x05\x1B[3~\x1B[C",
-       "\xC3\xBC"
-       "firxt" +
-           under(" ")},
+      {"\x01\x1B[Dü", "ü" + under("f") + "irxt"},
+      {"\x1BOD\x1BOC\x1B[C", "üf" + under("i") + "rxt"},
+      {"\x05\x1B[3~\x1B[C", "üfirxt" + under(" ")},
   };
   for (const auto& [keys, line] : steps) {
     type(keys);

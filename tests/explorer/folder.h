@@ -2,34 +2,24 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
+
+#include "tests/support/scratch_folder.h"
 
 namespace bramblescope::test {
 
 class Folder : public ::testing::Test {
  protected:
-  Folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "bramblescope.XXXXXX").string();
-    folder_ = ::mkdtemp(name.data());
-  }
-  ~Folder() override { std::filesystem::remove_all(folder_); }
-
-  std::filesystem::path write(const std::string& name, const std::string& bytes) const {
-    std::ofstream(folder_ / name, std::ios::binary) << bytes;
-    return folder_ / name;
+  void write(const std::string& name, const std::string& bytes) const {
+    tallowbrook::test::write_file(scratch_.file(name), bytes);
   }
   [[nodiscard]] std::string read(const std::string& name) const {
-    std::ostringstream out;
-    out << std::ifstream(folder_ / name, std::ios::binary).rdbuf();
-    return out.str();
+    return tallowbrook::test::read_file(scratch_.file(name));
   }
 
-  std::filesystem::path folder_;
+  const tallowbrook::test::ScratchFolder scratch_;
+  const std::string& folder_ = scratch_.path();
 };
 
 }  // namespace bramblescope::test

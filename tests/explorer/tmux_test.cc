@@ -21,13 +21,13 @@ std::string output_of(const std::string& command) {
 }
 
 // A tmux server of the test's own, with one window.
-class Tmux {
- public:
-  explicit Tmux(const std::filesystem::path& folder)
-      : tmux_("LC_ALL=C.UTF-8 tmux -u -f /dev/null -S '" + (folder / "tmux").string() + "' ") {}
-  ~Tmux() { (void)output_of(tmux_ + "kill-server 2>/dev/null"); }
-  Tmux(const Tmux&) = delete;
-  Tmux& operator=(const Tmux&) = delete;
+class ExplorerInTmux : public test::Folder {
+ protected:
+  void SetUp() override {
+    if (output_of("command -v tmux").empty()) GTEST_SKIP() << "tmux is not installed";
+    write("mail.eml", "Subject: before\r\n\r\nbody\r\n.\r\n");
+  }
+  ~ExplorerInTmux() override { (void)output_of(tmux_ + "kill-server 2>/dev/null"); }
 
   void run(const std::string& command) {
     (void)output_of(tmux_ + "new-session -d -x 80 -y 20 \"" + command + "\" 2>&1");
@@ -44,58 +44,47 @@ class Tmux {
     return screen;
   }
 
- private:
-  std::string tmux_;
+  const std::string tmux_ =
+      "LC_ALL=C.UTF-8 tmux -u -f /dev/null -S '" + scratch_.file("tmux") + "' ";
+  const std::string explorer_ = "'" EXPLORER_PROGRAM "' '" + folder_ + "'";
 };
 
-using ExplorerInTmux = test::Folder;
-
-#define EXPECT_SEEN(tmux, text) \
-  EXPECT_NE((tmux).wait_for(text).find(text), std::string::npos) << (text)
+#define EXPECT_SEEN(text) EXPECT_NE(wait_for(text).find(text), std::string::npos) << (text)
 
 TEST_F(ExplorerInTmux, AUserChangesASubject) {
-  if (output_of("command -v tmux").empty()) GTEST_SKIP() << "tmux is not installed";
-  write("mail.eml", "Subject: before\r\n\r\nbody\r\n.\r\n");
-  Tmux tmux(folder_);
-  tmux.run("'" EXPLORER_PROGRAM "' '" + folder_.string() + "'; echo left with $?; sleep 600");
-  EXPECT_SEEN(tmux, "> E before");
-  tmux.keys("m");
-  EXPECT_SEEN(tmux, "> Rename   Rename this mail");
-  tmux.keys("Escape");
-  EXPECT_SEEN(tmux, "Enter options");
-  tmux.keys("Enter");
-  EXPECT_SEEN(tmux, "> Subject: before   (Subject of this mail)");
-  tmux.keys("Enter");
-  EXPECT_SEEN(tmux, "Ctrl-U clear");
-  tmux.keys("C-u 'after noon' BSpace BSpace Enter");
-  EXPECT_SEEN(tmux, "> Subject: after no   (Subject of this mail)");
-  tmux.keys("Escape");
-  EXPECT_SEEN(tmux, "> E after no (not saved)");
-  tmux.keys("s");
-  EXPECT_SEEN(tmux, "Saved.");
-  tmux.keys("q");
-  EXPECT_SEEN(tmux, "left with 0");
-  EXPECT_EQ(output_of("'" EXPLORER_PROGRAM "' '" + folder_.string() + "' </dev/null 2>&1"),
-            "E after no\n");
+  run(explorer_ + "; echo left with $?; sleep 600");
+  const std::pair<const char*, const char*> steps[] = {
+      {"", "> E before"},
+      {"m", "> Rename   Rename this mail"},
+      {"Escape", "Enter options"},
+      {"Enter", "> Subject: before   (Subject of this mail)"},
+      {"Enter", "Ctrl-U clear"},
+      {"C-u 'after noon' BSpace BSpace Enter", "> Subject: after no   (Subject of this mail)"},
+      {"Escape", "> E after no (not saved)"},
+      {"s", "Saved."},
+      {"q", "left with 0"},
+  };
+  for (const auto& [pressed, seen] : steps) {
+    if (*pressed != '\0') keys(pressed);
+    EXPECT_SEEN(seen);
+  }
+  EXPECT_EQ(output_of(explorer_ + " </dev/null 2>&1"), "E after no\n");
 }
 
 TEST_F(ExplorerInTmux, ASignalGivesTheTerminalBack) {
-  if (output_of("command -v tmux").empty()) GTEST_SKIP() << "tmux is not installed";
-  write("mail.eml", "Subject: before\r\n\r\n.\r\n");
-  Tmux tmux(folder_);
-  const std::string folder = folder_.string();
-  write("run.sh", "echo $$ >'" + folder + "/pid'\nexec '" EXPLORER_PROGRAM "' '" + folder + "'\n");
-  tmux.run("echo here; sh '" + folder + "/run.sh'; stty -a; sleep 600");
-  EXPECT_SEEN(tmux, "> E before");
+  write("run.sh", "echo $$ >'" + scratch_.file("pid") + "'\nexec " + explorer_ + "\n");
+  run("echo here; sh '" + scratch_.file("run.sh") + "'; stty -a; sleep 600");
+  EXPECT_SEEN("> E before");
   (void)output_of("kill -TERM " + read("pid"));
-  EXPECT_SEEN(tmux, "here");
-  EXPECT_SEEN(tmux, " icanon") << "lines are edited again";
+  EXPECT_SEEN("here");
+  EXPECT_SEEN(" icanon") << "lines are edited again";
 }
 
-TEST_F(ExplorerInTmux, WithoutATerminalPrintsTheTree) {
+using ExplorerWithoutATerminal = test::Folder;
+
+TEST_F(ExplorerWithoutATerminal, PrintsTheTree) {
   write("mail.eml", "Subject: before\r\n\r\n.\r\n");
-  EXPECT_EQ(output_of("'" EXPLORER_PROGRAM "' '" + folder_.string() + "' </dev/null 2>&1"),
-            "E before\n");
+  EXPECT_EQ(output_of("'" EXPLORER_PROGRAM "' '" + folder_ + "' </dev/null 2>&1"), "E before\n");
   EXPECT_NE(output_of("'" EXPLORER_PROGRAM "' /nowhere/at/all 2>&1").find("No such file"),
             std::string::npos);
 }

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/creators.h"
 #include "platform/automation/late_bound.h"
-#include "streams/memory_stream.h"
 #include "tallowbrook/class_ids.h"
 #include "tallowbrook/collections.h"
 #include "tests/collections/items.h"
@@ -35,6 +35,12 @@ ComPtr<IDialupCollection> list_of(const std::vector<Variant>& ids) {
   return list;
 }
 
+// The letter of an item that was asked for; "none" when there is none.
+std::u16string letter(HRESULT status, const Variant& item) {
+  if (status != S_OK) return status == E_FAIL && item.vt == VT_EMPTY ? u"none" : u"?";
+  return std::u16string(platform::get(item.pdispVal, u"Text").value.text());
+}
+
 // The letters of the items; "-" for what is no object.
 std::u16string letters(IDialupCollection& list) {
   std::u16string all;
@@ -43,20 +49,9 @@ std::u16string letters(IDialupCollection& list) {
   for (LONG i = 0; i < count; ++i) {
     Variant item;
     EXPECT_EQ(list.get_Item(Variant(i), &item), S_OK);
-    if (item.vt != VT_DISPATCH) {
-      all += u"-";
-    } else {
-      all += platform::get(item.pdispVal, u"Text").value.text();
-    }
+    all += item.vt == VT_DISPATCH ? letter(S_OK, item) : u"-";
   }
   return all;
-}
-
-std::u16string found(IDialupCollection& list, const Variant& index) {
-  Variant item;
-  const HRESULT status = list.get_Item(index, &item);
-  if (status != S_OK) return status == E_FAIL && item.vt == VT_EMPTY ? u"none" : u"?";
-  return std::u16string(platform::get(item.pdispVal, u"Text").value.text());
 }
 
 TEST(DialupCollection, AnIndexIsAPositionOrAnId) {
@@ -91,23 +86,21 @@ TEST(DialupCollection, AnIndexIsAPositionOrAnId) {
       {Variant::missing(), u"none"},
   };
   for (const auto& one : cases) {
-    EXPECT_EQ(found(*list, one.index), one.item) << one.index.vt << " " << one.index.lVal;
+    Variant item;
+    const HRESULT status = list->get_Item(one.index, &item);
+    EXPECT_EQ(letter(status, item), one.item) << one.index.vt << " " << one.index.lVal;
   }
-  Variant item;
-  EXPECT_EQ(list->ItemByID(Variant(5), &item), S_OK);  // a number as an id
-  EXPECT_EQ(platform::get(item.pdispVal, u"Text").value.text(), u"f");
-
-  item.clear();
-  Variant id;
-  EXPECT_EQ(list->ItemID(3, &id, &item), S_OK);
-  EXPECT_EQ(id.vt, VT_UI4);
-  EXPECT_EQ(platform::get(item.pdispVal, u"Text").value.text(), u"d");
-  item.clear();
-  EXPECT_EQ(list->ItemID(7, &id, &item), E_FAIL);  // without an id
-  EXPECT_EQ(id.vt, VT_EMPTY);
-  EXPECT_EQ(item.vt, VT_EMPTY);
-  EXPECT_EQ(list->ItemID(8, &id, &item), E_FAIL);
-  EXPECT_EQ(list->ItemID(0, nullptr, &item), E_POINTER);
+  Variant by_id;
+  EXPECT_EQ(letter(list->ItemByID(Variant(5), &by_id), by_id), u"f") << "a number as an id";
+  for (const auto& [position, type, found] :
+       {std::tuple{3, VT_UI4, u"d"}, {7, VT_EMPTY, u"none"}, {8, VT_EMPTY, u"none"}}) {
+    Variant id;
+    Variant item;
+    const HRESULT status = list->ItemID(position, &id, &item);
+    EXPECT_EQ(letter(status, item), found) << position;
+    EXPECT_EQ(id.vt, type) << position;
+  }
+  EXPECT_EQ(list->ItemID(0, nullptr, &by_id), E_POINTER);
   EXPECT_EQ(list->get_Item(Variant(0), nullptr), E_POINTER);
   EXPECT_EQ(list->ItemByID(Variant(0), nullptr), E_POINTER);
 }
@@ -154,19 +147,6 @@ TEST(DialupCollection, AnItemMayChangeTheListWhileItIsAskedForItsId) {
   EXPECT_EQ(list_with_clearing()->ItemByID(text(u"me"), &item), S_OK);
   EXPECT_EQ(list_with_clearing()->RemoveByID(text(u"me")), E_INVALIDARG);
   EXPECT_EQ(list_with_clearing()->ModifyByID(text(u"you"), Variant(1)), E_FAIL);
-}
-
-TEST(DialupCollection, PersistsAsAnyCollection) {
-  const auto list = list_of({});
-  list->Add(text(u"one"));
-  CISSHelper stream;
-  EXPECT_EQ(list.query<IPersistStream>()->Save(&stream, TRUE), S_OK);
-  const auto copy = list_of({text(u"old")});
-  EXPECT_EQ(copy.query<IPersistStreamInit>()->Load(&stream), S_OK);
-  Variant item;
-  EXPECT_EQ(copy->get_Item(Variant(0), &item), S_OK);
-  EXPECT_EQ(item.text(), u"one");
-  EXPECT_EQ(letters(*copy), u"-");
 }
 
 }  // namespace

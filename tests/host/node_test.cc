@@ -2,6 +2,7 @@
 #include "core/resources.h"
 #include "tests/host/fake_node.h"
 #include "tests/model/host.h"
+#include "tests/support/menu_rows.h"
 
 namespace tallowbrook {
 namespace {
@@ -17,27 +18,12 @@ constexpr char kParts[] =
     "Subject: two parts\r\nMIME-Version: 1.0\r\nContent-Type: multipart/mixed; boundary=b\r\n\r\n"
     "--b\r\n\r\none\r\n--b\r\n\r\ntwo\r\n--b--\r\n.\r\n";
 
+// A menu that goes with the test.
 struct Menu {
   Menu() : handle(CreatePopupMenu()) {}
   ~Menu() { DestroyMenu(handle); }
   Menu(const Menu&) = delete;
   Menu& operator=(const Menu&) = delete;
-
-  [[nodiscard]] std::string row(int position) const {
-    char text[64] = "";
-    const auto at = static_cast<UINT>(position);
-    GetMenuStringA(handle, at, text, sizeof(text), MF_BYPOSITION);
-    const UINT state = GetMenuState(handle, at, MF_BYPOSITION);
-    if ((state & MF_SEPARATOR) != 0) return "----";
-    return std::to_string(GetMenuItemID(handle, position)) + " " + text +
-           ((state & MF_GRAYED) != 0 ? " grayed" : "") +
-           ((state & MF_DEFAULT) != 0 ? " default" : "");
-  }
-  [[nodiscard]] std::string print() const {
-    std::string lines;
-    for (int i = 0; i < GetMenuItemCount(handle); ++i) lines += row(i) + "\n";
-    return lines;
-  }
 
   HMENU handle;
 };
@@ -62,12 +48,12 @@ TEST(MessageNode, HasNoChildrenHoweverManyParts) {
 }
 
 TEST(MessageNode, IsNamedByItsSubject) {
-  const auto message = test::loaded("Subject:\r\n\r\n.\r\n");
-  EXPECT_EQ(read_text(message.get(), u"Name"), "<no name>");
+  const auto message = test::new_message();
   EXPECT_EQ(read(message.get(), u"CanUpdateName").boolVal, VARIANT_TRUE);
   EXPECT_EQ(test::put(message.get(), u"UpdateName", Variant(u"gr\u00FCn \u65E5")), S_OK);
-  EXPECT_EQ(read(message.get(), u"Name").text(), u"gr\u00FCn \u65E5");
-  EXPECT_EQ(read(message.get(), u"Subject").text(), u"gr\u00FCn \u65E5");
+  for (const auto name : {u"Name", u"Subject"}) {
+    EXPECT_EQ(read(message.get(), name).text(), u"gr\u00FCn \u65E5");
+  }
 }
 
 // --- image lists ---------------------------------------------------------------------------------
@@ -113,21 +99,24 @@ TEST(MessageNode, ContextMenuHasRename) {
   Menu shown;
   InsertMenuA(shown.handle, 0, MF_BYPOSITION, 1, "mine");
   EXPECT_EQ(menu->QueryContextMenu(shown.handle, 0, 100, 200, 0), 1);
-  EXPECT_EQ(shown.print(), "100 Rename\n1 mine\n");
+  EXPECT_EQ(test::menu_rows(shown.handle), "100 Rename\n1 mine\n");
   EXPECT_EQ(menu->QueryContextMenu(shown.handle, 0, 100, 99, 0), 0) << "no identifier to use";
   EXPECT_EQ(menu->QueryContextMenu(nullptr, 0, 100, 200, 0), E_INVALIDARG);
 
   char text[32] = "?";
-  EXPECT_EQ(menu->GetCommandString(0, GCS_HELPTEXTA, nullptr, text, sizeof(text)), S_OK);
+  const auto told = [&](UINT command, UINT kind, UINT room) {
+    return menu->GetCommandString(command, kind, nullptr, text, room);
+  };
+  EXPECT_EQ(told(0, GCS_HELPTEXTA, sizeof(text)), S_OK);
   EXPECT_STREQ(text, "Rename this mail");
-  EXPECT_EQ(menu->GetCommandString(0, GCS_VERBA, nullptr, text, sizeof(text)), S_OK);
+  EXPECT_EQ(told(0, GCS_VERBA, sizeof(text)), S_OK);
   EXPECT_STREQ(text, "Rename");
-  EXPECT_EQ(menu->GetCommandString(0, GCS_HELPTEXTA, nullptr, text, 4), S_OK);
+  EXPECT_EQ(told(0, GCS_HELPTEXTA, 4), S_OK);
   EXPECT_STREQ(text, "Ren");
-  EXPECT_EQ(menu->GetCommandString(0, GCS_VERBA, nullptr, text, 0), E_FAIL);
+  EXPECT_EQ(told(0, GCS_VERBA, 0), E_FAIL);
+  EXPECT_EQ(told(0, 4, sizeof(text)), E_FAIL) << "wide verb";
+  EXPECT_EQ(told(1, GCS_VERBA, sizeof(text)), E_FAIL);
   EXPECT_EQ(menu->GetCommandString(0, GCS_VERBA, nullptr, nullptr, 9), E_FAIL);
-  EXPECT_EQ(menu->GetCommandString(0, 4, nullptr, text, sizeof(text)), E_FAIL) << "wide verb";
-  EXPECT_EQ(menu->GetCommandString(1, GCS_VERBA, nullptr, text, sizeof(text)), E_FAIL);
 }
 
 TEST(MessageNode, InvokesCommandsByIndexAlone) {
@@ -159,7 +148,7 @@ TEST(ExplorerNode, MenuFollowsTheTable) {
   };
   Menu shown;
   EXPECT_EQ(node.query_context_menu(shown.handle, 5, 40, 50), 2);
-  EXPECT_EQ(shown.print(), "40 Subject default\n----\n41 Rename grayed\n");
+  EXPECT_EQ(test::menu_rows(shown.handle), "40 Subject default\n----\n41 Rename grayed\n");
   EXPECT_EQ(node.menu_text(2), "Rename");
   char text[32];
   EXPECT_EQ(node.command_string(1, GCS_HELPTEXTA, text, sizeof(text)), S_OK);

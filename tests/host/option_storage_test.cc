@@ -1,5 +1,6 @@
 // Option values that are kept in a storage.
 #include "tallowbrook/options.h"
+#include "tests/collections/items.h"
 #include "tests/host/fake_node.h"
 #include "tests/host/host_storage.h"
 #include "tests/host/script_host.h"
@@ -101,27 +102,23 @@ TEST_F(OptionStorage, WhatCannotBeReadIsPassedOver) {
   EXPECT_EQ(read_text(message.get(), u"Subject"), "kept");
 }
 
-// A host's value class that keeps nothing leaves what was saved before.
+// A host's value that keeps nothing.
+struct Forgetful : test::ScriptObject {
+  static inline CLSID kClass{};
+  Forgetful() : ScriptObject([](const test::HostCall&) { return S_OK; }) {}
+};
+
+// It leaves what was saved before.
 TEST_F(OptionStorage, AFailedSaveKeepsTheFormerValues) {
   const auto message = test::loaded("Subject: former\r\n\r\n.\r\n");
   const auto options = message.query<IPersistOptions>();
   ASSERT_EQ(options->SaveOptions(storage_.get()), S_OK);
   test::put(message.get(), u"Subject", Variant(u"later"));
-  DWORD cookie = 0;
-  CLSID clsid{};
-  ASSERT_EQ(host_class(kOptionValueClass, &clsid), S_OK);
-  struct Factory final : Object<Shared, IClassFactory> {
-    HRESULT CreateInstance(IUnknown*, REFIID iid, void** object) override {
-      return make_object<test::ScriptObject>([](const test::HostCall&) { return S_OK; })
-          ->QueryInterface(iid, object);
-    }
-    HRESULT LockServer(BOOL) override { return S_OK; }
-  };
-  ASSERT_EQ(CoRegisterClassObject(clsid, make_object<Factory>().get(), CLSCTX_INPROC_SERVER,
-                                  REGCLS_MULTIPLEUSE, &cookie),
-            S_OK);
-  EXPECT_EQ(options->SaveOptions(storage_.get()), E_NOINTERFACE);
-  EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
+  ASSERT_EQ(host_class(kOptionValueClass, &Forgetful::kClass), S_OK);
+  {
+    const test::Registered<Forgetful> instead;
+    EXPECT_EQ(options->SaveOptions(storage_.get()), E_NOINTERFACE);
+  }
   EXPECT_EQ(options->LoadOptions(storage_.get()), S_OK);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "former");
 }
@@ -145,14 +142,6 @@ TEST_F(OptionStorage, AnyCallMayGoWrong) {
     }
     EXPECT_GT(first, 5) << kind;
   }
-}
-
-TEST(OptionStorageWithoutAHost, Fails) {
-  const auto options = test::new_message().query<IPersistOptions>();
-  ComPtr<IStorage> storage;
-  ASSERT_EQ(StgCreateDocfile(nullptr, STGM_CREATE | STGM_READWRITE, 0, storage.out()), S_OK);
-  EXPECT_EQ(options->SaveOptions(storage.get()), CO_E_CLASSSTRING);
-  EXPECT_EQ(options->LoadOptions(storage.get()), CO_E_CLASSSTRING);
 }
 
 }  // namespace

@@ -49,8 +49,6 @@ TEST(ConnectionPoint, ConnectsSinks) {
   ASSERT_EQ(point->Advise(sink.get(), &first), S_OK);
   ASSERT_EQ(point->Advise(sink.get(), &second), S_OK);
   EXPECT_NE(first, second);
-  EXPECT_EQ(source->points.sinks(ISink::kIid).size(), 2U);
-
   ComPtr<IEnumConnections> all;
   ASSERT_EQ(point->EnumConnections(all.out()), S_OK);
   EXPECT_EQ(point->Unadvise(first), S_OK);

@@ -1,5 +1,5 @@
 // Programs that the shell starts, and what is read from them.
-#include "platform/shell/connections.h"
+#include "platform/shell/launch.h"
 
 #include <gtest/gtest.h>
 
@@ -7,24 +7,12 @@
 
 #include "platform/com/activation.h"
 #include "platform/kernel/handles.h"
-#include "platform/shell/launch.h"
 #include "platform/shell/shell_folder.h"
 
 namespace tallowbrook::platform {
 namespace {
 
 using std::chrono::milliseconds;
-
-TEST(Connections, ReadsProfilesOfDialledTypes) {
-  const auto profiles = profiles_in(
-      "802-3-ethernet:11-aa:Wired\nvpn:22-bb:Work\\: main\\\\ office\ngsm:33-cc:\npppoe:44-dd:DSL\n"
-      "gsm\n\nvpn:\ncdma:55-ee:Stick");
-  ASSERT_EQ(profiles.size(), 3u);
-  EXPECT_EQ(profiles[0].key, "22-bb");
-  EXPECT_EQ(profiles[0].name, "Work: main\\ office");
-  EXPECT_EQ(profiles[1].name, "DSL");
-  EXPECT_EQ(profiles[2].name, "Stick");
-}
 
 TEST(Launch, TakesWhatAProgramPrints) {
   constexpr milliseconds kSoon(5000);

@@ -42,14 +42,13 @@ class FileTest : public testing::Test {
 };
 
 TEST_F(FileTest, DispositionsCreateEmptyAndRefuse) {
-  struct Row {
+  const struct {
     DWORD disposition;
     bool exists;
     bool opens;
     DWORD error;
     const char* left;  // the content afterwards
-  };
-  const Row rows[] = {
+  } rows[] = {
       {CREATE_NEW, false, true, 0, ""},
       {CREATE_NEW, true, false, ERROR_FILE_EXISTS, "old"},
       {CREATE_ALWAYS, false, true, 0, ""},
@@ -62,7 +61,7 @@ TEST_F(FileTest, DispositionsCreateEmptyAndRefuse) {
       {TRUNCATE_EXISTING, true, true, 0, ""},
       {6, true, false, ERROR_INVALID_PARAMETER, "old"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string file = path("f");
     fs::remove(file);
     if (row.exists) make("f", "old");
@@ -95,11 +94,10 @@ TEST_F(FileTest, SharingHoldsByInodeUntilTheHandleCloses) {
   fs::create_hard_link(file, link);
   constexpr DWORD kReadWrite = GENERIC_READ | GENERIC_WRITE;
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  struct Row {
+  const struct {
     DWORD access, share, then_access, then_share;
     bool allowed;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, true},
       {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, 0, false},
       {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, kShareAll, false},
@@ -107,7 +105,7 @@ TEST_F(FileTest, SharingHoldsByInodeUntilTheHandleCloses) {
       {GENERIC_WRITE, kShareAll, GENERIC_READ, FILE_SHARE_READ, false},
       {kReadWrite, kShareAll, kReadWrite, kShareAll, true},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const auto first = open(file, row.access, row.share, OPEN_EXISTING);
     ASSERT_TRUE(first.first);
     const auto second = open(link, row.then_access, row.then_share, OPEN_EXISTING);
