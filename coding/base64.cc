@@ -83,7 +83,10 @@ class Decoder {
   void take(std::string_view block) {
     std::size_t i = 0;
     while (i < block.size()) {
-      if (count_ == 0) i += whole_groups(block.substr(i));
+      if (count_ == 0) {
+        i += whole_groups(block.substr(i));
+        while (i < block.size() && base64_value(block[i]) == kNoBase64) ++i;
+      }
       if (i < block.size()) step(block[i++]);
     }
   }

@@ -80,6 +80,7 @@ class Scanner {
   int end_type_value();
 
   int plain_body(HeaderValue& value);
+  int long_line(HeaderValue& value);
   int raw_field(HeaderValue& value);
   bool find_raw_end(std::size_t& content_end, std::size_t& seen);
   int line(HeaderValue& value, int token);

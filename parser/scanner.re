@@ -513,6 +513,24 @@ int Scanner::plain_body(HeaderValue& value) {
   return Token::tok_TEXT;
 }
 
+// A piece of a line of unstructured text that is long; -1 when the line wants the rules. The piece
+// ends before a byte that is not white space, as white space before a line end belongs to the fold.
+int Scanner::long_line(HeaderValue& value) {
+  std::size_t seen = 0;
+  for (;;) {
+    const std::string_view text(token_, static_cast<std::size_t>(limit_ - token_));
+    if (text.find('\n', seen) != text.npos) return -1;
+    if (text.size() >= kPiece) {
+      const std::size_t piece = std::min(text.find_last_not_of(" \t"), text.find('\r'));
+      if (piece == 0 || piece == text.npos) return -1;
+      cursor_ = token_ + piece;
+      return word(value, Token::tok_TEXT);
+    }
+    seen = text.size();
+    if (!refill()) return -1;
+  }
+}
+
 // The text of an unparsed field up to its end, folding included. The line end that ends the field
 // is consumed; one before a blank line, which ends the header section, is not.
 int Scanner::raw_field(HeaderValue& value) {
@@ -662,6 +680,9 @@ int Scanner::scan(HeaderValue& value) {
       rules = !at_line_start_ ? yycHEADER : in_part_ ? yycPART_BOL : yycHEADER_BOL;
     } else if (condition_ == kRawField) {
       return raw_field(value);
+    } else if (condition_ == yycUNSTRUCT) {
+      const int token = long_line(value);
+      if (token != -1) return token;
     }
     unsigned char yych;
 /*!re2c

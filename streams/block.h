@@ -14,6 +14,10 @@ namespace tallowbrook {
 // Blocks of so many bytes and more are large.
 inline constexpr std::size_t kLargeBlock = std::size_t{256} << 10;
 
+// The most by which a block is made larger than it needs to be: from twice this size on, growing it
+// by so much at a time moves pages alone, so a long content takes little more than its size.
+inline constexpr std::size_t kMostSpare = std::size_t{32} << 20;
+
 // Makes a block of `old_capacity` bytes (null and 0 for none) one of `capacity` bytes, keeping what
 // both have room for. Null when memory runs out; the old block is then still there.
 [[nodiscard]] char* resize_block(char* block, std::size_t old_capacity, std::size_t capacity);

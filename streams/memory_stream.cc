@@ -75,7 +75,7 @@ ULONGLONG CISSHelper::wanted_capacity(ULONG needed) const {
   const ULONGLONG old = capacity_;
   if (factor_ > 0) return old + step_;
   if (needed < step_) return std::clamp<ULONGLONG>(2 * old, std::min(kLeastCapacity, step_), step_);
-  return old + std::max<ULONGLONG>(step_, old / 2);
+  return old + std::max<ULONGLONG>(step_, std::min<ULONGLONG>(old / 2, kMostSpare));
 }
 
 void CISSHelper::grow(ULONG needed) {

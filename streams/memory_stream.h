@@ -10,7 +10,8 @@
 //   1000000, 2000000 ...).
 // - f = 0: a small stream costs what it weighs: below one step the capacity is what is needed, or
 //   twice what it was (never under 32, never over s); from one step on it grows by the largest of
-//   s, half of itself and what is needed. So filling a stream costs linear time whatever its step.
+//   s, half of itself (at most 32 MB) and what is needed. So filling a stream costs linear time
+//   whatever its step.
 // - s = 0: what is needed first, then as f = 0.
 // When memory for a generous capacity cannot be had, the needed size alone is tried.
 //
