@@ -263,6 +263,32 @@ bool is_field_name(std::string_view name) {
          name.find_first_of(std::string_view("\r\n:\0", 4)) == std::string_view::npos;
 }
 
+EntryUndo::EntryUndo(HeaderValue& record, EntryName name) : record_(record) {
+  const std::size_t before = record[kPartFields].size();
+  entry_ = find_or_add_entry(record, name);
+  added_ = record[kPartFields].size() > before;
+  const HeaderValue& value = entry_[kEntryValue];
+  source_ = entry_[kEntrySource];
+  if (!value.is(ValueKind::List)) {
+    value_ = value;
+    return;
+  }
+  value_ = HeaderValue::list();
+  for (std::size_t i = 0; i < value.size(); ++i) {
+    HeaderValue copy = value[i].is(ValueKind::AddressMap) ? HeaderValue::map() : value[i];
+    if (value[i].is(ValueKind::AddressMap)) copy.Append(value[i]);
+    value_.push_back(std::move(copy));
+  }
+}
+
+EntryUndo::~EntryUndo() {
+  if (!record_.is_set()) return;
+  entry_.element(kEntryValue) = std::move(value_);
+  if (source_.is_set()) entry_.element(kEntrySource) = std::move(source_);
+  HeaderValue& fields = record_.element(kPartFields);
+  if (added_) fields.erase_element(fields.size() - 1);
+}
+
 // --- unparsed values -----------------------------------------------------------------------------
 
 std::optional<HeaderValue> parse_mime_field(EntryName name, std::string_view text,
@@ -294,8 +320,8 @@ void resolve_field(HeaderValue& record, EntryName name, const MessageRef& messag
   // The wait for the message may have run a message handler that read or changed the same field.
   HeaderValue entry = find_entry(record, name);
   if (!entry[kEntryValue].same_content(raw)) return;
+  entry.element(kEntrySource) = raw;  // needs room, for want of which the text stays as it is
   entry.element(kEntryValue) = std::move(*parsed);
-  entry.element(kEntrySource) = raw;
 }
 
 // --- content type and parameters -----------------------------------------------------------------
@@ -461,8 +487,9 @@ HeaderValue& add_child(HeaderValue& record) {
 }
 
 void set_content(HeaderValue& record, ComPtr<IStream> stream, ContentForm form) {
+  HeaderValue content = HeaderValue::raw_stream(std::move(stream));
   record.element(kPartDecoded) = HeaderValue::integer(static_cast<std::int32_t>(form));
-  record.element(kPartBody) = HeaderValue::raw_stream(std::move(stream));
+  record.element(kPartBody) = std::move(content);
 }
 
 ContentForm content_form(const HeaderValue& record) {

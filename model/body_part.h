@@ -80,6 +80,26 @@ void drop_source(HeaderValue& entry);
 // the field is absent or an entry before it is malformed.
 [[nodiscard]] const HeaderValue& field_value(const HeaderValue& record, EntryName name);
 
+// Takes back what was done to a standard field's entry, unless it is kept: for an edit in several
+// steps, any of which memory may not suffice for. The record is pinned, and what follows adds no
+// further entry unless there is an undo for it, made later.
+class EntryUndo {
+ public:
+  EntryUndo(HeaderValue& record, EntryName name);
+  ~EntryUndo();
+  EntryUndo(const EntryUndo&) = delete;
+  EntryUndo& operator=(const EntryUndo&) = delete;
+
+  void keep() { record_.Reset(); }
+
+ private:
+  HeaderValue record_;
+  HeaderValue entry_;
+  HeaderValue value_;
+  HeaderValue source_;
+  bool added_ = false;
+};
+
 // True for the name of an extension field that cannot end its line, its name or the header.
 [[nodiscard]] bool is_field_name(std::string_view name);
 

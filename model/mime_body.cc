@@ -280,8 +280,9 @@ HRESULT CMimeBody::put_ExtField(BSTR name, VARIANT value) {
     const std::string field_name = to_ansi(platform::view_of(name));
     if (!is_field_name(field_name)) return E_INVALIDARG;
     const std::string text = text_of(value).value_or("");
+    HeaderValue content = HeaderValue::raw(text);
     HeaderValue entry = find_or_add_extension(record_, field_name);
-    edit_value(entry).element(kEntryValue) = HeaderValue::raw(text);
+    edit_value(entry).element(kEntryValue) = std::move(content);
     changed();
     return S_OK;
   });
@@ -340,10 +341,12 @@ std::string CMimeBody::type_parameter(std::string_view name) {
 HRESULT CMimeBody::put_type_parameter(std::string_view name, std::string_view value) {
   HeaderValue entry = entry_with_parameters(EntryName::ContentType);
   if (!entry.is_set()) return E_FAIL;
+  EntryUndo undo(record_, EntryName::ContentType);
   drop_source(entry);
   if (!entry[kEntryValue].is_set()) entry.element(kEntryValue) = default_type();
   HeaderValue parameters = share_parameters(entry, kTypeParameters);
   parameters.mutable_entries().at_or_add(name) = HeaderValue::text(value);
+  undo.keep();
   return S_OK;
 }
 
@@ -409,12 +412,16 @@ HRESULT CMimeBody::put_FileName(BSTR name) {
     const std::string encoded = encode_header_text(platform::view_of(name), message_charset());
     resolve_field(record_, EntryName::ContentDisposition, message_);
     if (field_value(record_, EntryName::ContentDisposition).is(ValueKind::Raw)) return E_FAIL;
+    EntryUndo undo_type(record_, EntryName::ContentType);
+    EntryUndo undo_disposition(record_, EntryName::ContentDisposition);
     const HRESULT status = put_type_parameter("name", in_quotes(encoded));
     if (FAILED(status)) return status;
     HeaderValue entry = entry_with_parameters(EntryName::ContentDisposition);
     drop_source(entry);
     HeaderValue parameters = share_parameters(entry, kDispositionParameters);
     parameters.mutable_entries().at_or_add("filename") = HeaderValue::text(encoded);
+    undo_type.keep();
+    undo_disposition.keep();
     changed();
     return S_OK;
   });

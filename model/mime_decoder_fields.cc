@@ -1,12 +1,15 @@
 // The mail properties. A getter of a field that a load left unparsed has it parsed first; a put
 // forgets what was loaded. Waiting for the parser, and an object that a host puts, may run code
 // that releases the message: those members hold it.
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 
 #include "core/guard.h"
 #include "core/text.h"
 #include "model/addresses.h"
+#include "model/body_part.h"
 #include "model/dates.h"
 #include "model/header_text.h"
 #include "model/mime_body.h"
@@ -318,11 +321,27 @@ HRESULT CMimeDecoder::put_Body(VARIANT body) {
     Variant text;
     if (FAILED(VariantCopyInd(&text, &body)) || text.vt != VT_BSTR) return E_FAIL;
     const auto part = make_root_body(store_, link_);
-    part->put_MajorContentType(Variant(static_cast<LONG>(MajorMimeTypes::Text)));
-    part->put_MinorContentType(Variant(static_cast<LONG>(TextTypes::Plain)));
-    part->put_Encoding(Variant(static_cast<LONG>(EncoderTypes::QuotedPrintable)));
-    if (!store_.charset.empty()) part->put_Charset(Variant(to_wide(store_.charset)));
-    return part->put_Value(text.bstrVal);
+    const Variant charset(to_wide(store_.charset));
+    // All of it or, for want of memory, nothing.
+    HeaderValue record = store_.root;
+    const HeaderValue content = record[kPartBody];
+    const HeaderValue form = record[kPartDecoded];
+    (void)record.element(kPartDecoded);
+    EntryUndo undo_type(record, EntryName::ContentType);
+    EntryUndo undo_encoding(record, EntryName::ContentTransferEncoding);
+    const HRESULT steps[] = {
+        part->put_MajorContentType(Variant(static_cast<LONG>(MajorMimeTypes::Text))),
+        part->put_MinorContentType(Variant(static_cast<LONG>(TextTypes::Plain))),
+        part->put_Encoding(Variant(static_cast<LONG>(EncoderTypes::QuotedPrintable))),
+        store_.charset.empty() ? S_OK : part->put_Charset(charset), part->put_Value(text.bstrVal)};
+    if (std::find(std::begin(steps), std::end(steps), E_OUTOFMEMORY) != std::end(steps)) {
+      record.element(kPartBody) = content;
+      record.element(kPartDecoded) = form;
+      return E_OUTOFMEMORY;
+    }
+    undo_type.keep();
+    undo_encoding.keep();
+    return steps[std::size(steps) - 1];
   });
 }
 
