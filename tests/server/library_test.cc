@@ -3,11 +3,15 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
 
 #include "platform/automation/typeinfo.h"
 #include "platform/com/activation.h"
 #include "server/class_table.h"
+#include "tallowbrook/class_ids.h"
+#include "tests/support/host_stream.h"
 
 namespace tallowbrook {
 namespace {
@@ -97,6 +101,37 @@ TEST(Library, LeavesNothingBehindWhenItIsLoadedAgainAndAgain) {
   const auto after = mallinfo2();
   const auto grown = static_cast<long>(after.uordblks) - static_cast<long>(before.uordblks);
   EXPECT_LT(grown, kCycles * 16) << "bytes in " << kCycles << " cycles";
+}
+
+// Inside of a load, whose stream waits, the library counts as used: also when the host has given
+// its last reference back from within.
+TEST(Library, StaysWhileAThreadIsInside) {
+  Library library;
+  auto* const get_class = library.entry<GetClassObject>("DllGetClassObject");
+  auto* const can_unload = library.entry<Status>("DllCanUnloadNow");
+  ASSERT_TRUE(get_class != nullptr && can_unload != nullptr);
+  std::atomic<bool> inside{false};
+  std::atomic<bool> go_on{false};
+  std::thread thread([&] {
+    ComPtr<IPersistStream> message;
+    {
+      ComPtr<IClassFactory> factory;
+      ASSERT_EQ(get_class(CLSID_MimeDecoder, IClassFactory::kIid, factory.out_void()), S_OK);
+      ASSERT_EQ(factory->CreateInstance(nullptr, IPersistStream::kIid, message.out_void()), S_OK);
+    }
+    test::HostStream stream("X: y\r\n\r\nz\r\n");
+    stream.on_call = [&] {
+      message.reset();
+      inside = true;
+      while (!go_on) std::this_thread::yield();
+    };
+    EXPECT_EQ(message->Load(&stream), S_OK);
+  });
+  while (!inside) std::this_thread::yield();
+  EXPECT_EQ(can_unload(), S_FALSE);
+  go_on = true;
+  thread.join();
+  EXPECT_EQ(can_unload(), S_OK);
 }
 
 TEST(Library, ShowsItsEntryPointsAlone) {
