@@ -151,23 +151,5 @@ TEST_F(Cli, ExitStatusTellsWhatWentWrong) {
           });
 }
 
-TEST_F(Cli, ControlCharactersOfAMessageAreEscaped) {
-  const auto nasty =
-      file("a\x1B[31m.eml",
-           "From: \"\x1B]0;owned\a\" <a@example.org>\r\nX-\x9B: \x1B[2J\r\n"
-           "Subject: \x1B[31mred\x9B\r\nContent-Type: text/plain; name=\"\x1B[5m\"\r\n"
-           "\r\n\x1B[0m\r\n");
-  const auto broken = file("b.eml", "\x1B[31m\r\n");
-  for (const char* command : {"show ", "show --json ", "headers ", "check "}) {
-    for (const auto& path : {nasty, broken}) {
-      const Outcome outcome = run(std::string("2>&1 ") + command + "'" + path.string() + "'");
-      for (const char c : outcome.text) {
-        EXPECT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= 0x20) << outcome.text;
-      }
-      EXPECT_EQ(outcome.text.find("\xC2\x9B"), std::string::npos) << outcome.text;
-    }
-  }
-}
-
 }  // namespace
 }  // namespace tallowbrook::cli
