@@ -51,17 +51,22 @@ bool is_folded(std::string_view text) {
 }
 
 std::string folded(std::string_view text) {
-  if (is_folded(text)) return std::string(text);
+  std::string result;
+  result.reserve(text.size() + 16);
+  fold(text, [&result](std::string_view piece) { result.append(piece); });
+  return result;
+}
+
+void fold(std::string_view text, const std::function<void(std::string_view)>& put) {
+  if (is_folded(text)) return put(text);
   if (text.find('\0') != std::string_view::npos) {  // a reader may pass over it
     std::string kept(text);
     std::erase(kept, '\0');
-    return folded(kept);
+    return fold(kept, put);
   }
   std::size_t stop = text.find_first_of(kLineEnds);
-  if (stop == std::string_view::npos) return std::string(text);
-  std::string result;
-  result.reserve(text.size() + 16);
-  result.append(text.substr(0, stop));
+  bool begun = stop != 0;
+  put(text.substr(0, stop));
   while (stop != std::string_view::npos) {
     const std::size_t start = past_line_end(text, stop);
     const std::string_view line_end = text.substr(stop, start - stop);
@@ -69,13 +74,13 @@ std::string folded(std::string_view text) {
     const std::string_view line = text.substr(start, std::min(stop, text.size()) - start);
     if (is_blank(line)) continue;
     if (kBlanks.find(line.front()) == std::string_view::npos) {
-      if (!result.empty()) result.append("\r\n\t");
+      if (begun) put("\r\n\t");
     } else {
-      result.append(line_end.back() == '\n' ? line_end : std::string_view("\r\n"));
+      put(line_end.back() == '\n' ? line_end : std::string_view("\r\n"));
     }
-    result.append(line);
+    put(line);
+    begun = true;
   }
-  return result;
 }
 
 std::optional<std::u16string> wide_text_of(const VARIANT& value) {

@@ -1,6 +1,7 @@
 // Header texts on their way between a host, a message and a file.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +23,8 @@ namespace tallowbrook {
 // white space follows stays as it is; one that it does not follow becomes CR LF TAB; lines of
 // blanks alone, line ends at the end and NULs go. Well-formed folded text comes back unchanged.
 [[nodiscard]] std::string folded(std::string_view text);
+// The same, handed to `put` piece by piece.
+void fold(std::string_view text, const std::function<void(std::string_view)>& put);
 // True for a text that `folded` gives back unchanged.
 [[nodiscard]] bool is_folded(std::string_view text);
 

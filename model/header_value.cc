@@ -412,6 +412,12 @@ std::string HeaderValue::AsText() const {
   }
 }
 
+HeaderValue HeaderValue::shared_text() const {
+  if (is(ValueKind::Text)) return *this;
+  if (is(ValueKind::Raw) && !as<RawBox>().stream) return as<RawBox>().text;
+  return text(AsText());
+}
+
 std::string_view HeaderValue::text_view() const {
   if (kind_ != ValueKind::Text) return {};
   if (borrowed_) return {static_cast<const char*>(p_), static_cast<std::size_t>(number_)};

@@ -128,6 +128,9 @@ class HeaderValue {
   void AppendChar(char byte);
   // The value as header text; see the kinds in the .cc file.
   [[nodiscard]] std::string AsText() const;
+  // The same as a `Text` that no change of this value reaches; nothing is copied where it is one.
+  // Empty for an empty text.
+  [[nodiscard]] HeaderValue shared_text() const;
 
   // --- Text, Integer, Character -------------------------------------------------------------
   [[nodiscard]] std::string_view text_view() const;  // empty for other kinds

@@ -13,6 +13,7 @@
 #include "model/address_list.h"
 #include "model/list_box.h"
 #include "platform/automation/variant.h"
+#include "streams/block.h"
 
 namespace tallowbrook {
 
@@ -43,7 +44,8 @@ struct HeaderValue::TextBox : Box {
   // memory of its own.
   static TextBox* grown(TextBox* box, std::size_t needed) {
     if (needed <= box->capacity) return box;
-    const std::size_t wanted = std::max<std::size_t>(needed, std::size_t{box->capacity} * 2);
+    const std::size_t spare = std::min<std::size_t>(box->capacity, kMostSpare);
+    const std::size_t wanted = std::max<std::size_t>(needed, box->capacity + spare);
     const std::size_t capacity = std::min<std::size_t>(wanted, kImmortal - sizeof(TextBox));
     if (needed > capacity) throw std::bad_alloc();
     void* memory = std::realloc(static_cast<void*>(box), sizeof(TextBox) + capacity);

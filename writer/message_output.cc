@@ -32,7 +32,7 @@ void MessageOutput::text(std::string_view bytes) {
 void MessageOutput::field(std::string_view name, std::string_view text) {
   this->text(name);
   this->text(": ");
-  this->text(is_folded(text) ? text : std::string_view(folded(text)));
+  fold(text, [this](std::string_view piece) { this->text(piece); });
   this->text("\r\n");
 }
 
@@ -45,7 +45,8 @@ void MessageOutput::field(std::string_view name, const HeaderValue& stored) {
     buffer_.append(name).append(": ").append(text).append("\r\n");
     at_line_start_ = true;
   } else {
-    field(name, std::string_view(stored.AsText()));
+    const HeaderValue own = stored.shared_text();
+    field(name, own.text_view());
   }
 }
 
