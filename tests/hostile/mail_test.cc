@@ -292,11 +292,13 @@ const Case kCases[] = {
        return {{"Content-Type: multipart/mixed; boundary=b#\r\n\r\n--b#\r\n", n},
                {"\r\nx\r\n"},
                {"--b#--\r\n", n, true}};
-     }},
+     },
+     200},
     {"NestedMultipartsWithoutEnd", 100'000,
      [](N n) -> Mail {
        return {{"Content-Type: multipart/mixed; boundary=b#\r\n\r\n--b#\r\n", n}};
-     }},
+     },
+     200},
     {"NestedMessages", 100'000,
      [](N n) -> Mail {
        return {{"Content-Type: message/rfc822\r\n\r\n", n}, {"\r\nx\r\n"}};
@@ -307,7 +309,8 @@ const Case kCases[] = {
                 "Content-Type: message/rfc822\r\n\r\n",
                 n},
                {"\r\nx\r\n"}};
-     }},
+     },
+     200},
     {"MillionParts", 1'000'000,
      [](N n) -> Mail {
        return {{kParts}, {"--b\r\n\r\nx\r\n", n}, {"--b--\r\n"}};
