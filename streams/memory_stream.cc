@@ -171,7 +171,7 @@ void CISSHelper::take(CISSHelper& source) noexcept {
     free_block(data_, capacity_);
     data_ = std::exchange(source.data_, nullptr);
     size_ = source.size_;
-    capacity_ = source.capacity_;
+    capacity_ = std::exchange(source.capacity_, 0);
     growth_count_ = source.growth_count_;
     source.Clear();
   }

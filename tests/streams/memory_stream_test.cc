@@ -130,6 +130,14 @@ TEST(MemoryStream, CopiesFromStreamsAndFromItself) {
   EXPECT_EQ(stream.size(), 0u);
   stream.write("new");
   EXPECT_EQ(stream.bytes(), "new");
+  // The pages of large content are given back once, and those that follow have their own.
+  CISSHelper large;
+  large.write(std::string(1'000'000, 'x'));
+  taker.take(large);
+  CISSHelper more[3];
+  for (CISSHelper& one : more) one.write(std::string(300'000, 'y'));
+  for (CISSHelper& one : more) EXPECT_EQ(one.bytes(), std::string(300'000, 'y'));
+  EXPECT_EQ(taker.bytes(), std::string(1'000'000, 'x'));
 }
 
 // A host's stream that leaves every query to the memory stream within.
