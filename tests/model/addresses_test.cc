@@ -7,19 +7,16 @@
 #include "model/header_text.h"
 #include "tests/model/host.h"
 
-namespace tallowbrook {
+namespace tallowbrook::test {
 namespace {
 
-using platform::ComPtr;
-using platform::Variant;
-using test::text;
 using Lines = std::vector<std::string>;
 
 ComPtr<IDispatch> new_address(std::string_view address, std::string_view name) {
   ComPtr<IDispatch> object;
   EXPECT_EQ(create_mail_address(IDispatch::kIid, object.out_void()), S_OK);
-  test::put(object.get(), u"Address", text(address));
-  test::put(object.get(), u"NameRaw", text(name));
+  put(object.get(), u"Address", text(address));
+  put(object.get(), u"NameRaw", text(name));
   return object;
 }
 
@@ -39,7 +36,7 @@ TEST(MailAddress, ShowsWhatItHolds) {
       {"caf\xE9@b", "caf\xE9@b|<caf\xE9@b>|"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(test::address_line(new_address(row.stored, "").get()), row.expected) << row.stored;
+    EXPECT_EQ(address_line(new_address(row.stored, "").get()), row.expected) << row.stored;
   }
 }
 
@@ -57,7 +54,7 @@ TEST(Addresses, SinglePut) {
   EXPECT_TRUE(put_single_address(Variant(LONG{5})).is(ValueKind::Address));
   EXPECT_EQ(laid_out(put_single_address(Variant(LONG{5}))), "(none)");
   // An object without the two properties.
-  const auto message = test::new_message();
+  const auto message = new_message();
   EXPECT_EQ(laid_out(put_single_address(Variant(static_cast<IDispatch*>(message.get())))),
             "(none)");
 }
@@ -83,16 +80,6 @@ TEST(Addresses, ListPut) {
   list->Add(text(" \r\n"));
   EXPECT_EQ(laid_out(put_address_list(listed)), " Second <a@b>\r\n     , x,y\r\n");
   EXPECT_EQ(laid_out(put_address_list(text(" , "))), "(none)");
-}
-
-TEST(Addresses, ListOfAnythingElseIsItsText) {
-  const auto lines = [](const HeaderValue& value) {
-    const Variant list = address_list(value);
-    const auto item = platform::get(list.pdispVal, u"Item", LONG{0});
-    return test::address_line(item.value.pdispVal);
-  };
-  EXPECT_EQ(lines(HeaderValue::raw("so <so>")), "<so>|<so <so>|");
-  EXPECT_EQ(lines(HeaderValue::integer(12)), "12|<12>|");
 }
 
 TEST(HeaderText, NoTextLeavesItsField) {
@@ -122,24 +109,24 @@ TEST(HeaderText, NoTextLeavesItsField) {
 }
 
 TEST(Addresses, OfAMessage) {
-  const auto message = test::loaded(
+  const auto message = loaded(
       "From: Ann <a@b>\r\nReply-To: \"R. X\" <r@x>\r\nTo: z@z, Bea <b@b>\r\nTo: c@c\r\n"
       "CC: one@x, two, @@, Three <t@t>\r\nSender: @@\r\n\r\n");
-  EXPECT_EQ(test::addresses(message.get(), u"From"), (Lines{"<a@b>|<a@b>|Ann"}));
+  EXPECT_EQ(addresses(message.get(), u"From"), (Lines{"<a@b>|<a@b>|Ann"}));
   // A clean list is sorted, and joins the field's occurrences.
-  EXPECT_EQ(test::addresses(message.get(), u"To"),
+  EXPECT_EQ(addresses(message.get(), u"To"),
             (Lines{"<b@b>|<b@b>|Bea", "c@c|<c@c>|", "z@z|<z@z>|"}));
   // One malformed piece: the order of the source, the piece as its text.
-  EXPECT_EQ(test::addresses(message.get(), u"CC"),
+  EXPECT_EQ(addresses(message.get(), u"CC"),
             (Lines{"one@x|<one@x>|", "two|<two>|", "@@|<@@>|", "<t@t>|<t@t>|Three"}));
-  EXPECT_EQ(test::addresses(message.get(), u"BCC"), (Lines{"(empty)"}));
-  const Variant reply_to = test::read(message.get(), u"ReplyTo");
-  EXPECT_EQ(test::address_line(reply_to.pdispVal), "<r@x>|<r@x>|\"R. X\"");
-  const Variant sender = test::read(message.get(), u"Sender");  // does not parse
-  EXPECT_EQ(test::address_line(sender.pdispVal), "||");
+  EXPECT_EQ(addresses(message.get(), u"BCC"), (Lines{"(empty)"}));
+  const Variant reply_to = read(message.get(), u"ReplyTo");
+  EXPECT_EQ(address_line(reply_to.pdispVal), "<r@x>|<r@x>|\"R. X\"");
+  const Variant sender = read(message.get(), u"Sender");  // does not parse
+  EXPECT_EQ(address_line(sender.pdispVal), "||");
 
   // Reading changed nothing of what is written.
-  const std::string written = test::saved(message);
+  const std::string written = saved(message);
   for (const char* line : {"From: Ann <a@b>\r\n", "To: z@z, Bea <b@b>\r\n\tc@c\r\n",
                            "cc: one@x, two, @@, Three <t@t>\r\n", "Sender: @@\r\n"}) {
     EXPECT_NE(written.find(line), std::string::npos) << line << "in\n" << written;
@@ -173,14 +160,14 @@ TEST(Addresses, OfALongList) {
                            : ", ") +
              name + (name.empty() ? "" : " ") + address;
   }
-  auto message = test::loaded(field + "\r\n\r\n");
-  const auto list = test::read(message.get(), u"To");
+  auto message = loaded(field + "\r\n\r\n");
+  const auto list = read(message.get(), u"To");
   message.reset();
   std::vector<ComPtr<IDispatch>> objects;
   for (LONG i = 0; i < static_cast<LONG>(expected.size()); ++i) {
-    objects.push_back(test::object(platform::get(list.pdispVal, u"Item", i).value));
-    if (i % 2 == 0) test::put(objects.back().get(), u"Name", text("Z"));
-    const auto again = test::object(platform::get(list.pdispVal, u"Item", i).value);
+    objects.push_back(object(platform::get(list.pdispVal, u"Item", i).value));
+    if (i % 2 == 0) put(objects.back().get(), u"Name", text("Z"));
+    const auto again = object(platform::get(list.pdispVal, u"Item", i).value);
     EXPECT_EQ(again.get(), objects.back().get());
   }
   platform::query<ICollection>(list.pdispVal)->Clear();
@@ -188,61 +175,60 @@ TEST(Addresses, OfALongList) {
   for (std::size_t i = 0; i < objects.size(); ++i, ++next) {
     const auto own = new_address(next->first, i % 2 == 0 ? "=?iso-8859-1?Q?Z?=" : next->second);
     for (const char16_t* member : {u"Address", u"RouteAddress", u"NameRaw", u"Name"}) {
-      EXPECT_EQ(test::read_text(objects[i].get(), member), test::read_text(own.get(), member))
-          << next->first;
+      EXPECT_EQ(read_text(objects[i].get(), member), read_text(own.get(), member)) << next->first;
     }
   }
 }
 
 TEST(Addresses, FieldsThatSayNothingStay) {
-  const auto message = test::loaded(
-      "To: (nobody)\r\nReply-To: (x)\r\nCC: undisclosed-recipients:;\r\nDate: (x)\r\n\r\n");
-  const std::string before = test::saved(message);
-  EXPECT_EQ(test::addresses(message.get(), u"To"), Lines{});
-  EXPECT_EQ(test::addresses(message.get(), u"To"), Lines{});
-  EXPECT_EQ(test::addresses(message.get(), u"CC"), Lines{"||undisclosed-recipients"});
-  EXPECT_EQ(test::read_text(message.get(), u"Date"), "(x)");
-  EXPECT_EQ(test::address_line(test::read(message.get(), u"ReplyTo").pdispVal), "||");
-  EXPECT_EQ(test::saved(message), before);
-  EXPECT_NE(before.find("To: (nobody)\r\n"), std::string::npos);
+  const auto message =
+      loaded("To: (nobody)\r\nReply-To: (x)\r\nCC: undisclosed-recipients:;\r\nDate: (x)\r\n\r\n");
+  const std::string before = saved(message);
+  EXPECT_EQ(addresses(message.get(), u"To"), Lines{});
+  EXPECT_EQ(addresses(message.get(), u"To"), Lines{});
+  EXPECT_EQ(addresses(message.get(), u"CC"), Lines{"||undisclosed-recipients"});
+  EXPECT_EQ(read_text(message.get(), u"Date"), "(x)");
+  EXPECT_EQ(address_line(read(message.get(), u"ReplyTo").pdispVal), "||");
+  EXPECT_EQ(saved(message), before);
+  EXPECT_TRUE(holds(before, "To: (nobody)\r\n"));
 }
 
 TEST(Addresses, ANullPathPutBackStays) {
-  const auto message = test::loaded("Return-path: <>\r\n\r\n");
-  test::put(message.get(), u"ReturnPath", test::read(message.get(), u"ReturnPath"));
-  EXPECT_NE(test::saved(message).find("Return-path: <>\r\n"), std::string::npos);
+  const auto message = loaded("Return-path: <>\r\n\r\n");
+  put(message.get(), u"ReturnPath", read(message.get(), u"ReturnPath"));
+  EXPECT_TRUE(holds(saved(message), "Return-path: <>\r\n"));
 }
 
 TEST(Addresses, PutOnAMessage) {
-  const auto message = test::new_message();
-  EXPECT_EQ(test::put(message.get(), u"To", text("B,A, A,A")), S_OK);
-  EXPECT_EQ(test::addresses(message.get(), u"To"), (Lines{"A|<A>|", "A|<A>|", "B|<B>|"}));
-  EXPECT_EQ(test::put(message.get(), u"From", text("a@b,c@d")), S_OK);
-  EXPECT_EQ(test::addresses(message.get(), u"From").size(), 1U);
+  const auto message = new_message();
+  EXPECT_EQ(put(message.get(), u"To", text("B,A, A,A")), S_OK);
+  EXPECT_EQ(addresses(message.get(), u"To"), (Lines{"A|<A>|", "A|<A>|", "B|<B>|"}));
+  EXPECT_EQ(put(message.get(), u"From", text("a@b,c@d")), S_OK);
+  EXPECT_EQ(addresses(message.get(), u"From").size(), 1U);
   // A list goes into From as a list.
-  EXPECT_EQ(test::put(message.get(), u"From", test::read(message.get(), u"To")), S_OK);
-  EXPECT_EQ(test::addresses(message.get(), u"From"), (Lines{"<A>|<A>|", "<B>|<B>|"}));
-  EXPECT_EQ(test::put(message.get(), u"CC", text("x@y\r\n\r\nBcc: evil@z")), S_OK);
-  EXPECT_NE(test::saved(message).find("cc:  x@y\r\n\tBcc: evil@z\r\n"), std::string::npos);
-  EXPECT_EQ(test::put(message.get(), u"To", Variant()), S_OK);
-  EXPECT_EQ(test::addresses(message.get(), u"To"), (Lines{"(empty)"}));
+  EXPECT_EQ(put(message.get(), u"From", read(message.get(), u"To")), S_OK);
+  EXPECT_EQ(addresses(message.get(), u"From"), (Lines{"<A>|<A>|", "<B>|<B>|"}));
+  EXPECT_EQ(put(message.get(), u"CC", text("x@y\r\n\r\nBcc: evil@z")), S_OK);
+  EXPECT_TRUE(holds(saved(message), "cc:  x@y\r\n\tBcc: evil@z\r\n"));
+  EXPECT_EQ(put(message.get(), u"To", Variant()), S_OK);
+  EXPECT_EQ(addresses(message.get(), u"To"), (Lines{"(empty)"}));
   // A name that the grammar does not read comes back as one that it does.
-  const auto dotted = test::loaded(
+  const auto dotted = loaded(
       "CC: A. B. <a@x>, \xC3\x84. <b@x>, =?utf-8?Q?=C3=84?= C. <c@x>, =?utf-8?Q?=D0=90?= D. "
       "<d@x>\r\n\r\n");
-  EXPECT_EQ(test::addresses(dotted.get(), u"CC"),
+  EXPECT_EQ(addresses(dotted.get(), u"CC"),
             (Lines{"<a@x>|<A. B. <a@x>|", "<b@x>|<\xC3\x84. <b@x>|", "<c@x>|<\xC4 C. <c@x>|",
                    "<d@x>|<=?utf-8?Q?=D0=90?= D. <d@x>|"}));
-  test::put(dotted.get(), u"To", test::read(dotted.get(), u"CC"));
-  EXPECT_EQ(test::addresses(test::loaded(test::saved(dotted)).get(), u"To"),
+  put(dotted.get(), u"To", read(dotted.get(), u"CC"));
+  EXPECT_EQ(addresses(loaded(saved(dotted)).get(), u"To"),
             (Lines{"<a@x>|<a@x>|\"A. B.\"", "<b@x>|<b@x>|\"\xC3\x84.\"",
                    "<c@x>|<c@x>|=?iso-8859-1?Q?=C4_C=2E?=", "<d@x>|<d@x>|=?UTF-8?B?0JAgRC4=?="}));
   // A group without members does not become a recipient of its name.
-  const auto group = test::loaded("CC: undisclosed-recipients:;\r\n\r\n");
-  test::put(group.get(), u"To", test::read(group.get(), u"CC"));
-  const auto again = test::loaded(test::saved(group));
-  EXPECT_EQ(test::addresses(again.get(), u"To"), (Lines{"||undisclosed-recipients"}));
+  const auto group = loaded("CC: undisclosed-recipients:;\r\n\r\n");
+  put(group.get(), u"To", read(group.get(), u"CC"));
+  const auto again = loaded(saved(group));
+  EXPECT_EQ(addresses(again.get(), u"To"), (Lines{"||undisclosed-recipients"}));
 }
 
 }  // namespace
-}  // namespace tallowbrook
+}  // namespace tallowbrook::test

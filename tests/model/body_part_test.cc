@@ -5,37 +5,14 @@
 #include "tests/support/dump.h"
 #include "tests/support/fake_message.h"
 
-namespace tallowbrook {
+namespace tallowbrook::test {
 namespace {
-
-using test::dump;
-using test::FakeMessage;
 
 HeaderValue record_with(EntryName name, HeaderValue value) {
   HeaderValue record = HeaderValue::list();
   HeaderValue entry = find_or_add_entry(record, name);
   entry.element(kEntryValue) = std::move(value);
   return record;
-}
-
-TEST(BodyPart, MapsNamesToNumbers) {
-  const struct {
-    HeaderValue (*by_name)(std::string_view);
-    const char* name;
-    const char* printed;
-  } kRows[] = {
-      {major_from_name, "MultiPart", "0"},     {major_from_name, "message", "6"},
-      {major_from_name, "font", "\"font\""},   {minor_from_name, "HTML", "1"},
-      {minor_from_name, "octet-string", "0"},  {minor_from_name, "jpg", "1"},
-      {minor_from_name, "external-body", "2"}, {minor_from_name, "pdf", "\"pdf\""},
-      {encoding_from_name, "8BIT", "3"},       {encoding_from_name, "Quoted", "1"},
-      {encoding_from_name, "uuencode", "0"},
-  };
-  for (const auto& row : kRows) EXPECT_EQ(dump(row.by_name(row.name)), row.printed) << row.name;
-  EXPECT_EQ(minor_name(2, 1), "jpeg");
-  EXPECT_EQ(minor_name(1, 2), "");
-  EXPECT_EQ(minor_name(4, -1), "");
-  EXPECT_EQ(encoding_name(5), "");
 }
 
 TEST(BodyPart, QuotesAndUnquotes) {
@@ -60,27 +37,12 @@ TEST(BodyPart, QuotesAndUnquotes) {
   }
 }
 
-TEST(BodyPart, FindsFieldsByNameAndStopsAtMalformedEntries) {
-  HeaderValue record = HeaderValue::list();
-  EXPECT_FALSE(find_entry(record, EntryName::ContentID).is_set());
-  EXPECT_EQ(record.size(), 0u) << "a lookup changes nothing";
-  find_or_add_extension(record, "X-One").element(kEntryValue).element(1) = HeaderValue::raw("1");
-  EXPECT_EQ(dump(find_extension(record, "x-ONE")[kEntryValue][1]), "raw \"1\"");
-  EXPECT_FALSE(find_extension(record, "X-Two").is_set());
-  record.element(kPartFields).push_back(HeaderValue::list(HeaderValue::text("content-id"), {}));
-  EXPECT_FALSE(find_entry(record, EntryName::ContentID).is_set()) << "names are exact";
-  record.element(kPartFields).push_back(HeaderValue::list());
-  record.element(kPartFields)
-      .push_back(HeaderValue::list(entry_name(EntryName::ContentID), HeaderValue::text("<a>")));
-  EXPECT_FALSE(field_value(record, EntryName::ContentID).is_set()) << "behind a malformed entry";
-}
-
 // Of two Content-Types the parser takes the multipart for the body: so do lookups.
 TEST(BodyPart, ABodyOfChildrenHasTheTypeOfAMultipart) {
   MessageStore store;
-  ASSERT_EQ(test::load("Content-Type: text/plain\r\nContent-Type: multipart/mixed; boundary=b\r\n"
-                       "\r\n--b\r\n\r\nx\r\n--b--\r\n",
-                       store),
+  ASSERT_EQ(load("Content-Type: text/plain\r\nContent-Type: multipart/mixed; boundary=b\r\n"
+                 "\r\n--b\r\n\r\nx\r\n--b--\r\n",
+                 store),
             S_OK);
   EXPECT_TRUE(is_multipart(store.root));
   EXPECT_EQ(boundary_text(find_entry(store.root, EntryName::ContentType)[kEntryValue]), "b");
@@ -153,4 +115,4 @@ TEST(BodyPart, GivesMultipartsOneUsableBoundary) {
 }
 
 }  // namespace
-}  // namespace tallowbrook
+}  // namespace tallowbrook::test

@@ -74,13 +74,11 @@ TEST(Embedded, EditsReachEveryLevel) {
   // The first change brings the lines around the parts into the writer's form.
   put_subject(level4, "level 4");
   const std::string written = saved(message);
-  EXPECT_NE(written.find("\r\n\r\n..\r\nend\r\n--b3--\r\n\r\n--b2--\r\n\r\n--b1--\r\n"),
-            std::string::npos)
-      << written;
+  EXPECT_TRUE(holds(written, "\r\n\r\n..\r\nend\r\n--b3--\r\n\r\n--b2--\r\n\r\n--b1--\r\n"));
   for (const char* name : {"changed 4", "longer 44"}) {
     put_subject(level4, name);
-    EXPECT_NE(content(part3).find(std::string("Subject: ") + name), std::string::npos);
-    EXPECT_NE(content(part2).find(std::string("Subject: ") + name), std::string::npos);
+    EXPECT_TRUE(holds(content(part3), std::string("Subject: ") + name));
+    EXPECT_TRUE(holds(content(part2), std::string("Subject: ") + name));
     std::string expected = written;
     expected.replace(expected.find("level 4"), 7, name);
     EXPECT_EQ(saved(message), expected);
@@ -89,7 +87,7 @@ TEST(Embedded, EditsReachEveryLevel) {
   // Parts inside tell as well: the text of level 3, and its children.
   const Object body3 = item(part3, 0);
   EXPECT_EQ(put(item(body3, 0).get(), u"Value", text("new text")), S_OK);
-  EXPECT_NE(saved(message).find("\r\nnew text\r\n"), std::string::npos);
+  EXPECT_TRUE(holds(saved(message), "\r\nnew text\r\n"));
   const std::string with_text = saved(message);
   EXPECT_EQ(platform::call(body3.get(), u"AddNew").status, S_OK);
   EXPECT_NE(saved(message), with_text);
@@ -126,7 +124,7 @@ TEST(Embedded, ReadingOneMessageParsesOne) {
   // A stream that cannot be emptied stays as it is; the part has one of its own from then on.
   put_subject(shown, "own");
   EXPECT_EQ(streams[1].content, inner);
-  EXPECT_NE(content(part).find("Subject: own\r\n"), std::string::npos);
+  EXPECT_TRUE(holds(content(part), "Subject: own\r\n"));
   EXPECT_EQ(streams[1].references, 1);
   // One that cannot be read holds no message.
   streams[2].reads_before_failure = 0;
@@ -139,7 +137,7 @@ TEST(Embedded, ViewsKeepTheMessage) {
   // Nothing but the part of the inner message is held.
   const Object text_part = item(item(body(message), 1), 0);
   EXPECT_EQ(put(text_part.get(), u"Description", text("described")), S_OK);
-  EXPECT_NE(saved(message).find("Content-Description: described\r\n"), std::string::npos);
+  EXPECT_TRUE(holds(saved(message), "Content-Description: described\r\n"));
   const Object inner = embedded(item(body(message), 1));
   EXPECT_EQ(read_text(body(inner).get(), u"Description"), "described");
 }
@@ -175,7 +173,7 @@ TEST(Embedded, WritesThroughToAHostsStream) {
   const auto stream = CISSHelper::create_with("Subject: mine\r\n\r\nx\r\n");
   import(part, stream.get(), true);
   put_subject(embedded(part), "edited");
-  EXPECT_NE(stream->bytes().find("Subject: edited\r\n"), std::string::npos);
+  EXPECT_TRUE(holds(stream->bytes(), "Subject: edited\r\n"));
   EXPECT_TRUE(stream->bytes().ends_with("\r\n\r\nx\r\n"));
   EXPECT_NE(saved(message).find(stream->bytes()), std::string::npos);
 }
@@ -187,7 +185,7 @@ TEST(Embedded, DotLinesOfImportedMessages) {
   const auto inner_text = [](const Object& of) { return content(body(embedded(of))); };
   EXPECT_EQ(inner_text(part), "a\n..\n..\n.b\nc\n");
   const std::string once = saved(message);
-  EXPECT_NE(once.find("\r\n\r\na\r\n..\r\n..\r\n.b\r\nc\r\n--b1--"), std::string::npos) << once;
+  EXPECT_TRUE(holds(once, "\r\n\r\na\r\n..\r\n..\r\n.b\r\nc\r\n--b1--"));
   put_subject(embedded(part), "s");
   EXPECT_EQ(saved(message), once);
   const auto again = loaded(once);

@@ -38,7 +38,10 @@ constexpr std::string_view kOuter =
     "To: e@f\r\nSubject: inner\r\nX-Inner: x\r\n\r\ninner text\r\n"
     "--o--\r\n";
 
-constexpr const char16_t* kRead[] = {u"Count",
+// Reads and edits whatever the object has; each kind knows some of the names.
+void use(const Object& held) {
+  IDispatch* const target = held.get();
+  for (const char16_t* const name : {u"Count",
                                      u"MajorContentType",
                                      u"MinorContentType",
                                      u"Major",
@@ -59,21 +62,18 @@ constexpr const char16_t* kRead[] = {u"Count",
                                      u"ContentType",
                                      u"ContentDisposition",
                                      u"EmbeddedMessage",
-                                     u"_NewEnum"};
-constexpr const char16_t* kPut[] = {u"Name",     u"Description", u"Value", u"Charset",
-                                    u"Encoding", u"FileName",    u"Minor", u"SubjectRaw",
-                                    u"Date",     u"To"};
-
-// Reads and edits whatever the object has; each kind knows some of the names.
-void use(const Object& held) {
-  IDispatch* const target = held.get();
-  for (const char16_t* const name : kRead) (void)platform::get(target, name);
+                                     u"_NewEnum"}) {
+    (void)platform::get(target, name);
+  }
   for (const LONG index : {0, 1}) {
     const Variant found = platform::get(target, u"Item", index).value;
     if (found.vt == VT_DISPATCH) (void)platform::get(found.pdispVal, u"Count");
     (void)platform::get(target, u"ParameterName", index);
   }
-  for (const char16_t* const name : kPut) (void)platform::put(target, name, text("used"));
+  for (const char16_t* const name : {u"Name", u"Description", u"Value", u"Charset", u"Encoding",
+                                     u"FileName", u"Minor", u"SubjectRaw", u"Date", u"To"}) {
+    (void)platform::put(target, name, text("used"));
+  }
   (void)platform::call(target, u"Modify", text("name"), text("used"), Variant::boolean(true));
   (void)platform::call(target, u"AddNew");
   (void)platform::call(target, u"Remove", LONG{0});
@@ -190,6 +190,25 @@ TEST(Handles, StayUsableWhateverIsGone) {
       }
       for (const auto& items : held.enumerators) use(*items);
     }
+  }
+}
+
+TEST(Handles, EditsOfARemovedPartReachNoMessage) {
+  for (const bool all : {false, true}) {
+    const auto message = loaded(kOuter);
+    const Object root = object(message, u"Body");
+    const Object part = item(root, 0);
+    std::vector<Object> views{part, object(part, u"Fields")};
+    for (const char16_t* const name : {u"ContentType", u"ContentDisposition"}) {
+      views.push_back(object(part, name));
+      views.push_back(object(views.back(), u"Parameters"));
+    }
+    const auto outcome =
+        all ? platform::call(root.get(), u"Clear") : platform::call(root.get(), u"Remove", LONG{0});
+    EXPECT_EQ(outcome.status, S_OK);
+    const std::string before = saved(message);
+    for (; !views.empty(); views.pop_back()) use(views.back());
+    EXPECT_EQ(saved(message), before);
   }
 }
 

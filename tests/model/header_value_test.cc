@@ -26,58 +26,40 @@ std::vector<std::int32_t> contents(const HeaderValue& list) {
   return result;
 }
 
-// Every place of removal, with pushes between, against a plain vector.
-TEST(HeaderValue, ListsLoseElementsAnywhere) {
-  for (std::size_t stride = 0; stride < 7; ++stride) {
-    HeaderValue list = numbers(40);
-    std::vector<std::int32_t> model = contents(list);
-    for (int i = 0; i < 60; ++i) {
-      if (i % 3 == 2) {
-        list.push_back(HeaderValue::integer(1000 + i));
-        model.push_back(1000 + i);
-      }
-      const std::size_t at = (stride * static_cast<std::size_t>(i)) % model.size();
-      list.erase_element(at);
-      model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
-      ASSERT_EQ(contents(list), model) << stride << " " << i;
-    }
-    list.clear_elements();
-    EXPECT_EQ(list.size(), 0U);
-    list.push_back(HeaderValue::integer(1));
-    EXPECT_EQ(list[0].number(), 1);
-  }
-}
-
 // Few of them, so that they meet.
 std::size_t number_hash(const HeaderValue& element) {
   return static_cast<std::size_t>(element.number() % 500);
 }
 
-// The same of a list so long that it keeps an order of its slots, looked up in by hash.
-TEST(HeaderValue, LongListsLoseElementsAnywhere) {
+// Elements that come, go from every place and are looked up by hash, against a plain vector: of a
+// short list, and of one so long that it keeps an order of its slots.
+TEST(HeaderValue, ListsLoseElementsAnywhere) {
   std::mt19937 random(2);
-  HeaderValue list = numbers(4000);
-  std::vector<std::int32_t> model = contents(list);
-  for (int round = 0; round < 7000; ++round) {
-    const auto number = static_cast<std::int32_t>(random() % 6000);
-    const auto found = std::find(model.begin(), model.end(), number);
-    if (round > 500) {
-      const HeaderValue wanted = HeaderValue::integer(number);
-      const std::size_t at = list.find_hashed(
-          number_hash(wanted), number_hash,
-          [number](const HeaderValue& element) { return element.is_integer(number); });
-      ASSERT_EQ(at, static_cast<std::size_t>(found - model.begin()));
-    }
-    if (round % 5 == 0) {
-      list.push_back(HeaderValue::integer(number));
-      model.push_back(number);
-    } else if (!model.empty()) {
-      const std::size_t at = found != model.end() ? static_cast<std::size_t>(found - model.begin())
-                                                  : random() % model.size();
-      list.erase_element(at);
-      model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
-    }
-    if (round % 100 == 0) {
+  for (const int size : {40, 4000}) {
+    HeaderValue list = numbers(size);
+    std::vector<std::int32_t> model = contents(list);
+    for (int round = 0; round < 7000; ++round) {
+      const auto number = static_cast<std::int32_t>(random() % 6000);
+      const auto found = std::find(model.begin(), model.end(), number);
+      if (round > 500) {
+        const HeaderValue wanted = HeaderValue::integer(number);
+        const std::size_t at = list.find_hashed(
+            number_hash(wanted), number_hash,
+            [number](const HeaderValue& element) { return element.is_integer(number); });
+        ASSERT_EQ(at, static_cast<std::size_t>(found - model.begin()));
+      }
+      const bool grows = size > 1000 ? round % 5 == 0 : model.size() < 40 || round % 3 == 0;
+      if (grows) {
+        list.push_back(HeaderValue::integer(number));
+        model.push_back(number);
+      } else if (!model.empty()) {
+        const std::size_t at = found != model.end()
+                                   ? static_cast<std::size_t>(found - model.begin())
+                                   : random() % model.size();
+        list.erase_element(at);
+        model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+      }
+      if (size > 1000 && round % 100 != 0) continue;
       ASSERT_EQ(contents(list), model) << round;
       HeaderValue copy = list;
       copy.push_back(HeaderValue::integer(0));

@@ -3,16 +3,11 @@
 
 #include "tests/model/host.h"
 
-namespace tallowbrook {
+namespace tallowbrook::test {
 namespace {
 
-using platform::ComPtr;
-using platform::Variant;
-using test::item;
-using test::object;
-
 std::u16string wide_of(IDispatch* object, std::u16string_view name) {
-  const Variant value = test::read(object, name);
+  const Variant value = read(object, name);
   EXPECT_EQ(value.vt, VT_BSTR) << to_ansi(name);
   return std::u16string(value.text());
 }
@@ -28,19 +23,19 @@ const std::u16string kTexts[] = {
 TEST(HeaderWords, PutsReadBackNowAndAfterALoad) {
   for (const char16_t* charset : {u"", u"utf-8"}) {
     for (const std::u16string& text : kTexts) {
-      const auto message = test::new_message();
-      EXPECT_EQ(test::put(message.get(), u"Charset", Variant(charset)), S_OK);
-      EXPECT_EQ(test::put(message.get(), u"Subject", Variant(text)), S_OK);
+      const auto message = new_message();
+      EXPECT_EQ(put(message.get(), u"Charset", Variant(charset)), S_OK);
+      EXPECT_EQ(put(message.get(), u"Subject", Variant(text)), S_OK);
       const auto body = object(message, u"Body");
-      EXPECT_EQ(test::put(body.get(), u"FileName", Variant(text)), S_OK);
+      EXPECT_EQ(put(body.get(), u"FileName", Variant(text)), S_OK);
       EXPECT_EQ(wide_of(message.get(), u"Subject"), text);
       EXPECT_EQ(wide_of(body.get(), u"Name"), text);
       EXPECT_EQ(wide_of(body.get(), u"FileName"), text);
-      test::put(body.get(), u"Value", Variant(u"x"));
-      const auto again = test::loaded(test::saved(message));
+      put(body.get(), u"Value", Variant(u"x"));
+      const auto again = loaded(saved(message));
       EXPECT_EQ(wide_of(again.get(), u"Subject"), text);
       const auto part = object(again, u"Body");
-      EXPECT_EQ(wide_of(part.get(), u"Name"), text) << test::saved(message);
+      EXPECT_EQ(wide_of(part.get(), u"Name"), text) << saved(message);
       EXPECT_EQ(wide_of(part.get(), u"FileName"), text);
     }
   }
@@ -50,10 +45,10 @@ TEST(HeaderWords, DisplayNames) {
   ComPtr<IDispatch> address;
   EXPECT_EQ(create_mail_address(IDispatch::kIid, address.out_void()), S_OK);
   for (const std::u16string& text : kTexts) {
-    EXPECT_EQ(test::put(address.get(), u"Name", Variant(text)), S_OK);
+    EXPECT_EQ(put(address.get(), u"Name", Variant(text)), S_OK);
     EXPECT_EQ(wide_of(address.get(), u"Name"), text);
   }
-  const auto message = test::loaded(
+  const auto message = loaded(
       "To: =?iso-8859-1?Q?J=F6?= =?utf-8?B?cmc=?= <a@b>, \"Doe, =?utf-8?Q?J=C3=B6?=\" "
       "<c@d>\r\n\r\n");
   const auto list = object(message, u"To");
@@ -65,12 +60,12 @@ TEST(HeaderWords, DisplayNames) {
 }
 
 TEST(HeaderWords, ParametersKeepTheirQuotesAndTheBoundaryIsPlain) {
-  const auto message = test::loaded(
+  const auto message = loaded(
       "Content-Type: multipart/mixed; boundary=\"=?us-ascii?Q?a_b?=\"\r\n\r\n"
       "--a b\r\nContent-Type: text/plain; name=\"=?utf-8?Q?=C3=A9?=.txt\"\r\n\r\none\r\n--a "
       "b--\r\n");
   const auto body = object(message, u"Body");
-  EXPECT_EQ(test::read(body.get(), u"Count").lVal, 1);
+  EXPECT_EQ(read(body.get(), u"Count").lVal, 1);
   const auto part = item(body, 0);
   EXPECT_EQ(wide_of(part.get(), u"Name"), u"\u00E9.txt");
   const auto type = object(part, u"ContentType");
@@ -85,10 +80,8 @@ TEST(HeaderWords, ParametersKeepTheirQuotesAndTheBoundaryIsPlain) {
       platform::call(root_parameters.get(), u"Modify", Variant(u"boundary"), Variant(u"new b"))
           .status,
       S_OK);
-  const std::string saved = test::saved(message);
-  EXPECT_NE(saved.find("boundary=\"new b\""), std::string::npos) << saved;
-  EXPECT_NE(saved.find("\r\n--new b--"), std::string::npos) << saved;
+  EXPECT_TRUE(holds(saved(message), "boundary=\"new b\"", "\r\n--new b--"));
 }
 
 }  // namespace
-}  // namespace tallowbrook
+}  // namespace tallowbrook::test

@@ -11,6 +11,7 @@
 
 #include "core/creators.h"
 #include "core/text.h"
+#include "model/mime_decoder.h"
 #include "platform/automation/late_bound.h"
 #include "streams/memory_stream.h"
 #include "tallowbrook/collections.h"
@@ -44,10 +45,32 @@ inline std::string saved(const ComPtr<IMimeDecoder>& message) {
   return std::string(stream->bytes());
 }
 
+inline MessageStore& store_of(const ComPtr<IMimeDecoder>& message) {
+  return static_cast<CMimeDecoder&>(*message).store();
+}
+
+// Whether each of `pieces` stands somewhere in `text`.
+template <class... Pieces>
+::testing::AssertionResult holds(std::string_view text, const Pieces&... pieces) {
+  for (const std::string_view piece : {std::string_view(pieces)...}) {
+    if (text.find(piece) != text.npos) continue;
+    return ::testing::AssertionFailure() << piece << "\nis not in\n" << text;
+  }
+  return ::testing::AssertionSuccess();
+}
+
 inline Variant read(IDispatch* object, std::u16string_view name) {
   auto outcome = platform::get(object, name);
   EXPECT_EQ(outcome.status, S_OK) << to_ansi(name);
   return std::move(outcome.value);
+}
+
+// A property as text: 12, "text", - for an empty one, "object".
+inline std::string shown(IDispatch* object, std::u16string_view name) {
+  const Variant value = read(object, name);
+  if (value.vt == VT_BSTR) return '"' + to_ansi(value.text()) + '"';
+  if (value.vt == VT_I4) return std::to_string(value.lVal);
+  return value.vt == VT_EMPTY ? "-" : value.vt == VT_DISPATCH ? "object" : "?";
 }
 
 inline std::string read_text(IDispatch* object, std::u16string_view name) {

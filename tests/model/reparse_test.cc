@@ -6,11 +6,9 @@
 #include "parser/load.h"
 #include "tests/model/host.h"
 
-namespace tallowbrook {
+namespace tallowbrook::test {
 namespace {
 
-using platform::ComPtr;
-using platform::Variant;
 using Lines = std::vector<std::string>;
 
 // A message that parses like the real one, and lets a test do something while it waits.
@@ -142,4 +140,4 @@ TEST(Reparse, OccurrencesMeetAFieldThatWasReadDuringItsLoad) {
 }
 
 }  // namespace
-}  // namespace tallowbrook
+}  // namespace tallowbrook::test

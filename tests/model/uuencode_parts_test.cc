@@ -5,32 +5,26 @@
 
 #include "model/body_part.h"
 #include "model/header_text.h"
-#include "model/message_store.h"
-#include "model/mime_decoder.h"
 #include "platform/kernel/code_page.h"
-#include "streams/memory_stream.h"
+#include "tests/model/host.h"
 #include "tests/support/dump.h"
 
-namespace tallowbrook {
+namespace tallowbrook::test {
 namespace {
-
-using platform::ComPtr;
 
 const std::string kCat = "begin 644 cat.txt\r\n#0V%T\r\n`\r\nend\r\n";
 const std::string kDog = "Begin 600 my \"dog\".bin \r\n#1&]G\r\n`\r\nEND\r\n";
 
-ComPtr<CMimeDecoder> loaded(const std::string& text) {
-  const auto message = ComPtr<CMimeDecoder>::adopt(new CMimeDecoder);
+ComPtr<IMimeDecoder> loaded_raw(const std::string& source) {
+  const auto message = new_message();
   EXPECT_EQ(message->put_CollectRawStream(VARIANT_TRUE), S_OK);
-  EXPECT_EQ(message->Load(CISSHelper::create_with(text).get()), S_OK);
-  EXPECT_EQ(message->IsDirty(), S_FALSE);
-  const auto copy = CISSHelper::create();
-  EXPECT_EQ(message->Save(copy.get(), FALSE), S_OK);
-  EXPECT_EQ(copy->bytes(), text) << "the raw copy";
+  EXPECT_EQ(load(message, source), S_OK);
+  EXPECT_FALSE(is_dirty(message));
+  EXPECT_EQ(saved(message), source) << "the raw copy";
   return message;
 }
 
-std::string shown(const HeaderValue& parameters, std::string_view name) {
+std::string parameter(const HeaderValue& parameters, std::string_view name) {
   const HeaderValue* text = find_parameter(parameters, name);
   if (text == nullptr) return "none";
   return platform::narrow(CP_UTF8, decode_header_text(unquoted(text->text_view())));
@@ -39,19 +33,19 @@ std::string shown(const HeaderValue& parameters, std::string_view name) {
 // A line for each child: type and encoding, the charset or both names, the content. The body alone
 // when there are no children.
 std::string tree(const std::string& text) {
-  const auto message = loaded("Subject: s\r\n" + text + ".\r\n");
-  const HeaderValue& body = message->store().root[kPartBody];
+  const auto message = loaded_raw("Subject: s\r\n" + text + ".\r\n");
+  const HeaderValue& body = store_of(message).root[kPartBody];
   if (!body.is(ValueKind::List)) return body.raw_text();
   std::string lines;
   for (std::size_t i = 0; i < body.size(); ++i) {
     const HeaderValue& type = field_value(body[i], EntryName::ContentType);
-    lines += test::dump(type[kTypeMajor]) + '/' + test::dump(type[kTypeMinor]) + ' ' +
-             test::dump(field_value(body[i], EntryName::ContentTransferEncoding)) + ' ';
+    lines += dump(type[kTypeMajor]) + '/' + dump(type[kTypeMinor]) + ' ' +
+             dump(field_value(body[i], EntryName::ContentTransferEncoding)) + ' ';
     const HeaderValue& names = type[kTypeParameters];
     const HeaderValue& disposition = field_value(body[i], EntryName::ContentDisposition);
-    lines += is_decoded(body[i]) ? disposition[0].AsText() + ' ' + shown(names, "name") + ' ' +
-                                       shown(disposition[kDispositionParameters], "filename")
-                                 : shown(names, "charset") + ' ' + shown(names, "format");
+    lines += is_decoded(body[i]) ? disposition[0].AsText() + ' ' + parameter(names, "name") + ' ' +
+                                       parameter(disposition[kDispositionParameters], "filename")
+                                 : parameter(names, "charset") + ' ' + parameter(names, "format");
     lines += ": " + body[i][kPartBody].raw_text() + "|\n";
   }
   return lines;
@@ -97,23 +91,17 @@ TEST(UuencodeParts, WhatIsNoBlockIsText) {
 }
 
 TEST(UuencodeParts, TheRootIsWrittenAsItsNewTree) {
-  const auto message = loaded(
+  const auto message = loaded_raw(
       "Subject: s\r\nContent-Type: text/plain; charset=koi8-r\r\nX-Keep: k\r\n"
       "Content-Transfer-Encoding: 8bit\r\n\r\nsee\r\n" +
       kCat + ".\r\n");
-  message->NotifyChanged();
-  const auto copy = CISSHelper::create();
-  EXPECT_EQ(message->Save(copy.get(), FALSE), S_OK);
-  const auto again = ComPtr<CMimeDecoder>::adopt(new CMimeDecoder);
-  copy->rewind();
-  ASSERT_EQ(again->Load(copy.get()), S_OK);
-  const HeaderValue& root = again->store().root;
-  ASSERT_EQ(root[kPartBody].size(), 2U) << copy->bytes();
-  EXPECT_EQ(copy->bytes().find("8bit"), copy->bytes().rfind("8bit"));
-  EXPECT_EQ(copy->bytes().find("koi8-r"), copy->bytes().rfind("koi8-r"));
-  EXPECT_NE(copy->bytes().find("\r\nQ2F0\r\n"), copy->bytes().npos) << copy->bytes();
-  EXPECT_NE(copy->bytes().find("X-Keep: k"), copy->bytes().npos);
+  static_cast<CMimeDecoder&>(*message).NotifyChanged();
+  const std::string written = saved(message);
+  ASSERT_EQ(store_of(loaded(written)).root[kPartBody].size(), 2U) << written;
+  EXPECT_EQ(written.find("8bit"), written.rfind("8bit"));
+  EXPECT_EQ(written.find("koi8-r"), written.rfind("koi8-r"));
+  EXPECT_TRUE(holds(written, "\r\nQ2F0\r\n", "X-Keep: k"));
 }
 
 }  // namespace
-}  // namespace tallowbrook
+}  // namespace tallowbrook::test
