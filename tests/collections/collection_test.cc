@@ -92,12 +92,7 @@ TEST(Collection, AddressesItemsByPosition) {
 
 TEST(Collection, AnswersLateCalls) {
   const auto list = new_collection();
-  Variant id(1);
   Variant value(2);
-  EXPECT_EQ(platform::call(list.get(), u"ItemID", 0, Variant::by_reference(&id),
-                           Variant::by_reference(&value))
-                .status,
-            E_NOTIMPL);
   OLECHAR count[] = u"Count";
   OLECHAR* names[] = {count};
   DISPID member = 7;
@@ -250,17 +245,15 @@ TEST(CollectionPersistence, ValuesSurvive) {
   const auto list = mixed_collection();
   const std::string bytes = saved(*list);
   EXPECT_EQ(bytes[0], 9);
+  const VARTYPE kTypes[] = {VT_I4, VT_BSTR, VT_DATE, VT_BOOL, VT_UNKNOWN, VT_NULL, VT_EMPTY};
   for (const ULONG step : {1u, 7u, 4096u}) {
     const auto copy = loaded(bytes, step);
     ASSERT_EQ(count_of(*copy), 7);
+    for (LONG i = 0; i < 7; ++i) EXPECT_EQ(item(*copy, i).vt, kTypes[i]);
     EXPECT_EQ(item(*copy, 0).lVal, -7);
     EXPECT_EQ(item(*copy, 1).text(), std::u16string_view(u"a\0\x20AC", 3));
-    EXPECT_EQ(item(*copy, 2).vt, VT_DATE);
     EXPECT_EQ(item(*copy, 2).date, 36526.75);
     EXPECT_EQ(item(*copy, 3).boolVal, VARIANT_TRUE);
-    EXPECT_EQ(item(*copy, 4).vt, VT_UNKNOWN);
-    EXPECT_EQ(item(*copy, 5).vt, VT_NULL);
-    EXPECT_EQ(item(*copy, 6).vt, VT_EMPTY);
   }
   list->Clear();  // it held itself
 }

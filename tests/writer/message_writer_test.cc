@@ -173,34 +173,5 @@ TEST(MessageWriter, SavesWhatLoadsAgain) {
   }
 }
 
-TEST(MessageWriter, WritesEditsThatLoadAgain) {
-  FakeMessage message;
-  put_date(message.data);
-  const auto root = make_root_body(message.data, message.link);
-  ASSERT_EQ(root->put_MajorContentType(platform::Variant(u"multipart")), S_OK);
-  ASSERT_EQ(root->AddNew(nullptr), S_OK);
-  platform::ComPtr<IDispatch> child;
-  ASSERT_EQ(root->AddNew(child.out()), S_OK);
-  auto& part = static_cast<CMimeBody&>(*child);
-  EXPECT_EQ(part.put_Encoding(platform::Variant(u"base64")), S_OK);
-  EXPECT_EQ(part.put_FileName(platform::Bstr(u"a \"b\".bin").get()), S_OK);
-  EXPECT_EQ(part.put_Value(platform::Bstr(u"content").get()), S_OK);
-  EXPECT_EQ(part.put_ExtField(platform::Bstr(u"X-A").get(), platform::Variant(u"a\nTo: b")), S_OK);
-  const std::string first = message.saved();
-  FakeMessage again;
-  ASSERT_EQ(load(first, again.data), S_OK) << first << test::take_error_text();
-  EXPECT_EQ(again.saved(), first);
-  const auto loaded = make_root_body(again.data, again.link);
-  ASSERT_EQ(loaded->get_Item(1, child.out()), S_OK) << first;
-  auto& read = static_cast<CMimeBody&>(*child);
-  platform::Bstr name;
-  EXPECT_EQ(read.get_FileName(name.out()), S_OK);
-  EXPECT_EQ(name.view(), u"a \"b\".bin");
-  EXPECT_EQ(read.get_Name(name.out()), S_OK);
-  EXPECT_EQ(name.view(), u"a \"b\".bin");
-  EXPECT_EQ(read.get_Value(name.out()), S_OK);
-  EXPECT_EQ(name.view(), u"content");
-}
-
 }  // namespace
 }  // namespace tallowbrook
