@@ -5,11 +5,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iterator>
-#include <map>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -18,6 +15,7 @@
 
 #include "model/body_part.h"
 #include "tallowbrook/mime_body.h"
+#include "tests/model/corpus.h"
 #include "tests/model/host.h"
 #include "tests/support/dump.h"
 
@@ -30,23 +28,8 @@ using Lines = std::vector<std::string>;
 
 class Corpus : public ::testing::Test {
  protected:
-  // Name to bytes.
-  static const std::map<std::string, std::string>& messages() {
-    static const auto kMessages = [] {
-      std::map<std::string, std::string> all;
-      const auto folder = std::filesystem::path(TALLOWBROOK_SOURCE_DIR) / "../shared/corpus";
-      std::error_code missing;
-      for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
-        if (entry.path().extension() != ".eml") continue;
-        std::ifstream file(entry.path(), std::ios::binary);
-        all[entry.path().filename()] = {std::istreambuf_iterator<char>(file), {}};
-      }
-      return all;
-    }();
-    return kMessages;
-  }
   void SetUp() override {
-    if (messages().empty()) GTEST_SKIP() << "no corpus beside the project";
+    if (corpus().empty()) GTEST_SKIP() << "no corpus beside the project";
   }
   void TearDown() override { (void)take_error_text(); }
 };
@@ -97,7 +80,7 @@ void read_everything(const Message& message) {
 
 TEST_F(Corpus, SavesStayTheSameAndReadingChangesNothing) {
   int loaded_messages = 0;
-  for (const auto& [name, text] : messages()) {
+  for (const auto& [name, text] : corpus()) {
     SCOPED_TRACE(name);
     const auto message = load_message(text);
     if (!message) {
@@ -115,7 +98,7 @@ TEST_F(Corpus, SavesStayTheSameAndReadingChangesNothing) {
 
 // One message has a line "." inside, which ends the data: its copy ends with the block of it.
 TEST_F(Corpus, RawCopyIsTheFile) {
-  for (const auto& [name, text] : messages()) {
+  for (const auto& [name, text] : corpus()) {
     const auto message = new_message();
     message->put_CollectRawStream(VARIANT_TRUE);
     if (FAILED(load(message, text))) continue;
@@ -131,7 +114,7 @@ TEST_F(Corpus, ThirtyTwoThreads) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 32; ++i) {
     threads.emplace_back([&loads] {
-      for (const auto& [name, text] : messages()) {
+      for (const auto& [name, text] : corpus()) {
         const auto message = new_message();
         if (SUCCEEDED(load(message, text))) ++loads;
         (void)platform::get(message.get(), u"To");
@@ -157,7 +140,7 @@ std::string as_sent(std::string_view bytes) {
 
 // A save and a load alone: every part's content as it was sent.
 TEST_F(Corpus, ASaveKeepsEveryContent) {
-  for (const auto& [name, bytes] : messages()) {
+  for (const auto& [name, bytes] : corpus()) {
     SCOPED_TRACE(name);
     const auto message = load_message(as_sent(bytes));
     if (!message) continue;
@@ -282,7 +265,7 @@ bool begins_with_one_of(std::string line, const Lines& beginnings) {
 TEST_F(Corpus, AnEditChangesWhatItSaysAndNothingElse) {
   for (const Edit& edit : kEdits) {
     int edited = 0;
-    for (const auto& [name, bytes] : messages()) {
+    for (const auto& [name, bytes] : corpus()) {
       SCOPED_TRACE(name + ", " + edit.name);
       const auto message = load_message(bytes);
       if (!message) continue;
