@@ -188,10 +188,6 @@ TEST_F(BrowserTest, ScrollsAroundTheCursor) {
   EXPECT_EQ(browser_->screen(1, 80).size(), 6U) << "one row is always shown";
 }
 
-TEST(NodeTree, TellsOfAFolderThatCannotBeRead) {
-  EXPECT_THROW(NodeTree("/nowhere/at/all"), std::runtime_error);
-}
-
 TEST(Keyboard, TakesKeysFromBytesInAnyPieces) {
   const std::string bytes = "a\xC3\xBC\x1B[A\x1BOB\x1B[3~\x1B[1;5C\r\x7F\x15\x03\x02z";
   const auto kinds = [](const std::vector<Key>& keys) {

@@ -19,6 +19,15 @@ struct Trouble {
     const int call = calls++;
     return call >= first && call <= last;
   }
+  // Gives out a Host around what `call` puts into its argument.
+  template <class Host, class I, class Call>
+  HRESULT wrap(I** out, Call&& call) {
+    if (strikes()) return status;
+    platform::ComPtr<I> made;
+    const HRESULT outcome = call(made.out());
+    if (SUCCEEDED(outcome)) *out = make_object<Host>(made, *this).detach();
+    return outcome;
+  }
 };
 
 class HostElements final : public Object<Shared, IEnumSTATSTG> {
@@ -32,11 +41,7 @@ class HostElements final : public Object<Shared, IEnumSTATSTG> {
   HRESULT Skip(ULONG count) override { return inner_->Skip(count); }
   HRESULT Reset() override { return inner_->Reset(); }
   HRESULT Clone(IEnumSTATSTG** clone) override {
-    if (trouble_.strikes()) return trouble_.status;
-    platform::ComPtr<IEnumSTATSTG> made;
-    const HRESULT status = inner_->Clone(made.out());
-    if (SUCCEEDED(status)) *clone = make_object<HostElements>(made, trouble_).detach();
-    return status;
+    return trouble_.wrap<HostElements>(clone, [&](auto out) { return inner_->Clone(out); });
   }
 
  private:
@@ -56,15 +61,13 @@ class HostStorage final : public Object<Shared, IStorage> {
     return trouble_.strikes() ? trouble_.status : inner_->OpenStream(name, nullptr, mode, 0, out);
   }
   HRESULT CreateStorage(const OLECHAR* name, DWORD mode, DWORD, DWORD, IStorage** out) override {
-    platform::ComPtr<IStorage> made;
-    if (trouble_.strikes()) return trouble_.status;
-    return wrap(inner_->CreateStorage(name, mode, 0, 0, made.out()), made, out);
+    return trouble_.wrap<HostStorage>(
+        out, [&](auto made) { return inner_->CreateStorage(name, mode, 0, 0, made); });
   }
   HRESULT OpenStorage(const OLECHAR* name, IStorage*, DWORD mode, SNB, DWORD,
                       IStorage** out) override {
-    platform::ComPtr<IStorage> made;
-    if (trouble_.strikes()) return trouble_.status;
-    return wrap(inner_->OpenStorage(name, nullptr, mode, nullptr, 0, made.out()), made, out);
+    return trouble_.wrap<HostStorage>(
+        out, [&](auto made) { return inner_->OpenStorage(name, nullptr, mode, nullptr, 0, made); });
   }
   HRESULT CopyTo(DWORD, const IID*, SNB, IStorage*) override { return E_NOTIMPL; }
   HRESULT MoveElementTo(const OLECHAR*, IStorage*, const OLECHAR*, DWORD) override {
@@ -75,11 +78,8 @@ class HostStorage final : public Object<Shared, IStorage> {
   }
   HRESULT Revert() override { return inner_->Revert(); }
   HRESULT EnumElements(DWORD, void*, DWORD, IEnumSTATSTG** out) override {
-    if (trouble_.strikes()) return trouble_.status;
-    platform::ComPtr<IEnumSTATSTG> made;
-    const HRESULT status = inner_->EnumElements(0, nullptr, 0, made.out());
-    if (SUCCEEDED(status)) *out = make_object<HostElements>(made, trouble_).detach();
-    return status;
+    return trouble_.wrap<HostElements>(
+        out, [&](auto made) { return inner_->EnumElements(0, nullptr, 0, made); });
   }
   HRESULT DestroyElement(const OLECHAR* name) override { return inner_->DestroyElement(name); }
   HRESULT RenameElement(const OLECHAR*, const OLECHAR*) override { return E_NOTIMPL; }
@@ -92,11 +92,6 @@ class HostStorage final : public Object<Shared, IStorage> {
   HRESULT Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
 
  private:
-  HRESULT wrap(HRESULT status, const platform::ComPtr<IStorage>& made, IStorage** out) {
-    if (SUCCEEDED(status)) *out = make_object<HostStorage>(made, trouble_).detach();
-    return status;
-  }
-
   platform::ComPtr<IStorage> inner_;
   Trouble& trouble_;
 };

@@ -94,6 +94,8 @@ class OptionEvents : public Options {
   ComPtr<IDispatch> sink = sinks_of(values).at(0);
 };
 
+Variant boxed(const ComPtr<IDispatch>& object) { return Variant(object.get()); }
+
 // Fires an event; the arguments stand in the order of the event.
 HRESULT fire(const ComPtr<IDispatch>& sink, DISPID event, std::vector<Variant> arguments) {
   std::reverse(arguments.begin(), arguments.end());
@@ -190,9 +192,7 @@ TEST_F(Options, ChoicesFollowTheTable) {
 
 // --- changes -------------------------------------------------------------------------------------
 
-TEST_F(Options, AnEditIsWrittenBack) {
-  const auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
+TEST_F(OptionEvents, AnEditIsWrittenBack) {
   EXPECT_EQ(edit(item(values, 0), Variant(u"second")), S_OK);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "second") << "from a stream at its end";
   EXPECT_EQ(message.query<IPersistStream>()->IsDirty(), S_OK);
@@ -216,8 +216,8 @@ TEST_F(OptionEvents, EventsAreHeardByTheirNumbers) {
     return read_text(message.get(), u"Subject");
   };
   const Variant accessor(values.get());
-  Variant boxed(values.get());
-  const Variant by_reference = Variant::by_reference(&boxed);
+  Variant outer(values.get());
+  const Variant by_reference = Variant::by_reference(&outer);
   for (DISPID event = 1; event <= 4; ++event) {
     EXPECT_EQ(subject_after(event, {accessor, Variant()}), "first") << event;
     EXPECT_EQ(subject_after(event, {by_reference, Variant()}), "first") << event;
@@ -233,15 +233,13 @@ TEST_F(OptionEvents, EventsAreHeardByTheirNumbers) {
 }
 
 // What is put while the message's own event is delivered raises no further one.
-TEST_F(Options, APutFromInsideTheMessagesEventRaisesNone) {
-  const auto message = test::loaded(kMessage);
+TEST_F(OptionEvents, APutFromInsideTheMessagesEventRaisesNone) {
   int calls = 0;
-  const auto sink = make_object<test::EventSink>([&](DISPID, DISPPARAMS&) {
+  const auto heard = make_object<test::EventSink>([&](DISPID, DISPPARAMS&) {
     if (++calls == 3) throw calls;
     if (calls < 5) test::put(message.get(), u"Subject", Variant(u"nested"));
   });
-  const test::Connected connected(message, sink.get());
-  const auto values = values_of(message, u"Subject");
+  const test::Connected connected(message, heard.get());
   EXPECT_EQ(edit(item(values, 0), Variant(u"edited")), S_OK);
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(read_text(message.get(), u"Subject"), "nested");
@@ -273,13 +271,6 @@ TEST_F(Options, SinksGoWithTheirCollections) {
   EXPECT_EQ(node.sink_count(), 0U);
 }
 
-TEST_F(OptionEvents, TheMessageDisconnectsWhenItGoes) {
-  message.reset();
-  EXPECT_EQ(sinks_of(values).size(), 0U);
-  EXPECT_EQ(fire(sink, 3, {Variant(values.get()), Variant()}), DISP_E_MEMBERNOTFOUND);
-  EXPECT_EQ(edit(item(values, 0), Variant(u"unheard")), S_OK);
-}
-
 TEST_F(OptionEvents, AMessageReleasedByAnEventEndsBehindIt) {
   const auto accessor = make_object<ScriptObject>([&](const test::HostCall& call) {
     message.reset();
@@ -287,9 +278,11 @@ TEST_F(OptionEvents, AMessageReleasedByAnEventEndsBehindIt) {
     Variant(LONG{2}).detach_to(call.result);
     return S_OK;
   });
-  EXPECT_EQ(fire(sink, 3, {Variant(static_cast<IDispatch*>(accessor.get())), Variant()}), S_OK);
+  EXPECT_EQ(fire(sink, 3, {boxed(accessor), Variant()}), S_OK);
   EXPECT_FALSE(message);
   EXPECT_EQ(sinks_of(values).size(), 0U);
+  EXPECT_EQ(fire(sink, 3, {Variant(values.get()), Variant()}), DISP_E_MEMBERNOTFOUND);
+  EXPECT_EQ(edit(item(values, 0), Variant(u"unheard")), S_OK);
 }
 
 TEST_F(Options, ASinkThatForwardsHandsOnWholeCalls) {
@@ -341,7 +334,7 @@ TEST_F(OptionEvents, AnEventOnAnotherThreadWaitsForTheOwner) {
     }
     return S_OK;
   });
-  Variant argument(static_cast<IDispatch*>(accessor.get()));
+  Variant argument = boxed(accessor);
   std::thread([&] {
     EXPECT_EQ(fire(sink, 3, {Variant::by_reference(&argument), Variant()}), S_OK);
     argument.clear();  // what was passed by reference is gone before the event is delivered
@@ -471,7 +464,7 @@ TEST_F(OptionEvents, AccessorsMayBeAnything) {
         Variant(call.name == u"Count" ? counted : answer).detach_to(call.result);
         return S_OK;
       });
-      EXPECT_EQ(fire(sink, 3, {Variant(static_cast<IDispatch*>(accessor.get())), Variant()}), S_OK);
+      EXPECT_EQ(fire(sink, 3, {boxed(accessor), Variant()}), S_OK);
     }
   }
   EXPECT_LT(calls, 100000) << "a count that is not true is not believed";
@@ -493,7 +486,7 @@ TEST(OptionsOfAPoorHost, AnObjectIsPutByReferenceWhereItMust) {
 }
 
 // An accessor with a proxy is told whom its calls come from.
-TEST_F(Options, AProxyGetsItsSecurity) {
+TEST_F(OptionEvents, AProxyGetsItsSecurity) {
   struct Proxy final : test::PropertyBag<IClientSecurity> {
     HRESULT QueryBlanket(IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**,
                          DWORD*) override {
@@ -508,11 +501,8 @@ TEST_F(Options, AProxyGetsItsSecurity) {
     HRESULT CopyProxy(IUnknown*, IUnknown**) override { return E_NOTIMPL; }
     std::vector<DWORD> given;
   };
-  const auto message = test::loaded(kMessage);
-  const auto values = values_of(message, u"Subject");
   const auto proxy = make_object<Proxy>();
-  const auto sink = sinks_of(values).at(0);
-  EXPECT_EQ(fire(sink, 3, {Variant(static_cast<IDispatch*>(proxy.get())), Variant()}), S_OK);
+  EXPECT_EQ(fire(sink, 3, {boxed(proxy), Variant()}), S_OK);
   EXPECT_EQ(proxy->given, (std::vector<DWORD>{10, 0, 2, 2, 0}));
   EXPECT_EQ(CoSetProxyBlanket(values.get(), 10, 0, nullptr, 2, 2, nullptr, 0), E_NOINTERFACE);
 }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tests/support/scratch_folder.h"
 
 namespace tallowbrook::platform {
@@ -155,12 +157,7 @@ TEST(Registrar, KeysThatEverySystemHasAreNeverRemoved) {
 }
 
 TEST(Registrar, SaysAtWhichLineAScriptIsWrong) {
-  struct Case {
-    const char* text;
-    std::size_t line;
-    const char* reason;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, std::size_t, const char*> cases[] = {
       {"", 1, "empty"},
       {"\n\n", 3, "empty"},
       {"HKXX\n{\n}", 1, "no root key"},
@@ -187,12 +184,12 @@ TEST(Registrar, SaysAtWhichLineAScriptIsWrong) {
       {"HKLM {\n  Delete A {\n} }", 2, "without a key"},
       {"HKLM { A } }", 1, "no root key"},
   };
-  for (const Case& given : cases) {
+  for (const auto& [text, line, reason] : cases) {
     RegistryScript script;
     ScriptError error;
-    EXPECT_FALSE(script.parse(given.text, kReplacements, &error)) << given.text;
-    EXPECT_EQ(error.line, given.line) << given.text << ": " << error.text;
-    EXPECT_NE(error.text.find(given.reason), std::string::npos) << given.text << ": " << error.text;
+    EXPECT_FALSE(script.parse(text, kReplacements, &error)) << text;
+    EXPECT_EQ(error.line, line) << text << ": " << error.text;
+    EXPECT_NE(error.text.find(reason), std::string::npos) << text << ": " << error.text;
     EXPECT_TRUE(script.roots(false).empty()) << "nothing of a wrong script is run";
   }
   std::string deep = "HKLM { ";

@@ -52,11 +52,7 @@ TEST(RegistryTree, GoesThroughTextWithEveryTypeOfValue) {
 }
 
 TEST(RegistryTree, NamesTheFirstLineThatCannotBeUnderstoodAndKeepsTheRest) {
-  struct Case {
-    const char* text;
-    std::size_t line;
-  };
-  const Case cases[] = {
+  const std::pair<std::string_view, std::size_t> cases[] = {
       {"; comment\r\n\r\n[A]\r\n@=\"x\"\r\n", 0},
       {"@=\"x\"\n[A]\n", 1},
       {"[A]\n[B\n[C]\n", 2},
@@ -73,11 +69,11 @@ TEST(RegistryTree, NamesTheFirstLineThatCannotBeUnderstoodAndKeepsTheRest) {
       {"[A]\n\"N\"=list:\"a\" \"b\"\n", 2},
       {"[A]\n\"N\"=\n\"M\"=\"fine\"\n", 2},
   };
-  for (const Case& given : cases) {
+  for (const auto& [text, line] : cases) {
     std::size_t bad_line = 99;
-    const RegistryTree tree = RegistryTree::parse(given.text, &bad_line);
-    EXPECT_EQ(bad_line, given.line) << given.text;
-    EXPECT_EQ(tree.has_key("a"), given.line != 1 || std::string_view(given.text).find("[A]") != 0);
+    const RegistryTree tree = RegistryTree::parse(text, &bad_line);
+    EXPECT_EQ(bad_line, line) << text;
+    EXPECT_EQ(tree.has_key("a"), line != 1 || !text.starts_with("[A]"));
   }
   // Every name on the way is a key of its own: depth is bounded, so that a line costs what it
   // weighs.
@@ -148,14 +144,19 @@ TEST(Registry, AFolderThatCannotBeMadeIsTold) {
   EXPECT_NE(edit.problem().find("machine"), std::string::npos);
 }
 
-// Runs `body` in `count` processes at once.
-template <class Body>
-void in_processes(int count, Body&& body) {
+TEST(Registry, ProcessesThatChangeItAtOnceLoseNothing) {
+  const ScratchRegistry registry;
+  constexpr int kProcesses = 4;
+  constexpr int kEach = 25;
   std::vector<pid_t> children;
-  for (int at = 0; at < count; ++at) {
+  for (int process = 0; process < kProcesses; ++process) {
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
-    if (child == 0) ::_exit(body(at) ? 0 : 1);
+    for (int at = 0; child == 0 && at < kEach; ++at) {
+      const std::string name = std::to_string(process) + "-" + std::to_string(at);
+      if (FAILED(set_value(kMachine, "Software\\" + name, "x"))) ::_exit(1);
+    }
+    if (child == 0) ::_exit(0);
     children.push_back(child);
   }
   for (const pid_t child : children) {
@@ -163,19 +164,6 @@ void in_processes(int count, Body&& body) {
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
   }
-}
-
-TEST(Registry, ProcessesThatChangeItAtOnceLoseNothing) {
-  const ScratchRegistry registry;
-  constexpr int kProcesses = 4;
-  constexpr int kEach = 25;
-  in_processes(kProcesses, [](int process) {
-    for (int at = 0; at < kEach; ++at) {
-      const std::string name = std::to_string(process) + "-" + std::to_string(at);
-      if (FAILED(set_value(kMachine, "Software\\" + name, "x"))) return false;
-    }
-    return true;
-  });
   const auto tree = read_registry(RegistryRoot::kLocalMachine);
   EXPECT_EQ(tree->subkeys("Software").size(), std::size_t{kProcesses * kEach});
 }

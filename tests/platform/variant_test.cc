@@ -129,27 +129,21 @@ TEST(Variant, ConvertsToText) {
 }
 
 TEST(Variant, Compares) {
+  const auto compare = [](const VARIANT& a, const VARIANT& b) { return VarCmp(&a, &b, 0, 0); };
   Variant null;
   null.vt = VT_NULL;
   Variant huge;
   huge.vt = VT_UI8;
   huge.ullVal = ~0ULL;
-  const struct {
-    Variant a;
-    Variant b;
-    HRESULT outcome;
-  } cases[] = {
-      {Variant(LONG{2}), Variant(u"10"), VARCMP_LT},
-      {Variant(u"2"), Variant(u"10"), VARCMP_GT},
-      {Variant(LONG{2}), Variant(u"x"), VARCMP_LT},
-      {Variant(), Variant(u""), VARCMP_EQ},
-      {Variant(), Variant(LONG{0}), VARCMP_EQ},
-      {null, Variant(LONG{0}), VARCMP_NULL},
-      {huge, Variant(LONG{-1}), VARCMP_GT},
-      {Variant::date_value(-1.25), Variant::date_value(-1.75), VARCMP_LT},
-      {Variant::missing(), Variant(LONG{0}), DISP_E_TYPEMISMATCH},
-  };
-  for (const auto& c : cases) EXPECT_EQ(VarCmp(&c.a, &c.b, 0, 0), c.outcome) << c.a.vt;
+  EXPECT_EQ(compare(Variant(LONG{2}), Variant(u"10")), VARCMP_LT);
+  EXPECT_EQ(compare(Variant(u"2"), Variant(u"10")), VARCMP_GT);
+  EXPECT_EQ(compare(Variant(LONG{2}), Variant(u"x")), VARCMP_LT);
+  EXPECT_EQ(compare(Variant(), Variant(u"")), VARCMP_EQ);
+  EXPECT_EQ(compare(Variant(), Variant(LONG{0})), VARCMP_EQ);
+  EXPECT_EQ(compare(null, Variant(LONG{0})), VARCMP_NULL);
+  EXPECT_EQ(compare(huge, Variant(LONG{-1})), VARCMP_GT);
+  EXPECT_EQ(compare(Variant::date_value(-1.25), Variant::date_value(-1.75)), VARCMP_LT);
+  EXPECT_EQ(compare(Variant::missing(), Variant(LONG{0})), DISP_E_TYPEMISMATCH);
   const Variant upper(u"ABC");
   const Variant lower(u"abc");
   EXPECT_EQ(VarCmp(&upper, &lower, 0, 1), VARCMP_EQ);
