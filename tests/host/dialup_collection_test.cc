@@ -100,6 +100,7 @@ TEST(DialupCollection, AnIndexIsAPositionOrAnId) {
     EXPECT_EQ(letter(status, item), found) << position;
     EXPECT_EQ(id.vt, type) << position;
   }
+  by_id.clear();
   EXPECT_EQ(list->ItemID(0, nullptr, &by_id), E_POINTER);
   EXPECT_EQ(list->get_Item(Variant(0), nullptr), E_POINTER);
   EXPECT_EQ(list->ItemByID(Variant(0), nullptr), E_POINTER);
