@@ -22,7 +22,8 @@ constexpr std::string_view kMessage =
     "Content-Type: multipart/mixed; boundary=b\r\n\r\n"
     "--b\r\nContent-Type: text/plain; charset=utf-8; name=\"n\"\r\n"
     "Content-Disposition: attachment; filename=f\r\n\r\nbody \xC3\xBC\r\n"
-    "--b\r\nContent-Type: message/rfc822\r\n\r\nSubject: inside\r\n\r\nend\r\n--b--\r\n";
+    "--b\r\nContent-Type: message/rfc822\r\n\r\nDate: 1 Jun 2026 10:00:00 +0200\r\nSubject: "
+    "inside\r\n\r\nend\r\n--b--\r\n";
 
 // What an edit has: everything was made before anything fails.
 struct Scene {
