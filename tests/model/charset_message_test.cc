@@ -29,10 +29,6 @@ std::string quoted_printable(const std::string& bytes) {
   return text;
 }
 
-std::u16string wide(IDispatch* object, std::u16string_view name) {
-  return std::u16string(read(object, name).text());
-}
-
 TEST(CharsetMessage, ReadsAsTheTextItHolds) {
   for (const CharsetText& c : kCharsetTexts) {
     const std::string charset = c.name;
@@ -50,15 +46,14 @@ TEST(CharsetMessage, ReadsAsTheTextItHolds) {
           loaded("Subject: " + b_word + "\r\nFrom: " + q_word +
                  " <a@b>\r\nContent-Type: text/plain; charset=" + type + "; name=\"" + q_word +
                  "\"\r\nContent-Transfer-Encoding: " + encoding + "\r\n\r\n" + body + ".\r\n");
-      EXPECT_EQ(wide(message.get(), u"Subject"), c.text) << charset;
-      const Variant from = read(message.get(), u"From");
-      const Variant author = platform::get(from.pdispVal, u"Item", LONG{0}).value;
-      EXPECT_EQ(wide(author.pdispVal, u"Name"), c.text) << charset;
-      const Variant part = read(message.get(), u"Body");
-      EXPECT_EQ(wide(part.pdispVal, u"Name"), c.text) << charset;
+      EXPECT_EQ(read_wide(message.get(), u"Subject"), c.text) << charset;
+      const auto author = item(object(message, u"From"), 0);
+      EXPECT_EQ(read_wide(author.get(), u"Name"), c.text) << charset;
+      const auto part = object(message, u"Body");
+      EXPECT_EQ(read_wide(part.get(), u"Name"), c.text) << charset;
       // Zero bytes get through base64 alone.
       if (!zeros || encoding[0] == 'b') {
-        EXPECT_EQ(wide(part.pdispVal, u"Value"), c.text) << charset << ' ' << encoding;
+        EXPECT_EQ(read_wide(part.get(), u"Value"), c.text) << charset << ' ' << encoding;
       }
     }
   }
@@ -75,7 +70,7 @@ TEST(CharsetMessage, WhatIsPutReadsBack) {
       EXPECT_EQ(put(part.pdispVal, u"Charset", text(c.name)), S_OK);
       EXPECT_EQ(put(part.pdispVal, u"Value", Variant(c.text)), S_OK);
       const auto again = loaded(saved(message));
-      EXPECT_EQ(wide(read(again.get(), u"Body").pdispVal, u"Value"), c.text) << c.name;
+      EXPECT_EQ(read_wide(read(again.get(), u"Body").pdispVal, u"Value"), c.text) << c.name;
     }
   }
 }

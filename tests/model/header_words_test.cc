@@ -6,12 +6,6 @@
 namespace tallowbrook::test {
 namespace {
 
-std::u16string wide_of(IDispatch* object, std::u16string_view name) {
-  const Variant value = read(object, name);
-  EXPECT_EQ(value.vt, VT_BSTR) << to_ansi(name);
-  return std::u16string(value.text());
-}
-
 const std::u16string kTexts[] = {
     u"plain",
     u"Gr\u00FC\u00DFe, \"J\u00F6rg\" =?utf-8?Q?x?= \\ \"",
@@ -28,15 +22,15 @@ TEST(HeaderWords, PutsReadBackNowAndAfterALoad) {
       EXPECT_EQ(put(message.get(), u"Subject", Variant(text)), S_OK);
       const auto body = object(message, u"Body");
       EXPECT_EQ(put(body.get(), u"FileName", Variant(text)), S_OK);
-      EXPECT_EQ(wide_of(message.get(), u"Subject"), text);
-      EXPECT_EQ(wide_of(body.get(), u"Name"), text);
-      EXPECT_EQ(wide_of(body.get(), u"FileName"), text);
+      EXPECT_EQ(read_wide(message.get(), u"Subject"), text);
+      EXPECT_EQ(read_wide(body.get(), u"Name"), text);
+      EXPECT_EQ(read_wide(body.get(), u"FileName"), text);
       put(body.get(), u"Value", Variant(u"x"));
       const auto again = loaded(saved(message));
-      EXPECT_EQ(wide_of(again.get(), u"Subject"), text);
+      EXPECT_EQ(read_wide(again.get(), u"Subject"), text);
       const auto part = object(again, u"Body");
-      EXPECT_EQ(wide_of(part.get(), u"Name"), text) << saved(message);
-      EXPECT_EQ(wide_of(part.get(), u"FileName"), text);
+      EXPECT_EQ(read_wide(part.get(), u"Name"), text) << saved(message);
+      EXPECT_EQ(read_wide(part.get(), u"FileName"), text);
     }
   }
 }
@@ -46,7 +40,7 @@ TEST(HeaderWords, DisplayNames) {
   EXPECT_EQ(create_mail_address(IDispatch::kIid, address.out_void()), S_OK);
   for (const std::u16string& text : kTexts) {
     EXPECT_EQ(put(address.get(), u"Name", Variant(text)), S_OK);
-    EXPECT_EQ(wide_of(address.get(), u"Name"), text);
+    EXPECT_EQ(read_wide(address.get(), u"Name"), text);
   }
   const auto message = loaded(
       "To: =?iso-8859-1?Q?J=F6?= =?utf-8?B?cmc=?= <a@b>, \"Doe, =?utf-8?Q?J=C3=B6?=\" "
@@ -55,7 +49,7 @@ TEST(HeaderWords, DisplayNames) {
   const std::u16string names[] = {u"J\u00F6rg", u"Doe, J\u00F6"};
   for (LONG i = 0; i < 2; ++i) {
     const auto one = item(list, i);
-    EXPECT_EQ(wide_of(one.get(), u"Name"), names[i]);
+    EXPECT_EQ(read_wide(one.get(), u"Name"), names[i]);
   }
 }
 
@@ -67,7 +61,7 @@ TEST(HeaderWords, ParametersKeepTheirQuotesAndTheBoundaryIsPlain) {
   const auto body = object(message, u"Body");
   EXPECT_EQ(read(body.get(), u"Count").lVal, 1);
   const auto part = item(body, 0);
-  EXPECT_EQ(wide_of(part.get(), u"Name"), u"\u00E9.txt");
+  EXPECT_EQ(read_wide(part.get(), u"Name"), u"\u00E9.txt");
   const auto type = object(part, u"ContentType");
   const auto parameters = object(type, u"Parameters");
   EXPECT_EQ(platform::get(parameters.get(), u"Item", Variant(u"name")).value.text(),

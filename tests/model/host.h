@@ -73,10 +73,13 @@ inline std::string shown(IDispatch* object, std::u16string_view name) {
   return value.vt == VT_EMPTY ? "-" : value.vt == VT_DISPATCH ? "object" : "?";
 }
 
-inline std::string read_text(IDispatch* object, std::u16string_view name) {
+inline std::u16string read_wide(IDispatch* object, std::u16string_view name) {
   const Variant value = read(object, name);
   EXPECT_EQ(value.vt, VT_BSTR) << to_ansi(name);
-  return to_ansi(value.text());
+  return std::u16string(value.text());
+}
+inline std::string read_text(IDispatch* object, std::u16string_view name) {
+  return to_ansi(read_wide(object, name));
 }
 
 // The object that a value, a property or an item is; none when it is something else.
