@@ -16,6 +16,9 @@ TEST(Blob, HoldsATextOfTheAnsiCodePageAndItself) {
   ULONG count = 0;
   EXPECT_EQ(stream->Read(bytes, sizeof bytes, &count), S_FALSE);
   EXPECT_EQ(std::string(bytes, count), "h\xE9lloh\xE9llo");
+  EXPECT_EQ(blob.query<IPersistStream>()->Load(CISSHelper::create_with("new").get()), S_OK);
+  EXPECT_EQ(stream->Read(bytes, sizeof bytes, &count), S_FALSE);
+  EXPECT_EQ(std::string(bytes, count), "new");
   ULARGE_INTEGER size{};
   EXPECT_EQ(blob->AssignString(nullptr), S_OK);
   EXPECT_EQ(blob.query<IPersistStream>()->GetSizeMax(&size), S_OK);

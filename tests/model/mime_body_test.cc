@@ -127,6 +127,8 @@ TEST(MimeBody, PutsStoreByTheTypeOfTheValue) {
     EXPECT_EQ(std::exchange(message.changes, 0), 1) << row.stored;
     EXPECT_EQ(dump(field_value(record, row.field)), row.stored);
   }
+  EXPECT_EQ(put(object(part, u"ContentType").get(), u"Major", text("text")), S_OK);
+  EXPECT_EQ(shown(part.get(), u"MajorContentType"), "1");
   EXPECT_EQ(part->put_Charset(Variant(LONG{1})), E_INVALIDARG);
   EXPECT_EQ(part->put_Charset(Variant(u"utf-8")), S_OK);
   EXPECT_EQ(part->put_Name(Bstr(u"a b").get()), S_OK);

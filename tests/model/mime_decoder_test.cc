@@ -18,6 +18,9 @@ TEST(MimeDecoder, PutsThatAreNoText) {
   EXPECT_EQ(read_text(message.get(), u"Subject"), "kept");
   EXPECT_EQ(put(message.get(), u"MessageID", Variant(LONG{12})), S_OK);
   EXPECT_EQ(read_text(message.get(), u"MessageID"), "12");
+  EXPECT_EQ(put(message.get(), u"ResentDate", Variant::date_value(38139.5)), S_OK);
+  EXPECT_EQ(put(message.get(), u"ResentDate", Variant()), S_OK);
+  EXPECT_EQ(read(message.get(), u"ResentDate").vt, VT_EMPTY);
   EXPECT_EQ(put(message.get(), u"Charset", Variant(LONG{1})), E_INVALIDARG);
   EXPECT_EQ(put(message.get(), u"Body", Variant(LONG{1})), E_FAIL);
   EXPECT_EQ(put(message.get(), u"SubjectRaw", text("a\r\n\r\nBcc: x@y\r\n")), S_OK);
