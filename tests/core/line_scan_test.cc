@@ -13,7 +13,7 @@ namespace {
 // ones that have it once, at every distance from a vector's end.
 TEST(LineScan, AllAgreeWithTheDefinition) {
   std::mt19937 random(11);
-  const std::string_view alphabet("\r\n-.bBeEmM\x0E\x4Dx\xE2\xAD\xAE\xC5z", 20);
+  const std::string_view alphabet("\r\n-.bBeEmM\x0Ex\xE2\xAD\xAE\xC5z");
   for (int round = 0; round < 3000; ++round) {
     std::string text(random() % 300, 'x');
     const bool rich = round % 2 == 0;
