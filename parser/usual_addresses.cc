@@ -38,8 +38,8 @@ class Window {
   // The first byte from `from` on that is no plain atom text nor "." or "@"; kSize when there is
   // none. "=" is none, since an encoded word may begin with it.
   [[nodiscard]] std::size_t find_other(std::size_t from) const {
-    return from >= kSize ? kSize
-                         : from + static_cast<std::size_t>(std::countr_zero(other_ >> from));
+    if (from >= kSize || other_ >> from == 0) return kSize;
+    return from + static_cast<std::size_t>(std::countr_zero(other_ >> from));
   }
   // True when the bytes in between, of which none is other, are two dot-atoms around an "@".
   [[nodiscard]] bool is_address(std::size_t begin, std::size_t end) const {

@@ -46,6 +46,15 @@ TEST(UsualAddresses, LeavesTheRestToTheGrammar) {
   for (const auto& group : groups) {
     for (const char* text : group) EXPECT_FALSE(quick(text)) << text;
   }
+  // Nothing but atom text from some byte on: no byte behind the text is looked at.
+  for (const char* start : {"a ", "\"a ", "<a", "a b ", ""}) {
+    for (std::size_t size = 60; size < 70; ++size) {
+      std::string text(start);
+      text.resize(size, 'x');
+      text.shrink_to_fit();
+      EXPECT_FALSE(quick(text)) << text;
+    }
+  }
 }
 
 // Texts put together at random from what lists are made of. Half of them are followed by so much
