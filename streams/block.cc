@@ -128,18 +128,19 @@ char* map_pages(std::size_t length) {
   return start;
 }
 
-// Null when the pages are no single mapping, as kept ones may be, or memory runs out.
+// The pages move to a mapping made for them, so that tools which watch mappings know where they
+// are. Null when the pages are no single mapping, as kept ones may be, or memory runs out.
 char* move_pages(Pages old, std::size_t length) {
-  char* const target = length < kVeryLarge ? nullptr : reserve_aligned(length);
-  void* const moved = target == nullptr ? mremap(old.start, old.length, length, MREMAP_MAYMOVE)
-                                        : mremap(old.start, old.length, length,
-                                                 MREMAP_MAYMOVE | MREMAP_FIXED, target);
+  const bool very_large = length >= kVeryLarge;
+  char* const target = very_large ? reserve_aligned(length) : map_fresh(length);
+  if (target == nullptr) return nullptr;
+  void* const moved = mremap(old.start, old.length, length, MREMAP_MAYMOVE | MREMAP_FIXED, target);
   if (moved == MAP_FAILED) {
-    if (target != nullptr) munmap(target, length);
+    munmap(target, length);
     return nullptr;
   }
-  if (target != nullptr) madvise(target, length, MADV_HUGEPAGE);
-  return static_cast<char*>(moved);
+  if (very_large) madvise(target, length, MADV_HUGEPAGE);
+  return target;
 }
 
 char* copied(char* block, std::size_t old_capacity, char* target, std::size_t capacity) {
