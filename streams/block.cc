@@ -129,18 +129,20 @@ char* map_pages(std::size_t length) {
 }
 
 // The pages move to a mapping made for them, so that tools which watch mappings know where they
-// are. Null when the pages are no single mapping, as kept ones may be, or memory runs out.
+// are; where there is no address space for both, to where the system puts them. Null when the pages
+// are no single mapping, as kept ones may be, or memory runs out.
 char* move_pages(Pages old, std::size_t length) {
   const bool very_large = length >= kVeryLarge;
   char* const target = very_large ? reserve_aligned(length) : map_fresh(length);
-  if (target == nullptr) return nullptr;
-  void* const moved = mremap(old.start, old.length, length, MREMAP_MAYMOVE | MREMAP_FIXED, target);
+  void* const moved = target == nullptr ? mremap(old.start, old.length, length, MREMAP_MAYMOVE)
+                                        : mremap(old.start, old.length, length,
+                                                 MREMAP_MAYMOVE | MREMAP_FIXED, target);
   if (moved == MAP_FAILED) {
-    munmap(target, length);
+    if (target != nullptr) munmap(target, length);
     return nullptr;
   }
-  if (very_large) madvise(target, length, MADV_HUGEPAGE);
-  return target;
+  if (target != nullptr && very_large) madvise(target, length, MADV_HUGEPAGE);
+  return static_cast<char*>(moved);
 }
 
 char* copied(char* block, std::size_t old_capacity, char* target, std::size_t capacity) {
