@@ -17,6 +17,14 @@ constexpr std::size_t kLargePage = std::size_t{2} << 20;  // on the common machi
 // From here on large pages are asked for: one that is not filled adds at most half.
 constexpr std::size_t kVeryLarge = 2 * kLargePage;
 
+// The thread sanitizer does not see mremap: it would hold what is mapped next at the old address
+// for the block that stood there.
+#ifdef __SANITIZE_THREAD__
+constexpr bool kPagesMayMove = false;
+#else
+constexpr bool kPagesMayMove = true;
+#endif
+
 std::size_t whole_pages(std::size_t bytes) { return (bytes + kPage - 1) / kPage * kPage; }
 
 // A run of mapped pages.
@@ -128,12 +136,10 @@ char* map_pages(std::size_t length) {
   return start;
 }
 
-// The pages move to a mapping made for them, so that tools which watch mappings know where they
-// are; where there is no address space for both, to where the system puts them. Null when the pages
-// are no single mapping, as kept ones may be, or memory runs out.
+// Null when the pages are no single mapping, as kept ones may be, or memory runs out.
 char* move_pages(Pages old, std::size_t length) {
-  const bool very_large = length >= kVeryLarge;
-  char* const target = very_large ? reserve_aligned(length) : map_fresh(length);
+  if (!kPagesMayMove) return nullptr;
+  char* const target = length < kVeryLarge ? nullptr : reserve_aligned(length);
   void* const moved = target == nullptr ? mremap(old.start, old.length, length, MREMAP_MAYMOVE)
                                         : mremap(old.start, old.length, length,
                                                  MREMAP_MAYMOVE | MREMAP_FIXED, target);
@@ -141,7 +147,7 @@ char* move_pages(Pages old, std::size_t length) {
     if (target != nullptr) munmap(target, length);
     return nullptr;
   }
-  if (target != nullptr && very_large) madvise(target, length, MADV_HUGEPAGE);
+  if (target != nullptr) madvise(target, length, MADV_HUGEPAGE);
   return static_cast<char*>(moved);
 }
 
