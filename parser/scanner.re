@@ -74,11 +74,15 @@ long count_line_ends(const char* from, const char* to) {
 }
 
 // What may make a body line more than plain text: a delimiter, the end of the data, a uuencode
-// begin or end line. `line` holds at least its first 6 bytes, or the whole of it.
-bool is_special(std::string_view line) {
+// begin or end line. `line` holds at least its first 6 bytes, or the whole of it; `boundary` is the
+// innermost one, null when no multipart is open.
+bool is_special(std::string_view line, const std::string* boundary) {
   switch (line[0]) {
-    case '-':
-      return line.substr(0, 2) == "--";
+    case '-': {
+      if (line[1] != '-' || boundary == nullptr) return false;
+      const std::string_view rest = line.substr(2, boundary->size());
+      return rest == std::string_view(*boundary).substr(0, rest.size());
+    }
     case '.':
       return line.size() > 1 && (is_blank(line[1]) || is_line_end(line[1]));
     case 'b':
@@ -93,14 +97,14 @@ bool is_special(std::string_view line) {
 }
 
 // `text` begins with a line end: the length of the lines behind it that are known to be plain.
-std::size_t length_of_plain_lines(std::string_view text) {
+std::size_t length_of_plain_lines(std::string_view text, const std::string* boundary) {
   const LineScan& scan = fastest_line_scan();
   std::size_t from = 0;
   for (;;) {
     const std::size_t found = scan.find_special_line(text.substr(from));
     if (found == std::string_view::npos) return text.rfind('\n') + 1;
     from += found;
-    if (text.size() - from < 6 || is_special(text.substr(from))) return from;
+    if (text.size() - from < 6 || is_special(text.substr(from), boundary)) return from;
   }
 }
 
@@ -491,7 +495,11 @@ int Scanner::end_type_value() {
 // A run of plain body lines, as many as the buffer holds; a piece of a line when the line is long.
 // -1 when the next line wants the rules.
 int Scanner::plain_body(HeaderValue& value) {
-  if (!have(5) || (at_line_start_ && is_special({token_, 6}))) return -1;
+  if (!have(5)) return -1;
+  const std::string* const boundary = boundaries_.empty() ? nullptr : &boundaries_.back().text;
+  if (at_line_start_ && is_special({token_, static_cast<std::size_t>(limit_ - token_)}, boundary)) {
+    return -1;
+  }
   std::size_t seen = 0;  // how far the first line was searched
   for (;;) {
     const std::string_view text(token_, static_cast<std::size_t>(limit_ - token_));
@@ -499,7 +507,7 @@ int Scanner::plain_body(HeaderValue& value) {
         static_cast<const char*>(std::memchr(token_ + seen, '\n', text.size() - seen));
     if (line_end != nullptr) {
       const auto first_line = static_cast<std::size_t>(line_end - token_);
-      cursor_ = line_end + length_of_plain_lines(text.substr(first_line));
+      cursor_ = line_end + length_of_plain_lines(text.substr(first_line), boundary);
       break;
     }
     if (text.size() >= kPiece) {
