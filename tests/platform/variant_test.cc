@@ -1,9 +1,11 @@
 #include "platform/automation/variant.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/automation/dates.h"
@@ -37,6 +39,42 @@ TEST(Bstr, KeepsLengthAndZeros) {
   EXPECT_EQ(SysStringByteLen(odd.get()), 3U);
   EXPECT_EQ(SysStringLen(odd.get()), 1U);
   EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFF), nullptr);
+}
+
+// Blocks that were given back are handed out again: none twice, few are kept, in whatever thread
+// they were made, and none beyond the thread's end.
+TEST(Bstr, BlocksServeAgain) {
+  constexpr std::size_t kMostKept = 96 << 10;
+  constexpr UINT kLongest = 80;
+  std::vector<BSTR> from_elsewhere;
+  const auto text_of = [](std::size_t i) {
+    return std::u16string(i * 7 % (kLongest + 1), static_cast<char16_t>(i));
+  };
+  const auto take_and_give = [&] {
+    const std::size_t before = mallinfo2().uordblks;
+    for (BSTR text : from_elsewhere) SysFreeString(text);
+    from_elsewhere.clear();
+    std::vector<Bstr> held(3000);
+    for (std::size_t i = 0; i < 30'000; ++i) {
+      held[i * 11 % held.size()] = Bstr(text_of(i));
+      const std::size_t other = i * 31 % held.size();
+      if (i % 3 == 0) held[other] = Bstr();
+    }
+    for (std::size_t i = 27'000; i < 30'000; ++i) {
+      const Bstr& text = held[i * 11 % held.size()];
+      EXPECT_TRUE(text.get() == nullptr || text.view() == text_of(i)) << i;
+    }
+    held.clear();
+    EXPECT_LT(mallinfo2().uordblks, before + kMostKept);
+    for (std::size_t i = 0; i < 3000; ++i) from_elsewhere.push_back(Bstr(text_of(i)).detach());
+  };
+  take_and_give();
+  std::thread(take_and_give).join();
+  const std::size_t before = mallinfo2().uordblks;
+  std::thread([&] {
+    for (BSTR text : from_elsewhere) SysFreeString(text);
+  }).join();
+  EXPECT_TRUE(before == 0 || mallinfo2().uordblks < before);  // 0 under a sanitizer
 }
 
 TEST(Variant, CopyRemovesIndirection) {
