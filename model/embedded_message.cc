@@ -10,6 +10,7 @@
 #include "model/mime_decoder.h"
 #include "writer/content_stream.h"
 #include "writer/lone_dots.h"
+#include "writer/stack_stream.h"
 
 namespace tallowbrook {
 namespace {
@@ -43,28 +44,66 @@ bool replace_bytes(IStream& stream, std::string_view bytes) {
   return true;
 }
 
-// What a part's message is loaded from; null when the content cannot be read. Imported content may
-// hold dot lines, which it is saved without. The dot line at the end keeps the reader from adding a
-// line end of its own, by which the part would grow with the first change.
-ComPtr<CISSHelper> message_source(const HeaderValue& record, const HeaderValue& content) {
+// Behind a message that ends with a line end, the dot line keeps the reader from adding a line end
+// of its own, by which the part would grow with the first change.
+constexpr std::string_view kDotLine = ".\r\n";
+std::string_view dot_line_behind(std::string_view text) {
+  return text.ends_with('\n') ? kDotLine : std::string_view();
+}
+
+// Content in its wire form, from where it lies in memory. It is looked for in each call: between
+// two of them a message handler may have changed it.
+class WireMessage final : public StackStream {
+ public:
+  explicit WireMessage(HeaderValue content) : content_(std::move(content)) {}
+
+  HRESULT Read(void* pv, ULONG cb, ULONG* read) override {
+    const std::string_view text = content_.raw_view();
+    const std::string_view end = dot_line_behind(text);
+    auto* to = static_cast<char*>(pv);
+    std::size_t got = 0;
+    if (position_ < text.size()) got = text.copy(to, cb, position_);
+    if (position_ + got >= text.size()) {
+      const std::size_t given = std::min(position_ + got - text.size(), end.size());
+      got += end.copy(to + got, cb - got, given);
+    }
+    position_ += got;
+    if (read != nullptr) *read = static_cast<ULONG>(got);
+    return got == cb ? S_OK : S_FALSE;
+  }
+
+ private:
+  HeaderValue content_;
+  std::size_t position_ = 0;
+};
+
+// Loads the message from content that is somewhere else or in another form. Imported content may
+// hold dot lines, which it is saved without. E_FAIL when the content cannot be read.
+HRESULT load_copy(CMimeDecoder& message, const HeaderValue& record, const HeaderValue& content) {
   CISSHelper copy;
   if (!content.raw_in_memory()) {
     ContentStream watched(*content.stream());
     if (!watched.failed()) copy.append_from(watched);
-    if (watched.failed()) return {};
+    if (watched.failed()) return E_FAIL;
   }
   std::string_view text = content.raw_in_memory() ? content.raw_view() : copy.bytes();
-  ComPtr<CISSHelper> source = CISSHelper::create();
-  source->reserve(static_cast<ULONG>(text.size()) + 3);
+  const ComPtr<CISSHelper> source = CISSHelper::create();
+  source->reserve(static_cast<ULONG>(text.size() + kDotLine.size()));
   if (is_decoded(record)) {
     text = without_closing_dot(text);
     guard_lone_dots(text, [&source](std::string_view piece) { source->write(piece); });
   } else {
     source->write(text);
   }
-  if (text.ends_with('\n')) source->write(".\r\n");
+  source->write(dot_line_behind(text));
   source->rewind();
-  return source;
+  return message.Load(static_cast<IStream*>(source.get()));
+}
+
+HRESULT load_content(CMimeDecoder& message, const HeaderValue& record, const HeaderValue& content) {
+  if (!content.raw_in_memory() || is_decoded(record)) return load_copy(message, record, content);
+  WireMessage wire(content);
+  return message.Load(&wire);
 }
 
 }  // namespace
@@ -115,10 +154,8 @@ ComPtr<CMimeDecoder> embedded_message(HeaderValue& record, bool in_digest,
   const KeptError kept;
   record.pin();
   EmbeddedPlace place(record);
-  const ComPtr<CISSHelper> source = message_source(record, content);
-  if (!source) return {};
   auto message = make_object<CMimeDecoder>(enclosing, place);
-  const HRESULT status = message->Load(static_cast<IStream*>(source.get()));
+  const HRESULT status = load_content(*message, record, content);
   if (status == E_OUTOFMEMORY) throw std::bad_alloc();
   if (FAILED(status)) return {};
   // A host's stream, while it was read, may have asked for the message or given the part another.

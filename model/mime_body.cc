@@ -120,7 +120,8 @@ HRESULT CMimeBody::get_Item(LONG index, IDispatch** part) {
   if (part == nullptr) return E_POINTER;
   *part = nullptr;
   return guarded([&] {
-    if (CMimeDecoder* const message = embedded()) {
+    const bool has_children = multipart();
+    if (CMimeDecoder* const message = has_children ? nullptr : embedded()) {
       Variant body;
       const HRESULT status = message->get_Body(&body);
       if (FAILED(status) || body.vt != VT_DISPATCH) return FAILED(status) ? status : E_INVALIDARG;
@@ -128,7 +129,7 @@ HRESULT CMimeBody::get_Item(LONG index, IDispatch** part) {
       body.vt = VT_EMPTY;
       return S_OK;
     }
-    if (!multipart() || !is_below(index, record_[kPartBody].size())) return E_INVALIDARG;
+    if (!has_children || !is_below(index, record_[kPartBody].size())) return E_INVALIDARG;
     HeaderValue& child = record_.element(kPartBody).element(static_cast<std::size_t>(index));
     *part = make_mime_body(child, ComPtr<CMimeBody>(this), message_).detach();
     return S_OK;
@@ -432,7 +433,8 @@ HRESULT CMimeBody::put_FileName(BSTR name) {
 CMimeDecoder* CMimeBody::embedded() {
   if (!looks_inside_) return nullptr;
   const HeaderValue& type = content_type();
-  if (type.is_set() && !type[kTypeMajor].is_integer(kMessage)) {
+  const bool may_be = type.is_set() ? type[kTypeMajor].is_integer(kMessage) : in_digest();
+  if (!may_be) {
     embedded_.reset();
   } else {
     embedded_ = embedded_message(record_, in_digest(), message_);
