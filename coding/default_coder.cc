@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "coding/block_io.h"
+#include "core/line_scan.h"
 
 namespace tallowbrook {
 
@@ -75,6 +76,19 @@ class LineDecoder {
   ULONGLONG read_ = 0;
   ULONGLONG length_;
 };
+
+// Writes a whole content of which every line stays as it is, without the line end at its end; false
+// when a line may have to change. The end of a line of several pieces is left to the decoder.
+bool write_unchanged(std::string_view content, IStream& output) {
+  if (fastest_line_scan().find_nul_or_dots(content) != content.npos) return false;
+  const std::size_t before = content.find_last_of('\n', content.size() - 2);
+  const std::size_t last = content.size() < 2 || before == content.npos ? 0 : before + 1;
+  if (content.size() - last > kMaxLine) return false;
+  if (content.ends_with('\n')) content.remove_suffix(1);
+  if (content.size() > last && content.ends_with('\r')) content.remove_suffix(1);
+  write_block(output, content);
+  return true;
+}
 
 // --- encoding ------------------------------------------------------------------------------------
 
@@ -157,9 +171,12 @@ class DotStuffer {
 }  // namespace
 
 void CDefaultCoder::Decode(IStream& input, IStream& output) {
-  LineDecoder decoder(output, remaining_length(input));
+  const ULONGLONG length = remaining_length(input);
   BlockReader reader(input);
-  for (auto block = reader.next(); !block.empty(); block = reader.next()) decoder.take(block);
+  std::string_view block = reader.next();
+  if (reader.lends() && write_unchanged(block, output)) return;
+  LineDecoder decoder(output, length);
+  for (; !block.empty(); block = reader.next()) decoder.take(block);
   decoder.finish();
 }
 

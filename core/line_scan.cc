@@ -79,6 +79,10 @@ std::size_t find_bare_line_end(std::string_view bytes) {
   return std::string_view::npos;
 }
 
+std::size_t find_nul_or_dots(std::string_view bytes) {
+  return std::min(bytes.find('\0'), bytes.find("..\r"));
+}
+
 #if defined(__x86_64__)
 
 constexpr std::size_t kVector = 32;
@@ -160,20 +164,39 @@ constexpr std::size_t kVector = 32;
   return offset == std::string_view::npos ? offset : i + offset;
 }
 
+[[gnu::target("avx2")]] std::size_t find_nul_or_dots_avx2(std::string_view bytes) {
+  const __m256i nul = _mm256_setzero_si256();
+  const __m256i dot = _mm256_set1_epi8('.');
+  const __m256i cr = _mm256_set1_epi8('\r');
+  std::size_t i = 0;
+  for (; i + kVector + 1 < bytes.size(); i += kVector) {
+    const __m256i here = load(bytes.data() + i);
+    const __m256i dots = _mm256_and_si256(_mm256_cmpeq_epi8(here, dot),
+                                          _mm256_cmpeq_epi8(load(bytes.data() + i + 1), dot));
+    const __m256i end = _mm256_and_si256(dots, _mm256_cmpeq_epi8(load(bytes.data() + i + 2), cr));
+    const __m256i found = _mm256_or_si256(end, _mm256_cmpeq_epi8(here, nul));
+    const auto bits = static_cast<unsigned>(_mm256_movemask_epi8(found));
+    if (bits != 0) return i + static_cast<std::size_t>(__builtin_ctz(bits));
+  }
+  const std::size_t offset = find_nul_or_dots(bytes.substr(i));
+  return offset == std::string_view::npos ? offset : i + offset;
+}
+
 #endif
 
 }  // namespace
 
 const LineScan& portable_line_scan() {
   static constexpr LineScan scan{needs_normalising, count_line_ends, find_special_line,
-                                 find_bare_line_end};
+                                 find_bare_line_end, find_nul_or_dots};
   return scan;
 }
 
 const LineScan& fastest_line_scan() {
 #if defined(__x86_64__)
   static constexpr LineScan avx2{needs_normalising_avx2, count_line_ends_avx2,
-                                 find_special_line_avx2, find_bare_line_end_avx2};
+                                 find_special_line_avx2, find_bare_line_end_avx2,
+                                 find_nul_or_dots_avx2};
   static const bool has_avx2 = __builtin_cpu_supports("avx2") != 0;
   if (has_avx2) return avx2;
 #endif

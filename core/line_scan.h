@@ -18,6 +18,8 @@ struct LineScan {
   // The offset of the first LF behind another byte than a CR; npos when there is none. The first
   // byte, with nothing before it, is not looked at.
   std::size_t (*find_bare_line_end)(std::string_view bytes);
+  // The offset of the first NUL or the first ".." that a CR follows; npos when there is neither.
+  std::size_t (*find_nul_or_dots)(std::string_view bytes);
 };
 
 // For any processor.
