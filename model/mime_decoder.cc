@@ -25,6 +25,8 @@ namespace {
 constexpr ULONG kRawCopyStep = 500000;
 constexpr ULONG kRawCopyFactor = 1;
 
+constexpr IID kEventSources[] = {_IMimeDecoderEvents::kIid, _IAccessorEvents::kIid};
+
 VARIANT_BOOL as_boolean(bool value) { return value ? VARIANT_TRUE : VARIANT_FALSE; }
 
 // Releases a message's link to the one around it. Embedded messages may each be the last to hold
@@ -55,8 +57,7 @@ CMimeDecoder::CMimeDecoder(MessageRef enclosing, EmbeddedPlace place)
     : link_(std::make_shared<MessageLink>(MessageLink{this})),
       enclosing_(std::move(enclosing)),
       place_(std::move(place)),
-      points_(*this, {_IMimeDecoderEvents::kIid, _IAccessorEvents::kIid},
-              {&Module::lock, &Module::unlock}) {}
+      points_(*this, kEventSources, {&Module::lock, &Module::unlock}) {}
 
 CMimeDecoder::~CMimeDecoder() {
   ending_ = true;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <utility>
 
@@ -176,20 +177,25 @@ class ConnectionPointContainer::Point final : public IConnectionPoint {
   DWORD next_cookie_ = 1;
 };
 
-ConnectionPointContainer::ConnectionPointContainer(IConnectionPointContainer& owner,
-                                                   std::initializer_list<IID> points, LockHook hook)
-    : owner_(owner), hook_(hook) {
-  for (const IID& iid : points) points_.push_back(std::make_unique<Point>(owner, iid, hook));
+ConnectionPointContainer::~ConnectionPointContainer() {
+  delete points_.load(std::memory_order_acquire);
 }
 
-ConnectionPointContainer::~ConnectionPointContainer() = default;
+const ConnectionPointContainer::Points& ConnectionPointContainer::points() {
+  const Points* known = points_.load(std::memory_order_acquire);
+  if (known != nullptr) return *known;
+  auto made = std::make_unique<Points>();
+  for (const IID& iid : iids_) made->push_back(std::make_unique<Point>(owner_, iid, hook_));
+  // Another thread's may have been there first.
+  return points_.compare_exchange_strong(known, made.get()) ? *made.release() : *known;
+}
 
 HRESULT ConnectionPointContainer::enumerate(IEnumConnectionPoints** all) {
   if (all == nullptr) return E_POINTER;
   *all = nullptr;
   try {
     std::vector<ComPtr<IConnectionPoint>> items;
-    for (const auto& point : points_) items.emplace_back(point.get());
+    for (const auto& point : points()) items.emplace_back(point.get());
     *all = new PointEnumerator(std::move(items), 0, &owner_, hook_);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
@@ -200,18 +206,24 @@ HRESULT ConnectionPointContainer::enumerate(IEnumConnectionPoints** all) {
 HRESULT ConnectionPointContainer::find(REFIID iid, IConnectionPoint** point) {
   if (point == nullptr) return E_POINTER;
   *point = nullptr;
-  for (const auto& one : points_) {
-    if (one->iid() != iid) continue;
-    one->AddRef();
-    *point = one.get();
-    return S_OK;
+  try {
+    for (const auto& one : points()) {
+      if (one->iid() != iid) continue;
+      one->AddRef();
+      *point = one.get();
+      return S_OK;
+    }
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
   }
   return CONNECT_E_NOCONNECTION;
 }
 
 std::vector<ComPtr<IUnknown>> ConnectionPointContainer::sinks(REFIID iid) const {
   std::vector<ComPtr<IUnknown>> result;
-  for (const auto& point : points_) {
+  const Points* const made = points_.load(std::memory_order_acquire);
+  if (made == nullptr) return result;
+  for (const auto& point : *made) {
     if (point->iid() != iid) continue;
     for (Connection& one : point->connections()) result.push_back(std::move(one.sink));
   }

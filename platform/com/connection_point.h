@@ -10,19 +10,19 @@
 //     HRESULT FindConnectionPoint(REFIID iid, IConnectionPoint** point) override {
 //       return points_.find(iid, point);
 //     }
-//     platform::ConnectionPointContainer points_{
-//         *this, {_IMimeDecoderEvents::kIid, _IAccessorEvents::kIid}, {&Module::lock,
-//         &Module::unlock}};
+//     static constexpr IID kEvents[] = {_IMimeDecoderEvents::kIid, _IAccessorEvents::kIid};
+//     platform::ConnectionPointContainer points_{*this, kEvents, {&Module::lock, &Module::unlock}};
 //   };
 //
 // A point is part of its container: a reference to it is one to the container. Enumerators keep the
 // container alive and hold the module's lock, through the hook, for their whole life. A sink is
-// held until Unadvise or until the container ends. Points may be used from any thread.
+// held until Unadvise or until the container ends. Points may be used from any thread. They are
+// made when one is first asked for: most objects have no sink.
 #pragma once
 
-#include <initializer_list>
+#include <atomic>
 #include <memory>
-#include <mutex>
+#include <span>
 #include <vector>
 
 #include "platform/com/unknown.h"
@@ -90,9 +90,10 @@ struct LockHook {
 
 class ConnectionPointContainer {
  public:
-  // `owner` is the object that embeds this; it must outlive it. Throws std::bad_alloc.
-  ConnectionPointContainer(IConnectionPointContainer& owner, std::initializer_list<IID> points,
-                           LockHook hook = {});
+  // `owner` is the object that embeds this; it and `points` must outlive it.
+  ConnectionPointContainer(IConnectionPointContainer& owner, std::span<const IID> points,
+                           LockHook hook = {})
+      : iids_(points), owner_(owner), hook_(hook) {}
   ~ConnectionPointContainer();
   ConnectionPointContainer(const ConnectionPointContainer&) = delete;
   ConnectionPointContainer& operator=(const ConnectionPointContainer&) = delete;
@@ -101,11 +102,17 @@ class ConnectionPointContainer {
   HRESULT find(REFIID iid, IConnectionPoint** point);
 
   // The sinks connected for `iid` at this moment, as the interface that they were asked for.
+  // Throws std::bad_alloc.
   [[nodiscard]] std::vector<ComPtr<IUnknown>> sinks(REFIID iid) const;
 
  private:
   class Point;
-  std::vector<std::unique_ptr<Point>> points_;
+  using Points = std::vector<std::unique_ptr<Point>>;
+
+  [[nodiscard]] const Points& points();
+
+  std::span<const IID> iids_;
+  std::atomic<const Points*> points_{nullptr};
   IConnectionPointContainer& owner_;
   LockHook hook_;
 };

@@ -72,7 +72,7 @@ template class OptionList<IConnectionPointContainer>;
 // --- the list of values --------------------------------------------------------------------------
 
 OptionValueCollection::OptionValueCollection()
-    : points_(*this, {_IAccessorEvents::kIid},
+    : points_(*this, {&_IAccessorEvents::kIid, 1},
               {[] { ++living_objects; }, [] { --living_objects; }}) {}
 
 OptionValueCollection::~OptionValueCollection() {

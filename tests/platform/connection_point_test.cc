@@ -33,7 +33,8 @@ class Source final : public Counted<IConnectionPointContainer> {
     return points.find(iid, point);
   }
   static inline int alive = 0;
-  ConnectionPointContainer points{*this, {ISink::kIid, IOther::kIid}, {&add_lock, &remove_lock}};
+  static constexpr IID kSources[] = {ISink::kIid, IOther::kIid};
+  ConnectionPointContainer points{*this, kSources, {&add_lock, &remove_lock}};
 };
 
 TEST(ConnectionPoint, ConnectsSinks) {
