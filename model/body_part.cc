@@ -315,7 +315,7 @@ void resolve_field(HeaderValue& record, EntryName name, const MessageRef& messag
   const HeaderValue& value = field_value(record, name);
   if (!value.is(ValueKind::Raw)) return;
   const HeaderValue raw = value;
-  auto parsed = parse_mime_field(name, raw.raw_text(), message);
+  auto parsed = parse_mime_field(name, raw.shared_text().text_view(), message);
   if (!parsed) return;
   // The wait for the message may have run a message handler that read or changed the same field.
   HeaderValue entry = find_entry(record, name);

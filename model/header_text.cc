@@ -1,6 +1,7 @@
 #include "model/header_text.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "coding/encoded_words.h"
 #include "core/text.h"
@@ -25,6 +26,22 @@ bool is_blank(std::string_view line) {
 }  // namespace
 
 std::u16string decode_header_text(std::string_view text) { return decode_words(text); }
+
+namespace {
+
+bool says_itself(std::string_view text) {
+  return is_ascii(text) && text.find('"') == text.npos && text.find("=?") == text.npos;
+}
+
+}  // namespace
+
+platform::Bstr header_text_to_bstr(std::string_view text) {
+  return says_itself(text) ? ascii_to_bstr(text) : platform::Bstr(decode_words(text));
+}
+
+std::string header_text_to_ansi(std::string text) {
+  return says_itself(text) ? std::move(text) : to_ansi(decode_words(text));
+}
 
 std::string encode_header_text(std::u16string_view text, std::string_view charset) {
   std::string encoded;

@@ -13,6 +13,9 @@ namespace tallowbrook {
 // What a reader sees of a header text: encoded words (RFC 2047) decoded, quoted strings without
 // their quotes, other bytes taken from the system ANSI code page.
 [[nodiscard]] std::u16string decode_header_text(std::string_view text);
+// The same for a host, and in the system ANSI code page. Plain ASCII costs no more than its copy.
+[[nodiscard]] platform::Bstr header_text_to_bstr(std::string_view text);
+[[nodiscard]] std::string header_text_to_ansi(std::string text);
 
 // A host's text as it is stored in a field: as encoded words, in `charset` where that is UTF-8
 // (EncodeHeaderText tells when in another). It reads back as it was, whatever it holds.

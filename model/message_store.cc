@@ -60,9 +60,9 @@ void FieldSlot::put(HeaderValue replacement) {
 
 void FieldSlot::reset() { put({}); }
 
-std::string FieldSlot::list_text() const {
-  std::string raw = value.raw_text();
-  if (joins.empty()) return raw;
+HeaderValue FieldSlot::list_text() const {
+  if (joins.empty()) return value.shared_text();
+  const std::string raw = value.raw_text();
   std::string result;
   result.reserve(raw.size() + joins.size());
   std::size_t start = 0;
@@ -76,7 +76,7 @@ std::string FieldSlot::list_text() const {
     }
     start = end + kJoin.size();
   }
-  return result;
+  return HeaderValue::text(result);
 }
 
 void MessageStore::join_raw(FieldSlot& slot, HeaderValue raw) {

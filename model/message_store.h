@@ -65,9 +65,9 @@ struct FieldSlot {
   // Takes a value that a host gave: what was loaded is forgotten.
   void put(HeaderValue replacement);
   void reset();
-  // An unparsed text with every join turned into a comma (folded), for reading a list; white space
-  // and commas that end an occurrence go.
-  [[nodiscard]] std::string list_text() const;
+  // An unparsed text, a `Text`, with every join turned into a comma (folded), for reading a list;
+  // white space and commas that end an occurrence go.
+  [[nodiscard]] HeaderValue list_text() const;
 };
 
 // Elements of a trace header record, a `List`: the clauses (an `AddressMap`, `Empty` while

@@ -1,5 +1,6 @@
 #include "model/mime_body.h"
 
+#include <optional>
 #include <utility>
 
 #include "core/creators.h"
@@ -342,12 +343,17 @@ std::string CMimeBody::type_parameter(std::string_view name) {
 HRESULT CMimeBody::put_type_parameter(std::string_view name, std::string_view value) {
   HeaderValue entry = entry_with_parameters(EntryName::ContentType);
   if (!entry.is_set()) return E_FAIL;
-  EntryUndo undo(record_, EntryName::ContentType);
-  drop_source(entry);
-  if (!entry[kEntryValue].is_set()) entry.element(kEntryValue) = default_type();
+  // Where there are parameters, nothing has changed yet when memory does not suffice.
+  std::optional<EntryUndo> undo;
+  if (!entry[kEntryValue][kTypeParameters].is(ValueKind::AddressMap)) {
+    undo.emplace(record_, EntryName::ContentType);
+    if (!entry[kEntryValue].is_set()) entry.element(kEntryValue) = default_type();
+  }
+  HeaderValue text = HeaderValue::text(value);
   HeaderValue parameters = share_parameters(entry, kTypeParameters);
-  parameters.mutable_entries().at_or_add(name) = HeaderValue::text(value);
-  undo.keep();
+  parameters.mutable_entries().at_or_add(name) = std::move(text);
+  drop_source(entry);
+  if (undo) undo->keep();
   return S_OK;
 }
 
@@ -355,7 +361,7 @@ HRESULT CMimeBody::get_Charset(VARIANT* charset) {
   if (charset == nullptr) return E_POINTER;
   VariantInit(charset);
   return guarded([&] {
-    Variant(decode_header_text(type_parameter("charset"))).detach_to(charset);
+    Variant::adopt(header_text_to_bstr(type_parameter("charset"))).detach_to(charset);
     return S_OK;
   });
 }
@@ -363,8 +369,12 @@ HRESULT CMimeBody::get_Charset(VARIANT* charset) {
 HRESULT CMimeBody::put_Charset(VARIANT charset) {
   return guarded([&] {
     Variant direct;
-    if (FAILED(VariantCopyInd(&direct, &charset)) || direct.vt != VT_BSTR) return E_INVALIDARG;
-    const HRESULT status = put_type_parameter("charset", quoted(to_ansi(direct.text())));
+    if (charset.vt != VT_BSTR) {
+      if (FAILED(VariantCopyInd(&direct, &charset)) || direct.vt != VT_BSTR) return E_INVALIDARG;
+    }
+    const BSTR name = charset.vt == VT_BSTR ? charset.bstrVal : direct.bstrVal;
+    const std::string text = quoted(to_ansi(platform::view_of(name)));
+    const HRESULT status = put_type_parameter("charset", text);
     if (SUCCEEDED(status)) changed();
     return status;
   });
@@ -374,7 +384,7 @@ HRESULT CMimeBody::get_Name(BSTR* name) {
   if (name == nullptr) return E_POINTER;
   *name = nullptr;
   return guarded([&] {
-    *name = platform::Bstr(decode_header_text(type_parameter("name"))).detach();
+    *name = header_text_to_bstr(type_parameter("name")).detach();
     return S_OK;
   });
 }
@@ -403,7 +413,7 @@ HRESULT CMimeBody::get_FileName(BSTR* name) {
     if (found == nullptr) found = &parameters.mutable_entries().at_or_add("filename");
     if (!found->is(ValueKind::Text)) return get_Name(name);
     const std::string text = unquoted(found->text_view());
-    *name = platform::Bstr(decode_header_text(text)).detach();
+    *name = header_text_to_bstr(text).detach();
     return S_OK;
   });
 }

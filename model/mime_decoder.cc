@@ -293,12 +293,16 @@ void CMimeDecoder::NotifyChanged() {
 
 HRESULT CMimeDecoder::ParseHeaderInto(std::string_view name, std::string_view text,
                                       HeaderValue& target) {
-  const auto held = self();
   HeaderValue value;
+  if (parse_usual_field(name, text, value)) {  // which nobody has to wait for
+    target = std::move(value);
+    return S_OK;
+  }
+  const auto held = self();
   HRESULT status = S_OK;
   {
     const ViewMutex::Hold hold(mutex_, *held);
-    status = parse_field(name, text, value);
+    status = parse_field_by_grammar(name, text, value);
   }
   if (SUCCEEDED(status)) target = std::move(value);
   return status;

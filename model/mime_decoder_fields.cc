@@ -153,7 +153,8 @@ HRESULT CMimeDecoder::get_Subject(VARIANT* value) {
   if (value == nullptr) return E_POINTER;
   VariantInit(value);
   return guarded([&] {
-    Variant(decode_header_text(store_.slot(SlotId::Subject).value.AsText())).detach_to(value);
+    const HeaderValue subject = store_.slot(SlotId::Subject).value.shared_text();
+    Variant::adopt(header_text_to_bstr(subject.text_view())).detach_to(value);
     return S_OK;
   });
 }

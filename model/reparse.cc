@@ -84,7 +84,8 @@ HeaderValue split_at_commas(std::string_view text) {
 void ReparseHeader(MessageOwner& message, FieldSlot& slot, std::string_view name, ReadMode mode) {
   if (!slot.value.is(ValueKind::Raw)) return;
   const HeaderValue source = slot.value;
-  const std::string text = mode == ReadMode::List ? slot.list_text() : source.raw_text();
+  const HeaderValue held = mode == ReadMode::List ? slot.list_text() : source.shared_text();
+  const std::string_view text = held.text_view();
   HeaderValue value;
   if (!parse(message, name, text, value) &&
       (mode == ReadMode::Single || !parse_leniently(message, text, value))) {

@@ -218,9 +218,7 @@ void give_back_unread(const ParseRun& run, IStream& stream) {
   static_cast<void>(move_back(stream, back));
 }
 
-namespace {
-
-bool read_usual_value(std::string_view name, std::string_view text, HeaderValue& value) {
+bool parse_usual_field(std::string_view name, std::string_view text, HeaderValue& value) {
   if (name == kPseudoContentType) return read_usual_type(text, value);
   if (name == kPseudoDisposition) return read_usual_disposition(text, value);
   if (name == kPseudoAddress) return read_usual_addresses(text, value);
@@ -232,10 +230,8 @@ bool read_usual_value(std::string_view name, std::string_view text, HeaderValue&
   return false;
 }
 
-}  // namespace
-
 HRESULT parse_field(std::string_view name, std::string_view text, HeaderValue& value) {
-  if (read_usual_value(name, text, value)) return S_OK;
+  if (parse_usual_field(name, text, value)) return S_OK;
   return parse_field_by_grammar(name, text, value);
 }
 

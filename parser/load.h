@@ -66,6 +66,11 @@ void give_back_unread(const ParseRun& run, IStream& stream);
 // Reports nothing and changes no message.
 [[nodiscard]] HRESULT parse_field(std::string_view name, std::string_view text, HeaderValue& value);
 
+// The same for a value of a usual form, which takes no parser and no wait; false, with `value`
+// untouched, for any other.
+[[nodiscard]] bool parse_usual_field(std::string_view name, std::string_view text,
+                                     HeaderValue& value);
+
 // The same without the quick ways that usual values take: what those are held to.
 [[nodiscard]] HRESULT parse_field_by_grammar(std::string_view name, std::string_view text,
                                              HeaderValue& value);

@@ -25,7 +25,7 @@ std::unique_ptr<CMIMECode> make_part_coder(const HeaderValue& record) {
   const HeaderValue& type = field_value(record, EntryName::ContentType);
   const HeaderValue* charset = find_parameter(type[kTypeParameters], "charset");
   if (charset == nullptr) return nullptr;
-  const std::string name = to_ansi(decode_header_text(unquoted(charset->AsText())));
+  const std::string name = header_text_to_ansi(unquoted(charset->AsText()));
   return make_charset_coder(name.c_str(), 0);
 }
 

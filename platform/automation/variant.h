@@ -225,6 +225,12 @@ class Variant : public VARIANT {
     result.pdispVal = counted;
     return result;
   }
+  [[nodiscard]] static Variant adopt(Bstr text) {
+    Variant result;
+    result.vt = VT_BSTR;
+    result.bstrVal = text.detach();
+    return result;
+  }
   explicit Variant(const VARIANT& source);
   Variant(const Variant& source) : Variant(static_cast<const VARIANT&>(source)) {}
   Variant(Variant&& other) noexcept : VARIANT(other) { other.vt = VT_EMPTY; }
