@@ -53,7 +53,9 @@ void note_block(ParseRun& run, const InputBlock& block) {
 }  // namespace
 
 std::size_t normalise(char* bytes, std::size_t length, bool full) {
-  if (!fastest_line_scan().needs_normalising({bytes, length})) return length;
+  std::string_view text(bytes, length);
+  while (full && text.ends_with('\r')) text.remove_suffix(1);  // these stay
+  if (!fastest_line_scan().needs_normalising(text)) return length;
   return normalise_up_to(bytes, length, full, length).out;
 }
 

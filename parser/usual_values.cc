@@ -54,8 +54,11 @@ class Cursor {
   // A quoted string on one line without backslashes, with its quotes; empty for anything else.
   std::string_view take_quoted() {
     if (peek() != '"') return {};
-    const std::size_t end = rest_.find_first_of(std::string_view("\"\\\r\n\0", 5), 1);
-    return end == rest_.npos || rest_[end] != '"' ? std::string_view() : take_count(end + 1);
+    const auto* const end = std::find_if(rest_.begin() + 1, rest_.end(), [](char c) {
+      return c == '"' || c == '\\' || c == '\r' || c == '\n' || c == '\0';
+    });
+    if (end == rest_.end() || *end != '"') return {};
+    return take_count(static_cast<std::size_t>(end + 1 - rest_.begin()));
   }
   bool take_blanks() { return !take_while(is_blank).empty(); }
   // Blanks and folds, and whether there were any. At a line end that begins no fold, or a fold that
@@ -168,8 +171,9 @@ constexpr std::string_view kOddParameters[] = {"boundary", "access-type", "expir
 
 template <std::size_t kCount>
 bool is_among(std::string_view word, const std::string_view (&words)[kCount]) {
-  return std::any_of(std::begin(words), std::end(words),
-                     [word](std::string_view known) { return equals_ignoring_case(word, known); });
+  return std::any_of(std::begin(words), std::end(words), [word](std::string_view known) {
+    return word.size() == known.size() && equals_ignoring_case(word, known);
+  });
 }
 
 class TypeReader {

@@ -54,10 +54,9 @@ std::size_t behind(std::string_view text, std::size_t at) {
 }
 
 // Leaves the mailbox of a route address that has more than that in its brackets, and that no server
-// would take so: a display name ("<A. B. <a@x.org>"), the name or the end of a group ("<Team:
-// a@x.org>",
-// "<b@x.org;>"), what follows the mailbox. Any other address stays as it is, one with several
-// mailboxes too: the server shall refuse it rather than one of them be lost.
+// would take so: a display name ("<A. B. <a@x.org>"), the name of a group ("<Team: a@x.org>") or
+// its end ("<b@x.org;>"), what follows the mailbox. Any other address stays as it is, one with
+// several mailboxes too: the server shall refuse it rather than one of them be lost.
 void keep_mailbox(std::string& route) {
   if (!route.starts_with('<')) return;
   std::size_t start = 1;

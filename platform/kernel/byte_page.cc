@@ -14,8 +14,6 @@
 namespace tallowbrook::platform {
 namespace {
 
-constexpr std::size_t kBlock = 16;
-
 // The 16 units of a block; true when one of them is no character.
 bool map_block(const ByteTable& table, const char* from, char16_t* to) {
   bool loss = false;
@@ -31,7 +29,7 @@ bool map(const ByteTable& table, std::string_view bytes, char16_t* to) {
   const bool ascii = table[0x7F] == 0x7F;
   while (bytes.size() >= kBlock) {
     if (ascii && is_ascii_block(bytes.data())) {
-      for (std::size_t i = 0; i < kBlock; ++i) to[i] = static_cast<unsigned char>(bytes[i]);
+      copy_block(bytes.data(), to);
     } else if (map_block(table, bytes.data(), to)) {
       loss = true;
     }

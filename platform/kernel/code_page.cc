@@ -77,13 +77,12 @@ bool decode_one(std::string_view& bytes, char16_t*& to) {
 // A text of n bytes has at most n units, so room for as many needs no checks: blocks of ASCII go
 // through whole, any other block one character at a time.
 bool decode_utf8_in_room(std::string_view bytes, WideOutput& out) {
-  constexpr std::size_t kBlock = 16;
   bool loss = false;
   char16_t* const start = out.next_room();
   char16_t* to = start;
   while (bytes.size() >= kBlock) {
     if (is_ascii_block(bytes.data())) {
-      for (std::size_t i = 0; i < kBlock; ++i) to[i] = static_cast<unsigned char>(bytes[i]);
+      copy_block(bytes.data(), to);
       to += kBlock;
       bytes.remove_prefix(kBlock);
       continue;

@@ -7,10 +7,25 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <type_traits>
 
 namespace tallowbrook::platform {
 
 inline constexpr char16_t kReplacement = 0xFFFD;
+
+inline constexpr std::size_t kBlock = 16;
+
+// Widens or narrows a block. Arrays of its own, which overlap nothing, make it vector moves.
+template <class Source, class Target>
+void copy_block(const Source* from, Target* to) {
+  Source units[kBlock];
+  Target copies[kBlock];
+  std::memcpy(units, from, sizeof units);
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    copies[i] = static_cast<Target>(static_cast<std::make_unsigned_t<Source>>(units[i]));
+  }
+  std::memcpy(to, copies, sizeof copies);
+}
 
 // Takes converted text: keeps what fits in the room it was given and counts all of it, so that one
 // pass with no room measures.
@@ -48,14 +63,14 @@ class Output {
   }
 
  private:
-  // Blocks of a fixed size, which the compiler turns into vector moves.
   template <class Source>
   static void widen_or_narrow(const Source* from, std::size_t length, Unit* to) {
-    constexpr std::size_t kBlock = 16;
-    for (; length >= kBlock; length -= kBlock, from += kBlock, to += kBlock) {
-      for (std::size_t i = 0; i < kBlock; ++i) to[i] = static_cast<Unit>(from[i]);
+    if (length < kBlock) {
+      for (std::size_t i = 0; i < length; ++i) to[i] = static_cast<Unit>(from[i]);
+      return;
     }
-    for (std::size_t i = 0; i < length; ++i) to[i] = static_cast<Unit>(from[i]);
+    for (std::size_t at = 0; at + kBlock < length; at += kBlock) copy_block(from + at, to + at);
+    copy_block(from + length - kBlock, to + length - kBlock);
   }
 
   Unit* room_;
