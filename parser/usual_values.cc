@@ -182,8 +182,10 @@ class TypeReader {
 
   bool type(HeaderValue& value) {
     const HeaderValue major = major_from_name(word());
-    if (!is_leaf(major) || !text_.take('/')) return false;
+    const bool message = major.is_integer(kMessage);
+    if ((!is_leaf(major) && !message) || !text_.take('/')) return false;
     const std::string_view subtype = word();
+    if (message && !equals_ignoring_case(subtype, minor_name(kMessage, kRfc822))) return false;
     if (subtype.empty() || equals_ignoring_case(subtype, major_name(major.number()))) return false;
     return with_parameters(major, minor(major.number(), subtype), value);
   }
