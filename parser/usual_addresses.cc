@@ -1,9 +1,5 @@
 #include "parser/usual_addresses.h"
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include <array>
 #include <bit>
 #include <memory>
@@ -12,6 +8,7 @@
 #include <vector>
 
 #include "model/address_list.h"
+#include "parser/address_marks.h"
 
 namespace tallowbrook {
 namespace {
@@ -28,92 +25,31 @@ constexpr std::array<bool, 256> kAtomText = [] {
 
 bool is_atom_text(char c) { return kAtomText[static_cast<unsigned char>(c)]; }
 
-// What stands where in the 64 bytes from a place on, one bit for each byte.
-class Window {
- public:
-  static constexpr std::size_t kSize = 64;
+// Bits for the places below `end`, which is below 64.
+constexpr std::uint64_t below(std::size_t end) { return (std::uint64_t{1} << end) - 1; }
 
-  explicit Window(const char* bytes);
-
-  // The first byte from `from` on that is no plain atom text nor "." or "@"; kSize when there is
-  // none. "=" is none, since an encoded word may begin with it.
-  [[nodiscard]] std::size_t find_other(std::size_t from) const {
-    if (from >= kSize || other_ >> from == 0) return kSize;
-    return from + static_cast<std::size_t>(std::countr_zero(other_ >> from));
-  }
-  // True when the bytes in between, of which none is other, are two dot-atoms around an "@".
-  [[nodiscard]] bool is_address(std::size_t begin, std::size_t end) const {
-    if (begin >= end) return false;
-    const std::uint64_t inside = below(end) & ~below(begin);
-    const std::uint64_t dots = dots_ & inside;
-    const std::uint64_t edges = std::uint64_t{1} << begin | std::uint64_t{1} << (end - 1);
-    const std::uint64_t ats = ats_ & inside;
-    const bool one_at = ats != 0 && (ats & (ats - 1)) == 0;
-    return one_at && ((dots & dots << 1) | (dots & edges)) == 0;
-  }
-  [[nodiscard]] bool has_dots(std::size_t end) const { return (dots_ & below(end)) != 0; }
-
- private:
-  [[nodiscard]] static std::uint64_t below(std::size_t end) {
-    return end >= kSize ? ~std::uint64_t{0} : (std::uint64_t{1} << end) - 1;
-  }
-
-  std::uint64_t other_ = 0;
-  std::uint64_t dots_ = 0;  // "." and "@"
-  std::uint64_t ats_ = 0;   // "@"
-};
-
-#ifdef __SSE2__
-
-Window::Window(const char* bytes) {
-  const auto is = [](__m128i block, char c) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(c)); };
-  const auto is_between = [](__m128i block, char first, char last) {
-    const __m128i from_first = _mm_sub_epi8(block, _mm_set1_epi8(first));
-    const __m128i capped = _mm_min_epu8(from_first, _mm_set1_epi8(static_cast<char>(last - first)));
-    return _mm_cmpeq_epi8(from_first, capped);
-  };
-  const auto either = [](__m128i a, __m128i b) { return _mm_or_si128(a, b); };
-  for (std::size_t at = 0; at < kSize; at += sizeof(__m128i)) {
-    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + at));
-    const auto bits_of = [at](__m128i found) {
-      return std::uint64_t{static_cast<std::uint16_t>(_mm_movemask_epi8(found))} << at;
-    };
-    const __m128i low_or_8bit = _mm_cmplt_epi8(block, _mm_set1_epi8('!'));
-    const __m128i text_marks =
-        either(is(block, '"'), either(is(block, ','), is_between(block, '(', ')')));
-    const __m128i brackets = either(is_between(block, ':', '>'), is_between(block, '[', ']'));
-    const __m128i at_sign = is(block, '@');
-    other_ |= bits_of(either(low_or_8bit, either(text_marks, brackets)));
-    ats_ |= bits_of(at_sign);
-    dots_ |= bits_of(either(at_sign, is(block, '.')));
-  }
+// True when the bytes in between, of which none is other, are two dot-atoms around an "@".
+bool is_address(const AddressMarks& marks, std::size_t begin, std::size_t end) {
+  if (begin >= end) return false;
+  const std::uint64_t inside = below(end) & ~below(begin);
+  const std::uint64_t dots = marks.dots & inside;
+  const std::uint64_t edges = std::uint64_t{1} << begin | std::uint64_t{1} << (end - 1);
+  const std::uint64_t ats = marks.ats & inside;
+  const bool one_at = ats != 0 && (ats & (ats - 1)) == 0;
+  return one_at && ((dots & dots << 1) | (dots & edges)) == 0;
 }
-
-#else
-
-Window::Window(const char* bytes) {
-  for (std::size_t at = 0; at < kSize; ++at) {
-    const char c = bytes[at];
-    const std::uint64_t bit = std::uint64_t{1} << at;
-    if (c == '@') ats_ |= bit;
-    if (c == '.' || c == '@') {
-      dots_ |= bit;
-    } else if (c == '=' || !is_atom_text(c)) {
-      other_ |= bit;
-    }
-  }
-}
-
-#endif
 
 class Reader {
  public:
   explicit Reader(std::string_view text)
-      : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()) {}
+      : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()) {
+    constexpr std::size_t kUsualSize = 48;  // of a mailbox in the text
+    mailboxes_.reserve(text.size() / kUsualSize + 1);
+  }
 
   bool list() {
     do {
-      if (!skip_space()) return false;
+      if (!skip_one_space() && !skip_space()) return false;
       if (!short_mailbox() && !(mailbox() && skip_space())) return false;
       mailboxes_.push_back(mailbox_);
     } while (take(','));
@@ -136,6 +72,19 @@ class Reader {
     return true;
   }
 
+  // A blank or a fold by one, as they stand behind nearly all commas. False, with nothing read, for
+  // any other white space.
+  bool skip_one_space() {
+    if (end_ - at_ < 3) return false;
+    const bool folded = at_[0] == '\n';
+    if (!folded && at_[0] != ' ') return false;
+    const char* const behind = at_ + (folded ? 2 : 1);
+    if (behind[-1] != ' ' || *behind == ' ' || is_other_space(*behind)) return false;
+    at_ = behind;
+    return true;
+  }
+  static bool is_other_space(char c) { return c == '\t' || c == '\r' || c == '\n'; }
+
   // White space and folds. False at a line end that begins no fold, or a fold that holds nothing.
   bool skip_space() {
     while (at_ < end_) {
@@ -156,43 +105,76 @@ class Reader {
     return at_ < end_ && *at_ != '\r' && *at_ != '\n';
   }
 
-  // A mailbox of the most usual forms that ends within 64 bytes, with the comma next behind it.
-  // False, with nothing read, for any other.
+  // A mailbox of the most usual forms with the comma next behind it: its name, if that is no
+  // encoded word, and its address each within 64 bytes. False, with nothing read, for any other.
   bool short_mailbox() {
-    if (static_cast<std::size_t>(end_ - at_) < Window::kSize) return false;
     using Form = AddressList::NameForm;
-    const Window here(at_);
-    std::size_t open = here.find_other(0);  // "<", when it is one of the other forms
+    const auto left = static_cast<std::size_t>(end_ - at_);
+    if (left < AddressMarks::kSize) return false;
+    AddressMarks marks = mark_(at_);
+    if (marks.other == 0) return false;
+    const auto first = static_cast<std::size_t>(std::countr_zero(marks.other));
+    if (at_[first] == ',') return take_mailbox(marks, 0, Form::kPlain, 0, first);
+    std::size_t open = 0;  // "<"
     Form form = Form::kPlain;
-    if (open > 0) {
-      if (open < Window::kSize && at_[open] == ',') return take_mailbox(here, 0, form, 0, open);
-      // Atoms with a blank between two of them.
-      while (open < Window::kSize && at_[open] == ' ' && at_[open - 1] != ' ') {
-        open = here.find_other(open + 1);
+    if (first > 0 || *at_ != '<') {
+      if (first > 0) {
+        open = end_of_atoms(marks);
+      } else if (*at_ == '"') {
+        open = end_of_quoted(marks);
+        form = Form::kQuoted;
+      } else {
+        open = end_of_encoded();
+        form = Form::kAny;
       }
-      if (open == Window::kSize || at_[open - 1] != ' ' || here.has_dots(open)) return false;
-    } else if (*at_ == '"') {
-      std::size_t close = here.find_other(1);
-      while (close < Window::kSize && is_quotable(at_[close])) close = here.find_other(close + 1);
-      if (close + 2 >= Window::kSize || at_[close] != '"' || at_[close + 1] != ' ') return false;
-      open = close + 2;
-      form = Form::kQuoted;
+      if (open == 0 || open >= left || at_[open] != '<' || at_[open - 1] != ' ') return false;
+      if (open < AddressMarks::kSize) marks = marks.from(open);
     }
-    if (at_[open] != '<') return false;
-    const std::size_t close = here.find_other(open + 1);
-    if (close + 1 >= Window::kSize || at_[close] != '>' || at_[close + 1] != ',') return false;
-    const std::size_t name_size = open == 0 ? 0 : open - 1;
-    return take_mailbox(here, name_size, form, open, close + 1);
+    std::uint64_t behind_open = marks.other & (marks.other - 1);
+    if (open > 0 && (behind_open == 0 || open >= AddressMarks::kSize)) {
+      if (left - open < AddressMarks::kSize) return false;
+      marks = mark_(at_ + open);
+      behind_open = marks.other & (marks.other - 1);
+    }
+    if (behind_open == 0) return false;
+    const std::size_t close = open + static_cast<std::size_t>(std::countr_zero(behind_open));
+    if (close + 1 >= left || at_[close] != '>' || at_[close + 1] != ',') return false;
+    return take_mailbox(marks, open == 0 ? 0 : open - 1, form, open, close + 1);
   }
-  // Something other than atoms that may stand in a quoted string that is shown as it is.
-  static bool is_quotable(char c) {
-    return c != '"' && c != '\\' && c != '\r' && c != '\n' && c != '=';
+  // Where the first byte behind the name and a blank is; 0 when the name is no such one.
+  //
+  // Atoms with a blank between two of them.
+  static std::size_t end_of_atoms(const AddressMarks& here) {
+    const std::uint64_t words_end = here.other & ~here.blanks;
+    if (words_end == 0) return 0;
+    const auto end = static_cast<std::size_t>(std::countr_zero(words_end));
+    const std::uint64_t blanks = here.blanks & below(end);
+    return ((blanks & blanks << 1) | (here.dots & below(end))) == 0 ? end : 0;
   }
-  // The address reaches from `begin` to `end`, with its brackets.
-  bool take_mailbox(const Window& here, std::size_t name_size, AddressList::NameForm form,
+  // A quoted string that is shown as it is.
+  [[nodiscard]] std::size_t end_of_quoted(const AddressMarks& here) const {
+    std::uint64_t marks = here.other & ~here.blanks;
+    for (;;) {
+      marks &= marks - 1;
+      if (marks == 0) return 0;
+      const auto place = static_cast<std::size_t>(std::countr_zero(marks));
+      const char c = at_[place];
+      if (c == '"') return place + 2;
+      if (c == '\\' || c == '\r' || c == '\n' || c == '=') return 0;
+    }
+  }
+  // An encoded word.
+  std::size_t end_of_encoded() {
+    const char* const begin = at_;
+    const bool whole = at_[0] == '=' && at_[1] == '?' && encoded_word();
+    const char* const end = std::exchange(at_, begin);
+    return whole ? static_cast<std::size_t>(end - begin) + 1 : 0;
+  }
+  // The address reaches from `begin` to `end`, with its brackets; the marks begin with it.
+  bool take_mailbox(const AddressMarks& marks, std::size_t name_size, AddressList::NameForm form,
                     std::size_t begin, std::size_t end) {
     const std::size_t bracket = at_[begin] == '<' ? 1 : 0;
-    if (!here.is_address(begin + bracket, end - bracket)) return false;
+    if (!is_address(marks, bracket, end - begin - bracket)) return false;
     const auto start = static_cast<std::uint32_t>(at_ - begin_);
     mailbox_.address = start + static_cast<std::uint32_t>(begin);
     mailbox_.address_size = static_cast<std::uint32_t>(end - begin);
@@ -241,14 +223,15 @@ class Reader {
     auto form = AddressList::NameForm::kPlain;
     if (take('"')) {
       if (!quoted_rest()) return false;
-      const bool bare = std::string_view(begin, at_).find("=?") == std::string_view::npos;
-      form = bare ? AddressList::NameForm::kQuoted : AddressList::NameForm::kAny;
+      form = AddressList::NameForm::kQuoted;
     } else if (peek() == '=' && at_ + 1 < end_ && at_[1] == '?') {
       if (!encoded_word()) return false;
-      form = AddressList::NameForm::kAny;
     } else if (!atom()) {
       return false;
     }
+    // Such words are decoded wherever they begin.
+    const bool bare = std::string_view(begin, at_).find("=?") == std::string_view::npos;
+    if (!bare) form = AddressList::NameForm::kAny;
     add_word(name, begin, form);
     return true;
   }
@@ -301,7 +284,7 @@ class Reader {
     const std::size_t close = rest.find("?=", charset_end + 3);
     if (close == rest.npos) return false;
     const std::string_view whole = rest.substr(0, close + 2);
-    if (whole.find_first_of("\r\n") != whole.npos) return false;
+    if (whole.find('\n') != whole.npos || whole.find('\r') != whole.npos) return false;
     at_ += whole.size();
     return true;
   }
@@ -334,6 +317,7 @@ class Reader {
 
   [[nodiscard]] std::size_t text_size() const { return static_cast<std::size_t>(end_ - begin_); }
 
+  const MarkAddresses mark_ = fastest_address_marks();
   const char* const begin_;
   const char* at_;
   const char* const end_;
