@@ -59,7 +59,8 @@ class FreeBlocks {
     const std::size_t list = list_of(room);
     if (list >= kLists) return std::malloc(room);
     Link* const first = lists_[list];
-    if (first == nullptr) return std::malloc(size_in(list));
+    if (first == nullptr) [[unlikely]]
+      return std::malloc(size_in(list));
     lists_[list] = first->next;
     left_ += size_in(list);
     return first;
@@ -87,7 +88,7 @@ class FreeBlocks {
   static constexpr std::size_t size_in(std::size_t list) { return kLeast + list * kStep; }
 
   // Makes room at the first block, and once only.
-  bool start() {
+  [[gnu::noinline]] bool start() {
     if (started_) return false;
     started_ = true;
     if (!wants_cache()) return false;
