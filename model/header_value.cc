@@ -81,11 +81,6 @@ void HeaderValue::destroy_list(ListBox* list) {
   }
 }
 
-template <class B>
-B& HeaderValue::as() const {
-  return *static_cast<B*>(static_cast<Box*>(p_));
-}
-
 // The box to write to: this value's own, or the shared one of a pinned list or map.
 template <class B>
 B& HeaderValue::own() {

@@ -228,7 +228,9 @@ class HeaderValue {
   static void give_back(Box* box);
   static void destroy_list(ListBox* list);
   template <class B>
-  B& as() const;
+  B& as() const {
+    return *static_cast<B*>(static_cast<Box*>(p_));
+  }
   template <class B>
   B& own();
   TextBox& own_text(std::size_t room);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "core/text.h"
@@ -30,8 +32,19 @@ bool is_blank(char c) { return c == ' ' || c == '\t'; }
 // Of two names of usual bytes: a letter differs from its capital in this bit, which no other two
 // of the bytes differ in.
 bool same_name(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return (x | 0x20) == (y | 0x20); });
+  constexpr std::uint64_t kLetterBits = 0x2020202020202020;
+  std::uint64_t x = 0;
+  std::uint64_t y = 0;
+  if (a.size() != b.size()) return false;
+  for (; a.size() >= sizeof x; a.remove_prefix(sizeof x), b.remove_prefix(sizeof y)) {
+    std::memcpy(&x, a.data(), sizeof x);
+    std::memcpy(&y, b.data(), sizeof y);
+    if ((x | kLetterBits) != (y | kLetterBits)) return false;
+  }
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if ((a[i] | 0x20) != (b[i] | 0x20)) return false;
+  }
+  return true;
 }
 
 std::string_view without_crs(std::string_view line) {
@@ -46,8 +59,9 @@ std::size_t value_length(std::string_view text) {
   for (;;) {
     if (lf == text.npos || lf + 1 >= text.size()) return text.npos;
     if (!is_blank(text[lf + 1])) return lf;
-    const std::size_t line = text.find_first_not_of(" \t", lf + 1);
-    if (line == text.npos || text[line] == '\r' || text[line] == '\n') return text.npos;
+    std::size_t line = lf + 2;
+    while (line < text.size() && is_blank(text[line])) ++line;
+    if (line == text.size() || text[line] == '\r' || text[line] == '\n') return text.npos;
     lf = text.find('\n', line);
   }
 }
@@ -163,7 +177,14 @@ std::size_t UsualFields::take(std::string_view text, bool in_part) {
   std::size_t at = 0;
   while (at < text.size() && kNameBytes[static_cast<unsigned char>(text[at])]) ++at;
   if (at == 0 || at == text.size() || text[at] != ':') return 0;
-  Field field{Form::Extension, 0, 0, text.substr(0, at), {}};
+  Field& field = fields_.emplace_back(Field{Form::Extension, 0, 0, text.substr(0, at), {}});
+  const std::size_t length = take_value(field, text.substr(at + 1), in_part);
+  if (length == 0) fields_.pop_back();
+  return length == 0 ? 0 : at + 1 + length;
+}
+
+// The length of the field's value, with what is before it and its line end; 0 when it is not usual.
+std::size_t UsualFields::take_value(Field& field, std::string_view text, bool in_part) {
   if (const Known* known = known_names().find(field.name)) {
     const bool content = known->form >= Form::Entry;
     if (content || !in_part) {
@@ -171,16 +192,16 @@ std::size_t UsualFields::take(std::string_view text, bool in_part) {
       field.which = known->which;
     }
   }
-  for (++at; at < text.size() && is_blank(text[at]);) ++at;
+  std::size_t at = 0;
+  while (at < text.size() && is_blank(text[at])) ++at;
   text.remove_prefix(at);
   // The folding that a known name's value begins with belongs to the name.
   const std::size_t length = value_length(text);
-  if (length == text.npos || at + length > kMostBytes) return 0;
+  if (length == text.npos || field.name.size() + 1 + at + length > kMostBytes) return 0;
   field.value = without_crs(text.substr(0, length));
   const bool folded_first =
       length > 0 && (text[0] == '\r' || text[0] == '\n') && !field.value.empty();
   if ((folded_first && field.form != Form::Extension) || !is_usual(field)) return 0;
-  fields_.push_back(field);
   return at + length + 1;
 }
 
@@ -191,7 +212,9 @@ std::size_t UsualFields::room_for(const Field& field) {
   std::size_t room = 0;
   if (text) room += HeaderBlock::room_for_text(field.value.size());
   if (raw) room += HeaderBlock::room_for_raw(field.value.size());
-  if (field.form >= Form::Received) room += HeaderBlock::room_for_list(2);
+  if (field.form >= Form::Received) {  // an unparsed entry gets a third element when it is read
+    room += HeaderBlock::room_for_list(field.form == Form::Entry ? 3 : 2);
+  }
   if (field.form == Form::Extension) {
     room += HeaderBlock::room_for_list(2) + HeaderBlock::room_for_text(field.name.size());
   }
@@ -210,18 +233,24 @@ HeaderValue UsualFields::store(MessageStore& store) {
   }
   HeaderBlock block(room + HeaderBlock::room_for_list(traces) +
                     HeaderBlock::room_for_list(entries));
-  if (traces > 0 && !store.received.is_set()) store.received = block.list_for(traces);
+  const bool first_traces = traces > 0 && !store.received.is_set();
+  if (first_traces) store.received = block.list_for(traces);
   HeaderValue list = entries > 0 ? block.list_for(entries) : HeaderValue();
   for (const Field& field : fields_) {
     if (field.form >= Form::Entry) {
-      list.push_back(entry_of(field, block));
+      HeaderBlock::append(list, entry_of(field, block));
     } else if (field.form == Form::Slot) {
       store.store_field(static_cast<SlotId>(field.which), block.raw(field.value));
     } else if (field.form == Form::SlotText) {
       if (field.value.empty()) continue;
       store.store_field(static_cast<SlotId>(field.which), joined_lines(block, field.value));
     } else if (field.form == Form::Received) {
-      store.received.push_back(block.list({}, block.raw(field.value)));
+      HeaderValue record = block.list({}, block.raw(field.value));
+      if (first_traces) {
+        HeaderBlock::append(store.received, std::move(record));
+      } else {
+        store.received.push_back(std::move(record));
+      }
     } else {
       store.store_mime_version(1, 0);
     }
@@ -242,7 +271,7 @@ HeaderValue UsualFields::entry_of(const Field& field, HeaderBlock& block) {
     case Form::Extension:
       return block.list(name, block.list(block.text(field.name), block.raw(field.value)));
     default:
-      return block.list(name, block.raw(field.value));
+      return block.list(name, block.raw(field.value), true);
   }
 }
 

@@ -67,6 +67,7 @@ class UsualFields {
   class KnownNames;
 
   static const KnownNames& known_names();
+  [[nodiscard]] std::size_t take_value(Field& field, std::string_view text, bool in_part);
   bool is_usual(Field& field);
   bool is_usual_multipart(Field& field);
   static std::size_t room_for(const Field& field);
