@@ -70,9 +70,11 @@ bool is_ascii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
-bool equals_ignoring_case(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return lower(x) == lower(y); });
+bool same_letters(const char* a, const char* b, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    if (a[i] != b[i] && lower(a[i]) != lower(b[i])) return false;
+  }
+  return true;
 }
 
 bool starts_ignoring_case(std::string_view text, std::string_view prefix) {

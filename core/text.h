@@ -22,7 +22,10 @@ namespace tallowbrook {
 [[nodiscard]] bool is_ascii(std::string_view text);
 
 // ASCII comparisons and changes of letter case; bytes above 0x7F stand for themselves.
-[[nodiscard]] bool equals_ignoring_case(std::string_view a, std::string_view b);
+[[nodiscard]] bool same_letters(const char* a, const char* b, std::size_t count);  // both so long
+[[nodiscard]] inline bool equals_ignoring_case(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && same_letters(a.data(), b.data(), a.size());
+}
 [[nodiscard]] bool starts_ignoring_case(std::string_view text, std::string_view prefix);
 [[nodiscard]] std::string to_lower(std::string_view text);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -14,9 +15,8 @@
 namespace tallowbrook {
 namespace {
 
-bool is_blank(char c) { return c == ' ' || c == '\t'; }
-
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
+constexpr auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
+constexpr auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
 
 constexpr std::array<bool, 256> kTokenBytes = [] {
   std::array<bool, 256> table{};
@@ -48,8 +48,9 @@ class Cursor {
   }
   template <class Fits>
   std::string_view take_while(Fits&& fits) {
-    return take_count(static_cast<std::size_t>(std::find_if_not(rest_.begin(), rest_.end(), fits) -
-                                               rest_.begin()));
+    std::size_t count = 0;
+    while (count < rest_.size() && fits(rest_[count])) ++count;
+    return take_count(count);
   }
   // A quoted string on one line without backslashes, with its quotes; empty for anything else.
   std::string_view take_quoted() {
@@ -83,11 +84,34 @@ class Cursor {
 
 // --- dates ---------------------------------------------------------------------------------------
 
+// Three letters in one number, whatever their case; 0 for anything else.
+constexpr std::uint32_t letters(std::string_view name) {
+  if (name.size() != 3) return 0;
+  std::uint32_t packed = 0;
+  for (const char c : name) {
+    const auto lower = static_cast<unsigned char>(c | 0x20);
+    if (lower < 'a' || lower > 'z') return 0;
+    packed = packed << 8 | lower;
+  }
+  return packed;
+}
+
+template <std::size_t kCount>
+constexpr std::array<std::uint32_t, kCount> all_letters(const char* const (&names)[kCount]) {
+  std::array<std::uint32_t, kCount> packed{};
+  for (std::size_t i = 0; i < kCount; ++i) packed[i] = letters(names[i]);
+  return packed;
+}
+
+constexpr auto kWeekdays = all_letters(kWeekdayNames);
+constexpr auto kMonths = all_letters(kMonthNames);
+
 // The position of the name, in any letter case, among `names`; their number for none of them.
 template <std::size_t kCount>
-std::size_t index_of(std::string_view name, const char* const (&names)[kCount]) {
+std::size_t index_of(std::string_view name, const std::array<std::uint32_t, kCount>& names) {
+  const std::uint32_t wanted = letters(name);
   std::size_t i = 0;
-  while (i < kCount && !equals_ignoring_case(name, names[i])) ++i;
+  while (i < kCount && names[i] != wanted) ++i;
   return i;
 }
 
@@ -109,13 +133,13 @@ class DateReader {
  private:
   bool weekday() {
     if (is_digit(text_.peek())) return true;
-    if (index_of(text_.take_count(3), kWeekdayNames) == std::size(kWeekdayNames)) return false;
+    if (index_of(text_.take_count(3), kWeekdays) == kWeekdays.size()) return false;
     return text_.take(',') && text_.take_space();
   }
   bool day(DateFields& fields) {
     if (!number(fields.day, 1, 2) || !text_.take_space()) return false;
-    const std::size_t month = index_of(text_.take_count(3), kMonthNames);
-    if (month == std::size(kMonthNames) || !text_.take_space()) return false;
+    const std::size_t month = index_of(text_.take_count(3), kMonths);
+    if (month == kMonths.size() || !text_.take_space()) return false;
     fields.month = static_cast<std::int32_t>(month) + 1;
     return number(fields.year, 4, 4) && fields.year >= 100 && text_.take_space();
   }
