@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <iterator>
+#include <span>
 #include <utility>
 
 #include "coding/encoded_words.h"
@@ -41,12 +42,11 @@ constexpr NameNumber kMinorNumbers[] = {
 
 constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
-bool is_entry(const HeaderValue& entry) {
-  const auto parts = entry.elements();
-  return parts.size() >= 2 && parts[kEntryName].is(ValueKind::Text);
-}
+using Elements = std::span<const HeaderValue>;
 
-bool is_malformed(const HeaderValue& entry) { return !is_entry(entry); }
+bool is_entry(Elements parts) { return parts.size() >= 2 && parts[kEntryName].is(ValueKind::Text); }
+
+bool is_malformed(const HeaderValue& entry) { return !is_entry(entry.elements()); }
 
 bool is_extension(const HeaderValue& entry) {
   return entry[kEntryName].text_view() == entry_name_text(EntryName::ExtField);
@@ -77,8 +77,9 @@ std::size_t find_field(const HeaderValue& record, Fits&& fits) {
   const std::size_t count = fields.size();
   for (std::size_t i = 0; i < count; ++i) {
     const HeaderValue& entry = entries.empty() ? fields[i] : entries[i];
-    if (!is_entry(entry)) break;
-    if (fits(entry)) return i;
+    const auto parts = entry.elements();
+    if (!is_entry(parts)) break;
+    if (fits(entry, parts)) return i;
   }
   return kNowhere;
 }
@@ -91,21 +92,24 @@ template <class Fits>
 std::size_t find_named(const HeaderValue& record, std::string_view name, const Fits& fits) {
   const HeaderValue& fields = record[kPartFields];
   if (fields.size() < kManyFields) return find_field(record, fits);
-  const std::size_t found = fields.find_hashed(name_hash(name), field_hash, fits);
+  const std::size_t found = fields.find_hashed(
+      name_hash(name), field_hash,
+      [&fits](const HeaderValue& entry) { return fits(entry, entry.elements()); });
   const std::size_t malformed = fields.find_hashed(0, field_hash, is_malformed);
   return found < malformed ? found : kNowhere;
 }
 
 std::size_t find_first(const HeaderValue& record, EntryName name) {
-  const std::string_view wanted = entry_name_text(name);
-  return find_named(record, wanted, [wanted](const HeaderValue& entry) {
-    return entry.elements()[kEntryName].text_view() == wanted;
+  const HeaderValue wanted = entry_name(name);
+  const std::string_view text = entry_name_text(name);
+  return find_named(record, text, [&](const HeaderValue&, Elements parts) {
+    return parts[kEntryName].same_content(wanted) || parts[kEntryName].text_view() == text;
   });
 }
 
-bool is_multipart_type(const HeaderValue& entry) {
-  return entry[kEntryName].text_view() == entry_name_text(EntryName::ContentType) &&
-         entry[kEntryValue][kTypeMajor].is_integer(kMultipart);
+bool is_multipart_type(const HeaderValue&, Elements parts) {
+  return parts[kEntryName].text_view() == entry_name_text(EntryName::ContentType) &&
+         parts[kEntryValue][kTypeMajor].is_integer(kMultipart);
 }
 
 // Of several Content-Types, the one that made the part's body what it is: a multipart when the body
@@ -113,15 +117,15 @@ bool is_multipart_type(const HeaderValue& entry) {
 std::size_t find_standard(const HeaderValue& record, EntryName name) {
   const std::size_t first = find_first(record, name);
   if (name != EntryName::ContentType || first == kNowhere) return first;
-  if (!record[kPartBody].is(ValueKind::List) || is_multipart_type(record[kPartFields][first])) {
-    return first;
-  }
+  if (!record[kPartBody].is(ValueKind::List)) return first;
+  const HeaderValue& entry = record[kPartFields][first];
+  if (is_multipart_type(entry, entry.elements())) return first;
   const std::size_t multipart = find_field(record, is_multipart_type);
   return multipart == kNowhere ? first : multipart;
 }
 
 std::size_t find_extension_index(const HeaderValue& record, std::string_view name) {
-  return find_named(record, name, [name](const HeaderValue& entry) {
+  return find_named(record, name, [name](const HeaderValue& entry, Elements) {
     return is_extension(entry) &&
            equals_ignoring_case(entry[kEntryValue][kEntryName].text_view(), name);
   });
