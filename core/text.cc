@@ -28,19 +28,42 @@ platform::Bstr to_bstr(std::string_view ansi) {
 
 namespace {
 
-// Widens blocks of a fixed size, which the compiler turns into vector moves; the last one overlaps
-// the one before it.
+// Widens the block of a fixed size at a place, which the compiler turns into vector moves.
 template <std::size_t Block>
-void widen_blocks(std::string_view text, char16_t* to) {
-  const auto widen_block = [&](std::size_t at) {
-    unsigned char narrow[Block];
-    std::memcpy(narrow, text.data() + at, Block);
-    char16_t wide[Block];
-    for (std::size_t i = 0; i < Block; ++i) wide[i] = narrow[i];
-    std::memcpy(to + at, wide, sizeof wide);
-  };
-  for (std::size_t at = 0; at + Block <= text.size(); at += Block) widen_block(at);
-  widen_block(text.size() - Block);
+void widen_block(std::string_view text, std::size_t at, char16_t* to) {
+  unsigned char narrow[Block];
+  std::memcpy(narrow, text.data() + at, Block);
+  char16_t wide[Block];
+  for (std::size_t i = 0; i < Block; ++i) wide[i] = narrow[i];
+  std::memcpy(to + at, wide, sizeof wide);
+}
+
+// The first and the last block of the text, which may overlap.
+template <std::size_t Block>
+void widen_ends(std::string_view text, char16_t* to) {
+  widen_block<Block>(text, 0, to);
+  widen_block<Block>(text, text.size() - Block, to);
+}
+
+void widen(std::string_view text, char16_t* to) {
+  constexpr std::size_t kBlock = 16;
+  if (text.size() < 4) {
+    std::copy(text.begin(), text.end(), to);
+  } else if (text.size() < 8) {
+    widen_ends<4>(text, to);
+  } else if (text.size() < kBlock) {
+    widen_ends<8>(text, to);
+  } else {
+    widen_ends<kBlock>(text, to);
+    const std::size_t last = text.size() - kBlock;
+    if (last <= 3 * kBlock) {
+      // Perhaps the last one again: a branch by the size costs more, as no processor foresees it.
+      widen_block<kBlock>(text, std::min(last, kBlock), to);
+      widen_block<kBlock>(text, std::min(last, 2 * kBlock), to);
+    } else {
+      for (std::size_t at = kBlock; at < last; at += kBlock) widen_block<kBlock>(text, at, to);
+    }
+  }
 }
 
 }  // namespace
@@ -49,15 +72,7 @@ platform::Bstr ascii_to_bstr(std::string_view text) {
   if (text.size() > std::numeric_limits<UINT>::max() / sizeof(OLECHAR)) throw std::bad_alloc();
   auto wide = platform::Bstr::adopt(SysAllocStringLen(nullptr, static_cast<UINT>(text.size())));
   if (wide.get() == nullptr) throw std::bad_alloc();
-  if (text.size() >= 16) {
-    widen_blocks<16>(text, wide.get());
-  } else if (text.size() >= 8) {
-    widen_blocks<8>(text, wide.get());
-  } else if (text.size() >= 4) {
-    widen_blocks<4>(text, wide.get());
-  } else {
-    std::copy(text.begin(), text.end(), wide.get());
-  }
+  widen(text, wide.get());
   return wide;
 }
 

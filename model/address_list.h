@@ -20,7 +20,7 @@ class AddressList {
   enum class NameForm : std::uint8_t {
     kAny,
     kPlain,   // ASCII without quotes and encoded words: it is shown as it stands
-    kQuoted,  // one quoted string without backslashes and encoded words
+    kQuoted,  // one quoted string of ASCII without backslashes and encoded words
   };
   // Where the texts of a mailbox stand.
   struct Mailbox {

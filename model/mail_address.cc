@@ -1,6 +1,6 @@
 #include "model/mail_address.h"
 
-#include <atomic>
+#include <ext/atomicity.h>
 
 #include "core/creators.h"
 #include "core/guard.h"
@@ -48,20 +48,21 @@ std::u16string_view bracketed(std::u16string_view text) {
 
 // --- many in one block ---------------------------------------------------------------------------
 
-// The objects belong each to a thread, so they count themselves out atomically.
+// The objects may belong each to another thread, so they count themselves out atomically where
+// there are threads.
 struct CMailAddress::Block {
   explicit Block(SharedAddresses addresses)
-      : list(std::move(addresses)), alive(static_cast<std::uint32_t>(list->size())) {}
+      : list(std::move(addresses)), alive(static_cast<_Atomic_word>(list->size())) {}
 
   [[nodiscard]] CMailAddress* objects() { return reinterpret_cast<CMailAddress*>(this + 1); }
   void count_out() {
-    if (alive.fetch_sub(1, std::memory_order_acq_rel) > 1) return;
+    if (__gnu_cxx::__exchange_and_add_dispatch(&alive, -1) > 1) return;
     this->~Block();
     ::operator delete(this);
   }
 
   SharedAddresses list;
-  std::atomic<std::uint32_t> alive;
+  _Atomic_word alive;
   ModuleLock lock;
 };
 
@@ -157,13 +158,13 @@ HRESULT CMailAddress::put_NameRaw(BSTR name) {
 
 HRESULT CMailAddress::get_Name(BSTR* name) {
   return yield_text(name, [&] {
-    const std::string_view text = name_raw();
+    using Form = AddressList::NameForm;
     const AddressList* const mailboxes = list();
-    const auto form =
-        mailboxes == nullptr ? AddressList::NameForm::kAny : mailboxes->name_form(index_);
-    if (form == AddressList::NameForm::kPlain) return ascii_to_bstr(text);
-    if (form == AddressList::NameForm::kQuoted) return to_bstr(text.substr(1, text.size() - 2));
-    return Bstr(decode_header_text(text));
+    const Form form = mailboxes == nullptr ? Form::kAny : mailboxes->name_form(index_);
+    if (form == Form::kAny) return Bstr(decode_header_text(name_raw()));
+    const std::string_view text = mailboxes->name(index_);
+    const std::size_t quotes = form == Form::kQuoted ? 1 : 0;  // at either end
+    return ascii_to_bstr(text.substr(quotes, text.size() - 2 * quotes));
   });
 }
 

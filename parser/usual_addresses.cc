@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/text.h"
 #include "model/address_list.h"
 #include "parser/address_marks.h"
 
@@ -160,7 +161,8 @@ class Reader {
       const auto place = static_cast<std::size_t>(std::countr_zero(marks));
       const char c = at_[place];
       if (c == '"') return place + 2;
-      if (c == '\\' || c == '\r' || c == '\n' || c == '=') return 0;
+      if (c < ' ' || c == '\\' || c == '=')
+        return 0;  // control characters, those above 0x7F as well
     }
   }
   // An encoded word.
@@ -223,7 +225,7 @@ class Reader {
     auto form = AddressList::NameForm::kPlain;
     if (take('"')) {
       if (!quoted_rest()) return false;
-      form = AddressList::NameForm::kQuoted;
+      form = is_ascii({begin, at_}) ? AddressList::NameForm::kQuoted : AddressList::NameForm::kAny;
     } else if (peek() == '=' && at_ + 1 < end_ && at_[1] == '?') {
       if (!encoded_word()) return false;
     } else if (!atom()) {

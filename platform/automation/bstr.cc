@@ -116,7 +116,8 @@ class FreeBlocks {
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local FreeBlocks free_blocks;
 
-BSTR allocate(const void* text, std::size_t bytes) {
+// Text of so many bytes, yet to be written; the closing zero unit stands.
+BSTR allocate(std::size_t bytes) {
   if (bytes > std::numeric_limits<std::uint32_t>::max() - kPrefix - 2 * sizeof(OLECHAR)) {
     return nullptr;
   }
@@ -125,24 +126,32 @@ BSTR allocate(const void* text, std::size_t bytes) {
   if (block == nullptr) return nullptr;
   const auto count = static_cast<std::uint32_t>(bytes);
   std::memcpy(block, &count, kPrefix);
-  if (text != nullptr && bytes != 0) std::memcpy(block + kPrefix, text, bytes);
   if (bytes % 2 != 0) block[kPrefix + bytes] = '\0';
   std::memset(block + room - sizeof(OLECHAR), 0, sizeof(OLECHAR));
   return reinterpret_cast<BSTR>(block + kPrefix);
+}
+
+[[gnu::noinline]] BSTR copy_of(const void* text, std::size_t bytes) {
+  BSTR const copy = allocate(bytes);
+  if (copy != nullptr && bytes != 0) std::memcpy(copy, text, bytes);
+  return copy;
 }
 
 }  // namespace
 
 BSTR SysAllocString(const OLECHAR* text) {
   if (text == nullptr) return nullptr;
-  return allocate(text, std::char_traits<OLECHAR>::length(text) * sizeof(OLECHAR));
+  return copy_of(text, std::char_traits<OLECHAR>::length(text) * sizeof(OLECHAR));
 }
 
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
-  return allocate(text, std::size_t{length} * sizeof(OLECHAR));
+  const std::size_t bytes = std::size_t{length} * sizeof(OLECHAR);
+  return text == nullptr ? allocate(bytes) : copy_of(text, bytes);
 }
 
-BSTR SysAllocStringByteLen(const char* text, UINT bytes) { return allocate(text, bytes); }
+BSTR SysAllocStringByteLen(const char* text, UINT bytes) {
+  return text == nullptr ? allocate(bytes) : copy_of(text, bytes);
+}
 
 void SysFreeString(BSTR text) {
   if (text == nullptr) return;

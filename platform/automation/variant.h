@@ -181,7 +181,9 @@ class Bstr {
   }
   Bstr(const Bstr&) = delete;
   Bstr& operator=(const Bstr&) = delete;
-  ~Bstr() { SysFreeString(text_); }
+  ~Bstr() {
+    if (text_ != nullptr) SysFreeString(text_);
+  }
 
   [[nodiscard]] static Bstr adopt(BSTR owned) {
     Bstr result;
@@ -191,7 +193,7 @@ class Bstr {
   [[nodiscard]] BSTR get() const { return text_; }
   [[nodiscard]] BSTR detach() { return std::exchange(text_, nullptr); }
   [[nodiscard]] BSTR* out() {
-    SysFreeString(std::exchange(text_, nullptr));
+    if (text_ != nullptr) SysFreeString(std::exchange(text_, nullptr));
     return &text_;
   }
   [[nodiscard]] std::u16string_view view() const {
