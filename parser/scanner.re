@@ -40,6 +40,7 @@
 #include <utility>
 
 #include "coding/encoded_words.h"
+#include "core/fold_scan.h"
 #include "core/text.h"
 #include "parser/grammar.h"
 #include "parser/input_reader.h"
@@ -568,6 +569,7 @@ int Scanner::raw_field(HeaderValue& value) {
 // length of its text and the cursor stands where scanning goes on.
 bool Scanner::find_raw_end(std::size_t& content_end, std::size_t& seen) {
   const auto buffered = static_cast<std::size_t>(limit_ - token_);
+  if (buffered > seen) seen += skip_plain_folds({token_ + seen, buffered - seen});
   const void* found =
       buffered > seen ? std::memchr(token_ + seen, '\n', buffered - seen) : nullptr;
   if (found == nullptr) {

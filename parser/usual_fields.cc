@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "core/fold_scan.h"
 #include "core/text.h"
 #include "model/body_part.h"
 #include "model/header_block.h"
@@ -55,14 +56,13 @@ std::string_view without_crs(std::string_view line) {
 // The length of the field's value from its start to the LF that ends it; npos when that is not
 // there, or a line of white space, which ends the header, follows.
 std::size_t value_length(std::string_view text) {
-  std::size_t lf = text.find('\n');
-  for (;;) {
-    if (lf == text.npos || lf + 1 >= text.size()) return text.npos;
+  for (std::size_t line = 0;;) {
+    const std::size_t lf = line + skip_plain_folds(text.substr(line));
+    if (lf + 1 >= text.size()) return text.npos;
     if (!is_blank(text[lf + 1])) return lf;
-    std::size_t line = lf + 2;
+    line = lf + 2;
     while (line < text.size() && is_blank(text[line])) ++line;
     if (line == text.size() || text[line] == '\r' || text[line] == '\n') return text.npos;
-    lf = text.find('\n', line);
   }
 }
 
@@ -196,7 +196,7 @@ std::size_t UsualFields::take_value(Field& field, std::string_view text, bool in
   while (at < text.size() && is_blank(text[at])) ++at;
   text.remove_prefix(at);
   // The folding that a known name's value begins with belongs to the name.
-  const std::size_t length = value_length(text);
+  const std::size_t length = value_length(text.substr(0, kMostBytes + 2));
   if (length == text.npos || field.name.size() + 1 + at + length > kMostBytes) return 0;
   field.value = without_crs(text.substr(0, length));
   const bool folded_first =
