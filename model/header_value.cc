@@ -117,26 +117,6 @@ HeaderValue::TextBox& HeaderValue::own_text(std::size_t room) {
 
 // --- construction --------------------------------------------------------------------------------
 
-HeaderValue::HeaderValue(const HeaderValue& other)
-    : kind_(other.kind_), borrowed_(other.borrowed_), number_(other.number_), p_(other.p_) {
-  if (p_ != nullptr && !borrowed_) {
-    Box& box = as<Box>();
-    if (box.references != kImmortal) ++box.references;
-  }
-}
-
-HeaderValue& HeaderValue::operator=(HeaderValue&& other) noexcept {
-  if (this != &other) {
-    drop();
-    kind_ = other.kind_;
-    borrowed_ = other.borrowed_;
-    number_ = other.number_;
-    p_ = other.p_;
-    other.forget();
-  }
-  return *this;
-}
-
 HeaderValue HeaderValue::text(std::string_view text) {
   return {ValueKind::Text, TextBox::make(text, text.size())};
 }
@@ -206,9 +186,10 @@ HeaderValue HeaderValue::list(HeaderValue first, HeaderValue second, HeaderValue
 }
 
 HeaderValue HeaderValue::date_time(const DateFields& fields, std::string_view zone) {
-  HeaderValue zone_text = zone.empty() ? HeaderValue() : text(zone);
-  return {ValueKind::DateTime,
-          new DateBox{{.kind = ValueKind::DateTime}, fields, std::move(zone_text)}};
+  auto* box = new DateBox{{.kind = ValueKind::DateTime}, fields, {}, 0, {}};
+  HeaderValue value(ValueKind::DateTime, box);
+  box->set_zone(zone);
+  return value;
 }
 
 HeaderValue HeaderValue::time_of_day(std::int32_t hour, std::int32_t minute, std::int32_t second,
@@ -413,12 +394,6 @@ HeaderValue HeaderValue::shared_text() const {
   return text(AsText());
 }
 
-std::string_view HeaderValue::text_view() const {
-  if (kind_ != ValueKind::Text) return {};
-  if (borrowed_) return {static_cast<const char*>(p_), static_cast<std::size_t>(number_)};
-  return as<TextBox>().view();
-}
-
 std::string_view HeaderValue::address_text() const {
   return is(ValueKind::Address) ? as<AddressBox>().address.text_view() : std::string_view();
 }
@@ -433,7 +408,7 @@ const DateFields& HeaderValue::date() const {
 }
 
 std::string_view HeaderValue::zone() const {
-  return is(ValueKind::DateTime) || is(ValueKind::TimeOfDay) ? as<DateBox>().zone.text_view()
+  return is(ValueKind::DateTime) || is(ValueKind::TimeOfDay) ? as<DateBox>().zone()
                                                              : std::string_view();
 }
 
@@ -462,26 +437,11 @@ const Variant& HeaderValue::variant() const {
 
 // --- lists ---------------------------------------------------------------------------------------
 
-std::size_t HeaderValue::size() const { return is(ValueKind::List) ? as<ListBox>().count() : 0; }
-
-const HeaderValue& HeaderValue::operator[](std::size_t index) const {
-  const auto all = elements();
-  if (index < all.size()) return all[index];
-  return index < size() ? as<ListBox>().at(index) : empty_value();
-}
-
 HeaderValue& HeaderValue::element(std::size_t index) {
   if (!is(ValueKind::List)) *this = list();
   ListBox& box = own<ListBox>();
   while (box.count() <= index) box.push({});
   return box.at(index);
-}
-
-std::span<const HeaderValue> HeaderValue::elements() const {
-  if (!is(ValueKind::List)) return {};
-  ListBox& box = as<ListBox>();
-  if (box.holes > 0) return {};
-  return {box.items(), box.size};
 }
 
 void HeaderValue::push_back(HeaderValue value) {

@@ -314,3 +314,5 @@ class AddressMap {
 };
 
 }  // namespace tallowbrook
+
+#include "model/list_box.h"  // IWYU pragma: export

@@ -1,4 +1,7 @@
-// The content of lists, for value_boxes.h: what every box begins with, and the box of a list.
+// What every box begins with, the boxes of a text and of a list, and the members of HeaderValue
+// that only look into these: a part of header_value.h.
+//
+// A text box holds its bytes behind its own header, so a text is one allocation.
 //
 // A list box made for a known number of elements holds them behind its own header; it grows into
 // memory of its own. Elements stand in slots, one behind the other. A loss near an end of the list
@@ -19,6 +22,7 @@
 
 #include "core/live_slots.h"
 #include "model/header_value.h"
+#include "streams/block.h"
 
 namespace tallowbrook {
 
@@ -53,6 +57,45 @@ inline void HeaderValue::give_back(Box* box) {
     Block::leave(std::launder(reinterpret_cast<Block*>(start)));
   }
 }
+
+struct HeaderValue::TextBox : Box {
+  std::uint32_t size = 0;
+  std::uint32_t capacity = 0;
+
+  [[nodiscard]] char* bytes() { return reinterpret_cast<char*>(this + 1); }
+  [[nodiscard]] std::string_view view() { return {bytes(), size}; }
+
+  static TextBox* make(std::string_view text, std::size_t capacity) {
+    if (capacity > kImmortal - sizeof(TextBox)) throw std::bad_alloc();
+    void* memory = std::malloc(sizeof(TextBox) + capacity);
+    if (memory == nullptr) throw std::bad_alloc();
+    return place(memory, text, capacity);
+  }
+
+  // In memory for the header and `capacity` bytes.
+  static TextBox* place(void* memory, std::string_view text, std::size_t capacity) {
+    auto* box = ::new (memory) TextBox{{.kind = ValueKind::Text}};
+    box->capacity = static_cast<std::uint32_t>(capacity);
+    if (!text.empty()) std::memcpy(box->bytes(), text.data(), text.size());
+    box->size = static_cast<std::uint32_t>(text.size());
+    return box;
+  }
+
+  // The same box with room for `needed` bytes, perhaps elsewhere. Only for a box with one owner and
+  // memory of its own.
+  static TextBox* grown(TextBox* box, std::size_t needed) {
+    if (needed <= box->capacity) return box;
+    const std::size_t spare = std::min<std::size_t>(box->capacity, kMostSpare);
+    const std::size_t wanted = std::max<std::size_t>(needed, box->capacity + spare);
+    const std::size_t capacity = std::min<std::size_t>(wanted, kImmortal - sizeof(TextBox));
+    if (needed > capacity) throw std::bad_alloc();
+    void* memory = std::realloc(static_cast<void*>(box), sizeof(TextBox) + capacity);
+    if (memory == nullptr) throw std::bad_alloc();
+    auto* moved = static_cast<TextBox*>(memory);
+    moved->capacity = static_cast<std::uint32_t>(capacity);
+    return moved;
+  }
+};
 
 struct HeaderValue::ListBox : Box {
   // What a long list knows of its slots. While there is one, elements stay in their slots. Slots
@@ -245,5 +288,50 @@ struct HeaderValue::ListBox : Box {
     if (order != nullptr) order->hash_of = nullptr;
   }
 };
+
+// --- HeaderValue
+// -----------------------------------------------------------------------------------
+
+inline HeaderValue::HeaderValue(const HeaderValue& other)
+    : kind_(other.kind_), borrowed_(other.borrowed_), number_(other.number_), p_(other.p_) {
+  if (p_ == nullptr || borrowed_) return;
+  Box& box = as<Box>();
+  if (box.references != kImmortal) ++box.references;
+}
+
+inline HeaderValue& HeaderValue::operator=(HeaderValue&& other) noexcept {
+  if (this != &other) {
+    drop();
+    kind_ = other.kind_;
+    borrowed_ = other.borrowed_;
+    number_ = other.number_;
+    p_ = other.p_;
+    other.forget();
+  }
+  return *this;
+}
+
+inline std::string_view HeaderValue::text_view() const {
+  if (kind_ != ValueKind::Text) return {};
+  if (borrowed_) return {static_cast<const char*>(p_), static_cast<std::size_t>(number_)};
+  return as<TextBox>().view();
+}
+
+inline std::size_t HeaderValue::size() const {
+  return is(ValueKind::List) ? as<ListBox>().count() : 0;
+}
+
+inline const HeaderValue& HeaderValue::operator[](std::size_t index) const {
+  if (index >= size()) return empty_value();
+  ListBox& box = as<ListBox>();
+  return box.holes == 0 ? box.items()[index] : box.at(index);
+}
+
+inline std::span<const HeaderValue> HeaderValue::elements() const {
+  if (!is(ValueKind::List)) return {};
+  ListBox& box = as<ListBox>();
+  if (box.holes > 0) return {};
+  return {box.items(), box.size};
+}
 
 }  // namespace tallowbrook

@@ -1,5 +1,4 @@
-// The content of values of each kind, for header_value.cc and header_block.cc. A text box holds its
-// bytes behind its own header, so a text is one allocation.
+// The content of values of each kind, for header_value.cc and header_block.h.
 #pragma once
 
 #include <algorithm>
@@ -17,53 +16,28 @@
 
 namespace tallowbrook {
 
-struct HeaderValue::TextBox : Box {
-  std::uint32_t size = 0;
-  std::uint32_t capacity = 0;
-
-  [[nodiscard]] char* bytes() { return reinterpret_cast<char*>(this + 1); }
-  [[nodiscard]] std::string_view view() { return {bytes(), size}; }
-
-  static TextBox* make(std::string_view text, std::size_t capacity) {
-    if (capacity > kImmortal - sizeof(TextBox)) throw std::bad_alloc();
-    void* memory = std::malloc(sizeof(TextBox) + capacity);
-    if (memory == nullptr) throw std::bad_alloc();
-    return place(memory, text, capacity);
-  }
-
-  // In memory for the header and `capacity` bytes.
-  static TextBox* place(void* memory, std::string_view text, std::size_t capacity) {
-    auto* box = ::new (memory) TextBox{{.kind = ValueKind::Text}};
-    box->capacity = static_cast<std::uint32_t>(capacity);
-    if (!text.empty()) std::memcpy(box->bytes(), text.data(), text.size());
-    box->size = static_cast<std::uint32_t>(text.size());
-    return box;
-  }
-
-  // The same box with room for `needed` bytes, perhaps elsewhere. Only for a box with one owner and
-  // memory of its own.
-  static TextBox* grown(TextBox* box, std::size_t needed) {
-    if (needed <= box->capacity) return box;
-    const std::size_t spare = std::min<std::size_t>(box->capacity, kMostSpare);
-    const std::size_t wanted = std::max<std::size_t>(needed, box->capacity + spare);
-    const std::size_t capacity = std::min<std::size_t>(wanted, kImmortal - sizeof(TextBox));
-    if (needed > capacity) throw std::bad_alloc();
-    void* memory = std::realloc(static_cast<void*>(box), sizeof(TextBox) + capacity);
-    if (memory == nullptr) throw std::bad_alloc();
-    auto* moved = static_cast<TextBox*>(memory);
-    moved->capacity = static_cast<std::uint32_t>(capacity);
-    return moved;
-  }
-};
-
 struct HeaderValue::AddressBox : Box {
   HeaderValue address;
   HeaderValue name;
 };
 
+// Nearly all zones are five characters long, and need no box of their own.
 struct HeaderValue::DateBox : Box {
   DateFields fields;
-  HeaderValue zone;
+  char short_zone[7] = {};
+  std::uint8_t short_size = 0;
+  HeaderValue long_zone;
+
+  void set_zone(std::string_view zone) {
+    if (zone.size() > sizeof short_zone) {
+      long_zone = text(zone);
+    } else {
+      short_size = static_cast<std::uint8_t>(zone.copy(short_zone, sizeof short_zone));
+    }
+  }
+  [[nodiscard]] std::string_view zone() const {
+    return long_zone.is_set() ? long_zone.text_view() : std::string_view(short_zone, short_size);
+  }
 };
 
 struct HeaderValue::MapBox : Box {
