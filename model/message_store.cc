@@ -58,7 +58,9 @@ void FieldSlot::put(HeaderValue replacement) {
   value = std::move(replacement);
 }
 
-void FieldSlot::reset() { put({}); }
+void FieldSlot::reset() {
+  if (value.is_set() || source.is_set() || !joins.empty()) put({});
+}
 
 HeaderValue FieldSlot::list_text() const {
   if (joins.empty()) return value.shared_text();

@@ -330,6 +330,8 @@ HRESULT CMimeBody::get_ContentDisposition(IDispatch** disposition) {
 // --- parameters with a property of their own -----------------------------------------------------
 
 HeaderValue CMimeBody::entry_with_parameters(EntryName name) {
+  HeaderValue entry = find_or_add_entry(record_, name);
+  if (!entry[kEntryValue].is(ValueKind::Raw)) return entry;
   resolve_field(record_, name, message_);
   if (field_value(record_, name).is(ValueKind::Raw)) return {};
   return find_or_add_entry(record_, name);

@@ -21,8 +21,8 @@ std::u16string units_of(std::string_view bytes) {
 }
 
 std::unique_ptr<CMIMECode> make_part_coder(const HeaderValue& record) {
-  if (!is_text(record)) return nullptr;
   const HeaderValue& type = field_value(record, EntryName::ContentType);
+  if (!type[kTypeMajor].is_integer(kText)) return nullptr;
   const HeaderValue* charset = find_parameter(type[kTypeParameters], "charset");
   if (charset == nullptr) return nullptr;
   const std::string name = header_text_to_ansi(unquoted(charset->AsText()));
