@@ -18,6 +18,8 @@ namespace {
 // Fields are stored in blocks of so many at most, and none of them is longer than this.
 constexpr std::size_t kMostFields = 64;
 constexpr std::size_t kMostBytes = 8192;
+// From this many bytes on, a name is left to the rules.
+constexpr std::size_t kMostName = 64;
 
 constexpr std::array<bool, 256> kNameBytes = [] {
   std::array<bool, 256> table{};
@@ -30,20 +32,32 @@ constexpr std::array<bool, 256> kNameBytes = [] {
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
-// Of two names of usual bytes: a letter differs from its capital in this bit, which no other two
-// of the bytes differ in.
-bool same_name(std::string_view a, std::string_view b) {
-  constexpr std::uint64_t kLetterBits = 0x2020202020202020;
-  std::uint64_t x = 0;
-  std::uint64_t y = 0;
-  if (a.size() != b.size()) return false;
-  for (; a.size() >= sizeof x; a.remove_prefix(sizeof x), b.remove_prefix(sizeof y)) {
-    std::memcpy(&x, a.data(), sizeof x);
-    std::memcpy(&y, b.data(), sizeof y);
-    if ((x | kLetterBits) != (y | kLetterBits)) return false;
+bool is_usual_name(std::string_view name) {
+  return std::all_of(name.begin(), name.end(),
+                     [](char c) { return kNameBytes[static_cast<unsigned char>(c)]; });
+}
+
+// Whether bytes are the known ones, which are letters or hyphens: a letter has bit 0x40 and differs
+// from its capital in bit 0x20.
+template <class Bytes>
+bool same_bytes(const char* known, const char* bytes) {
+  Bytes a = 0;
+  Bytes b = 0;
+  std::memcpy(&a, known, sizeof a);
+  std::memcpy(&b, bytes, sizeof b);
+  constexpr auto kLetter = static_cast<Bytes>(0x4040404040404040);
+  const auto either_case = static_cast<Bytes>((a & kLetter) >> 1);
+  return ((a ^ b) & ~either_case) == 0;
+}
+
+bool same_name(std::string_view known, std::string_view name) {
+  if (known.size() != name.size()) return false;
+  std::size_t i = 0;
+  for (; i + 8 <= known.size(); i += 8) {
+    if (!same_bytes<std::uint64_t>(known.data() + i, name.data() + i)) return false;
   }
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if ((a[i] | 0x20) != (b[i] | 0x20)) return false;
+  for (; i < known.size(); ++i) {
+    if (!same_bytes<std::uint8_t>(known.data() + i, name.data() + i)) return false;
   }
   return true;
 }
@@ -174,9 +188,8 @@ bool UsualFields::is_usual_multipart(Field& field) {
 
 std::size_t UsualFields::take(std::string_view text, bool in_part) {
   if (fields_.size() == kMostFields || text.starts_with("--")) return 0;
-  std::size_t at = 0;
-  while (at < text.size() && kNameBytes[static_cast<unsigned char>(text[at])]) ++at;
-  if (at == 0 || at == text.size() || text[at] != ':') return 0;
+  const std::size_t at = text.substr(0, kMostName).find(':');
+  if (at == 0 || at == text.npos) return 0;
   Field& field = fields_.emplace_back(Field{Form::Extension, 0, 0, text.substr(0, at), {}});
   const std::size_t length = take_value(field, text.substr(at + 1), in_part);
   if (length == 0) fields_.pop_back();
@@ -185,7 +198,9 @@ std::size_t UsualFields::take(std::string_view text, bool in_part) {
 
 // The length of the field's value, with what is before it and its line end; 0 when it is not usual.
 std::size_t UsualFields::take_value(Field& field, std::string_view text, bool in_part) {
-  if (const Known* known = known_names().find(field.name)) {
+  const Known* const known = known_names().find(field.name);
+  if (known == nullptr && !is_usual_name(field.name)) return 0;
+  if (known != nullptr) {
     const bool content = known->form >= Form::Entry;
     if (content || !in_part) {
       field.form = known->form;

@@ -53,12 +53,28 @@ TEST(UsualFields, TakesTheUsual) {
 }
 
 TEST(UsualFields, LeavesTheRestToTheGrammar) {
-  for (const char* text :
-       {"", "X", "X:", "X: y", "X: y\r\n", "X : y\r\nZ", ": y\r\nZ", "a b: y\r\nZ", "a(: y\r\nZ",
-        "--X: y\r\nZ", "X: y\r\n \r\nZ", "X: y\r\n \t\r", "To:\r\n y\r\nZ",
-        "MIME-Version: 1.0 \r\nZ", "Content-Type: Multipart/x\r\nZ",
-        "Content-Transfer-Encoding: x\r\nZ", "Content-Transfer-Encoding:\r\nZ", "Content-ID:\r\nZ",
-        "Subject: a\rb\r\nZ"}) {
+  for (const char* text : {"",
+                           "X",
+                           "X:",
+                           "X: y",
+                           "X: y\r\n",
+                           "X : y\r\nZ",
+                           ": y\r\nZ",
+                           "a b: y\r\nZ",
+                           "a(: y\r\nZ",
+                           "--X: y\r\nZ",
+                           "MIME\rVersion: 1.0\r\nZ",
+                           "S\x15"
+                           "bject: y\r\nZ",
+                           "X: y\r\n \r\nZ",
+                           "X: y\r\n \t\r",
+                           "To:\r\n y\r\nZ",
+                           "MIME-Version: 1.0 \r\nZ",
+                           "Content-Type: Multipart/x\r\nZ",
+                           "Content-Transfer-Encoding: x\r\nZ",
+                           "Content-Transfer-Encoding:\r\nZ",
+                           "Content-ID:\r\nZ",
+                           "Subject: a\rb\r\nZ"}) {
     EXPECT_EQ(taken(text), 0) << text;
   }
 }
