@@ -1,5 +1,6 @@
 #include "model/dates.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <string_view>
@@ -22,9 +23,8 @@ std::optional<std::int32_t> numeric_zone_hours(std::string_view zone) {
     sign = zone.front() == '-' ? -1 : 1;
     zone.remove_prefix(1);
   }
-  if (zone.size() != 4 || zone.find_first_not_of("0123456789") != std::string_view::npos) {
-    return std::nullopt;
-  }
+  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+  if (zone.size() != 4 || !std::all_of(zone.begin(), zone.end(), is_digit)) return std::nullopt;
   return sign * ((zone[0] - '0') * 10 + (zone[1] - '0'));
 }
 

@@ -282,8 +282,8 @@ class TypeReader {
     const std::string name = to_lower(word());
     if (name.empty() || !text_.take('=')) return false;
     if (name == "boundary" && may_have_boundary_) return this->boundary(parameters);
-    if (is_among(name, kKeywords) || is_among(name, kOddParameters)) return false;
     const bool charset = name == "charset";
+    if (!charset && (is_among(name, kKeywords) || is_among(name, kOddParameters))) return false;
     std::string_view value;
     if (!this->value(value, charset)) return false;
     parameters.insert(name, HeaderValue::text(charset ? to_lower(value) : std::string(value)));
