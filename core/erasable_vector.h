@@ -17,6 +17,7 @@ template <class T>
 class ErasableVector {
  public:
   ErasableVector() = default;
+  explicit ErasableVector(std::vector<T> elements) : slots_(std::move(elements)) {}
   ErasableVector(const ErasableVector&) = delete;
   ErasableVector& operator=(const ErasableVector&) = delete;
   ErasableVector(ErasableVector&& other) noexcept

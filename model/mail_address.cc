@@ -2,6 +2,8 @@
 
 #include <ext/atomicity.h>
 
+#include <vector>
+
 #include "core/creators.h"
 #include "core/guard.h"
 #include "core/text.h"
@@ -69,17 +71,17 @@ struct CMailAddress::Block {
 ErasableVector<Variant> CMailAddress::all_of(SharedAddresses list) {
   static_assert(alignof(CMailAddress) <= alignof(Block));
   const std::size_t count = list->size();
-  ErasableVector<Variant> objects;
-  if (count == 0) return objects;
-  objects.reserve(count);
+  // Written where they stay: a copy right behind the writes of its parts would wait for them.
+  std::vector<Variant> objects(count);
+  if (count == 0) return {};
   void* const memory = ::operator new(sizeof(Block) + count * sizeof(CMailAddress));
   auto& block = *::new (memory) Block(std::move(list));
   for (std::size_t i = 0; i < count; ++i) {
-    auto* const address =
+    objects[i].vt = VT_DISPATCH;
+    objects[i].pdispVal =
         ::new (block.objects() + i) CMailAddress(block, static_cast<std::uint32_t>(i));
-    objects.push_back(Variant::adopt(address));
   }
-  return objects;
+  return ErasableVector(std::move(objects));
 }
 
 void CMailAddress::operator delete(CMailAddress* dying, std::destroying_delete_t) noexcept {

@@ -51,8 +51,9 @@ class Reader {
   bool list() {
     do {
       if (!skip_one_space() && !skip_space()) return false;
+      // Made in its place: a copy right behind the writes of its parts would wait for them.
+      mailbox_ = &mailboxes_.emplace_back();
       if (!short_mailbox() && !(mailbox() && skip_space())) return false;
-      mailboxes_.push_back(mailbox_);
     } while (take(','));
     return at_ == end_;
   }
@@ -178,17 +179,16 @@ class Reader {
     const std::size_t bracket = at_[begin] == '<' ? 1 : 0;
     if (!is_address(marks, bracket, end - begin - bracket)) return false;
     const auto start = static_cast<std::uint32_t>(at_ - begin_);
-    mailbox_.address = start + static_cast<std::uint32_t>(begin);
-    mailbox_.address_size = static_cast<std::uint32_t>(end - begin);
-    mailbox_.name = start;
-    mailbox_.name_size = name_size & (AddressList::kMostText - 1);
-    mailbox_.name_form = static_cast<std::uint8_t>(form) & 3U;
+    mailbox_->address = start + static_cast<std::uint32_t>(begin);
+    mailbox_->address_size = static_cast<std::uint32_t>(end - begin);
+    mailbox_->name = start;
+    mailbox_->name_size = name_size & (AddressList::kMostText - 1);
+    mailbox_->name_form = static_cast<std::uint8_t>(form) & 3U;
     at_ += end;
     return true;
   }
 
   bool mailbox() {
-    mailbox_ = {};
     const char* const begin = at_;
     if (dot_atom() && peek() == '@') {
       if (std::string_view(begin, at_).starts_with("=?") || !domain()) return false;
@@ -205,8 +205,8 @@ class Reader {
   }
 
   void set_address(const char* begin) {
-    mailbox_.address = static_cast<std::uint32_t>(begin - begin_);
-    mailbox_.address_size = static_cast<std::uint32_t>(at_ - begin);
+    mailbox_->address = static_cast<std::uint32_t>(begin - begin_);
+    mailbox_->address_size = static_cast<std::uint32_t>(at_ - begin);
   }
 
   // The words of a display name: as they stand in the field while just one blank is between them,
@@ -261,9 +261,9 @@ class Reader {
         name.joined ? text_size() + joined_start_ : static_cast<std::size_t>(name.begin - begin_);
     const std::size_t size = name.joined ? joined_.size() - joined_start_
                                          : static_cast<std::size_t>(name.end - name.begin);
-    mailbox_.name = static_cast<std::uint32_t>(start);
-    mailbox_.name_size = size & (AddressList::kMostText - 1);
-    mailbox_.name_form = static_cast<std::uint8_t>(name.form) & 3U;
+    mailbox_->name = static_cast<std::uint32_t>(start);
+    mailbox_->name_size = size & (AddressList::kMostText - 1);
+    mailbox_->name_form = static_cast<std::uint8_t>(name.form) & 3U;
   }
   bool quoted_rest() {
     for (; at_ < end_ && *at_ != '\r' && *at_ != '\n'; ++at_) {
@@ -323,7 +323,7 @@ class Reader {
   const char* const begin_;
   const char* at_;
   const char* const end_;
-  AddressList::Mailbox mailbox_;
+  AddressList::Mailbox* mailbox_ = nullptr;  // that is read
   std::vector<AddressList::Mailbox> mailboxes_;
   std::string joined_;  // names that do not stand in the field as they are to be
   std::size_t joined_start_ = 0;
