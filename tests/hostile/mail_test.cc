@@ -486,9 +486,11 @@ const Case kCases[] = {
      }},
 };
 
-class HostileMail : public ::testing::TestWithParam<Case> {};
+// Tests of this name run first: a process that had threads keeps their arenas, whose address space
+// would count here.
+class HostileMailDeathTest : public ::testing::TestWithParam<Case> {};
 
-TEST_P(HostileMail, CostsWhatItWeighs) {
+TEST_P(HostileMailDeathTest, CostsWhatItWeighs) {
   const Case& c = GetParam();
   std::function<void()> job = [&c] {
     mallopt(M_ARENA_MAX, 1);  // a further arena would reserve address space of its own
@@ -531,7 +533,7 @@ TEST_P(HostileMail, CostsWhatItWeighs) {
   EXPECT_EQ(status, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, HostileMail, ::testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Of, HostileMailDeathTest, ::testing::ValuesIn(kCases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
