@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <atomic>
+#include <limits>
 #include <string>
 #include <thread>
 
@@ -93,14 +95,20 @@ void load_use_and_unload() {
   ASSERT_FALSE(is_loaded());
 }
 
+// The allocator keeps some freed blocks of each size for its thread and counts them as in use; they
+// fill up over a few hundred cycles. What is lost in each cycle grows in every run of cycles, so
+// the run that grew least tells the one from the other.
 TEST(Library, LeavesNothingBehindWhenItIsLoadedAgainAndAgain) {
-  for (int warming = 0; warming < 100; ++warming) load_use_and_unload();
-  const auto before = mallinfo2();
-  constexpr int kCycles = 200;
-  for (int cycle = 0; cycle < kCycles; ++cycle) load_use_and_unload();
-  const auto after = mallinfo2();
-  const auto grown = static_cast<long>(after.uordblks) - static_cast<long>(before.uordblks);
-  EXPECT_LT(grown, kCycles * 16) << "bytes in " << kCycles << " cycles";
+  constexpr int kRuns = 6;
+  constexpr int kCycles = 100;
+  long least = std::numeric_limits<long>::max();
+  for (int run = 0; run < kRuns; ++run) {
+    const std::size_t before = mallinfo2().uordblks;
+    for (int cycle = 0; cycle < kCycles; ++cycle) load_use_and_unload();
+    const std::size_t after = mallinfo2().uordblks;
+    least = std::min(least, static_cast<long>(after) - static_cast<long>(before));
+  }
+  EXPECT_LT(least, kCycles) << "bytes in each run of " << kCycles << " cycles";
 }
 
 // Inside of a load, whose stream waits, the library counts as used: also when the host has given
