@@ -40,8 +40,8 @@ class AddressList {
 
   // Throws std::bad_alloc, also when the texts would be kMostText.
   void add(std::string_view address, std::string_view name);
-  // Brings the mailboxes into the order of their addresses, byte by byte. Of several with one
-  // address, the first stays.
+  // Brings the mailboxes into the order of their addresses, byte by byte, none of which is NUL. Of
+  // several with one address, the first stays.
   void sort();
 
   [[nodiscard]] std::size_t size() const { return mailboxes_.size(); }
