@@ -13,6 +13,7 @@
 #include "coding/base64.h"
 #include "coding/charset.h"
 #include "coding/quoted_printable.h"
+#include "coding/usual_word.h"
 #include "coding/x_coder.h"
 #include "core/text.h"
 #include "platform/kernel/code_page.h"
@@ -340,6 +341,7 @@ std::optional<WordShape> lone_word(std::string_view text) {
 }
 
 std::u16string decode(std::string_view text, bool keep_quotes) {
+  if (UsualWord word; word.read(text)) return std::u16string(word.text());
   if (const auto shape = lone_word(text)) {
     DecodedWord word;
     CharsetDecoder().decode(decode_payload(text, *shape), charset_of(text, *shape), word);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "coding/encoded_words.h"
+#include "coding/usual_word.h"
 #include "core/text.h"
 
 namespace tallowbrook {
@@ -36,6 +37,7 @@ bool says_itself(std::string_view text) {
 }  // namespace
 
 platform::Bstr header_text_to_bstr(std::string_view text) {
+  if (UsualWord word; word.read(text)) return platform::Bstr(word.text());
   return says_itself(text) ? ascii_to_bstr(text) : platform::Bstr(decode_words(text));
 }
 

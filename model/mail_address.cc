@@ -163,7 +163,7 @@ HRESULT CMailAddress::get_Name(BSTR* name) {
     using Form = AddressList::NameForm;
     const AddressList* const mailboxes = list();
     const Form form = mailboxes == nullptr ? Form::kAny : mailboxes->name_form(index_);
-    if (form == Form::kAny) return Bstr(decode_header_text(name_raw()));
+    if (form == Form::kAny) return header_text_to_bstr(name_raw());
     const std::string_view text = mailboxes->name(index_);
     const std::size_t quotes = form == Form::kQuoted ? 1 : 0;  // at either end
     return ascii_to_bstr(text.substr(quotes, text.size() - 2 * quotes));

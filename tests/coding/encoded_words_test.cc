@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <iterator>
 #include <random>
 #include <string>
 
+#include "coding/usual_word.h"
 #include "core/text.h"
 #include "platform/kernel/code_page.h"
 
@@ -110,6 +112,29 @@ TEST(EncodedWords, OneWordWithTheTextAroundIt) {
   for (const char* text : {"", "=??q?\?=", "=?utf-8?Q?=", "utf-8?Q?abc?=", "=?utf-8?X?abc?="}) {
     EXPECT_EQ(DecodeEncodedWord(text, word), 0) << text;
   }
+}
+
+TEST(EncodedWords, UsualOnesAreReadAsAllAre) {
+  static constexpr const char* kPieces[] = {
+      "a",   "_",    "=41",  "=C3=A9", "=e9",      "=E2=82=AC", "=F0=9F",    "=98",
+      "=80", "QUJD", "w6k=", "QQ==",   "w6nDqcOp", "5oqV",      "=EF=BB=BF", "=00",
+      "=4",  "?",    " ",    "\r\n",   "\xe9",     "AA"};
+  std::mt19937 random(23);
+  int read = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::string text = random() % 2 == 0 ? "=?utf-8?" : "=?ISO-8859-1?";
+    text += random() % 16 == 0 ? "x?" : random() % 2 == 0 ? "Q?" : "b?";
+    const std::size_t among = round % 2 == 0 ? std::size(kPieces) : 14;
+    for (std::size_t i = random() % 5; i > 0; --i) text += kPieces[random() % among];
+    if (random() % 16 != 0) text += "?=";
+    UsualWord word;
+    if (!word.read(text)) continue;
+    ++read;
+    DecodedWord plainly;
+    ASSERT_EQ(DecodeEncodedWord(text, plainly), 1) << text;
+    EXPECT_EQ(word.text(), plainly.wide) << text;
+  }
+  EXPECT_GT(read, 1500);
 }
 
 TEST(EncodedWords, WhatIsPutReadsBack) {
