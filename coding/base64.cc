@@ -78,7 +78,7 @@ class Encoder {
 
 class Decoder {
  public:
-  Decoder(IStream& output, const Base64Groups& groups) : writer_(output), groups_(groups) {}
+  Decoder(ISequentialStream& output, const Base64Groups& groups) : writer_(output), groups_(groups) {}
 
   void take(std::string_view block) {
     std::size_t i = 0;
@@ -137,6 +137,12 @@ void convert(IStream& input, Converter&& converter) {
 }  // namespace
 
 void CBase64::Decode(IStream& input, IStream& output) { convert(input, Decoder(output, groups_)); }
+
+void CBase64::decode_text(std::string_view content, ISequentialStream& output) const {
+  Decoder decoder(output, groups_);
+  decoder.take(content);
+  decoder.finish();
+}
 
 void CBase64::Encode(IStream& input, IStream& output) {
   convert(input, Encoder(output, groups_, !no_line_breaks_));

@@ -8,6 +8,8 @@
 // 8 bits left at the end are dropped.
 #pragma once
 
+#include <string_view>
+
 #include "coding/base64_groups.h"
 #include "coding/mime_code.h"
 
@@ -21,6 +23,8 @@ class CBase64 final : public CMIMECode {
   // Both convert what lies between the input's position and its end at the moment of the call.
   void Decode(IStream& input, IStream& output) override;
   void Encode(IStream& input, IStream& output) override;
+  // The same as Decode of a whole content.
+  void decode_text(std::string_view content, ISequentialStream& output) const;
 
  private:
   const Base64Groups& groups_;

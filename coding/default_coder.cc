@@ -77,19 +77,6 @@ class LineDecoder {
   ULONGLONG length_;
 };
 
-// Writes a whole content of which every line stays as it is, without the line end at its end; false
-// when a line may have to change. The end of a line of several pieces is left to the decoder.
-bool write_unchanged(std::string_view content, IStream& output) {
-  if (fastest_line_scan().find_nul_or_dots(content) != content.npos) return false;
-  const std::size_t before = content.find_last_of('\n', content.size() - 2);
-  const std::size_t last = content.size() < 2 || before == content.npos ? 0 : before + 1;
-  if (content.size() - last > kMaxLine) return false;
-  if (content.ends_with('\n')) content.remove_suffix(1);
-  if (content.size() > last && content.ends_with('\r')) content.remove_suffix(1);
-  write_block(output, content);
-  return true;
-}
-
 // --- encoding ------------------------------------------------------------------------------------
 
 // Bytes wait in `pending_` while a CR may still turn out to open a line end.
@@ -170,11 +157,25 @@ class DotStuffer {
 
 }  // namespace
 
+// The end of a line of several pieces is left to the decoder.
+std::optional<std::string_view> CDefaultCoder::decoded_in_place(std::string_view content) {
+  if (fastest_line_scan().find_nul_or_dots(content) != content.npos) return std::nullopt;
+  const std::size_t before = content.find_last_of('\n', content.size() - 2);
+  const std::size_t last = content.size() < 2 || before == content.npos ? 0 : before + 1;
+  if (content.size() - last > kMaxLine) return std::nullopt;
+  if (content.ends_with('\n')) content.remove_suffix(1);
+  if (content.size() > last && content.ends_with('\r')) content.remove_suffix(1);
+  return content;
+}
+
 void CDefaultCoder::Decode(IStream& input, IStream& output) {
   const ULONGLONG length = remaining_length(input);
   BlockReader reader(input);
   std::string_view block = reader.next();
-  if (reader.lends() && write_unchanged(block, output)) return;
+  if (const auto unchanged = reader.lends() ? decoded_in_place(block) : std::nullopt) {
+    write_block(output, *unchanged);
+    return;
+  }
   LineDecoder decoder(output, length);
   for (; !block.empty(); block = reader.next()) decoder.take(block);
   decoder.finish();

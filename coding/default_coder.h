@@ -14,6 +14,9 @@
 // - a dot that opens a line comes back doubled, unless it stands alone in it.
 #pragma once
 
+#include <optional>
+#include <string_view>
+
 #include "coding/mime_code.h"
 
 namespace tallowbrook {
@@ -24,6 +27,10 @@ class CDefaultCoder final : public CMIMECode {
 
   void Decode(IStream& input, IStream& output) override;
   void Encode(IStream& input, IStream& output) override;
+
+  // What Decode makes of a whole content of which every line stays as it is: the content without
+  // the line end at its end. Nothing when a line may have to change.
+  [[nodiscard]] static std::optional<std::string_view> decoded_in_place(std::string_view content);
 
  private:
   bool wrap_;

@@ -78,7 +78,7 @@ std::size_t copy_plain(const char* text, std::size_t length, char* out) {
 // straddles two blocks, it goes byte by byte.
 class Decoder {
  public:
-  Decoder(IStream& output, ULONGLONG length, DecodeQuotedBlocks blocks)
+  Decoder(ISequentialStream& output, ULONGLONG length, DecodeQuotedBlocks blocks)
       : writer_(output), length_(length), blocks_(blocks) {}
 
   void take(std::string_view block) {
@@ -412,6 +412,12 @@ void CQuotedPrintable::Decode(IStream& input, IStream& output) {
   Decoder decoder(output, remaining_length(input), blocks_);
   BlockReader reader(input);
   for (auto block = reader.next(); !block.empty(); block = reader.next()) decoder.take(block);
+  decoder.finish();
+}
+
+void CQuotedPrintable::decode_text(std::string_view content, ISequentialStream& output) const {
+  Decoder decoder(output, content.size(), blocks_);
+  decoder.take(content);
   decoder.finish();
 }
 

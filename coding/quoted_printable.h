@@ -16,6 +16,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "coding/mime_code.h"
 #include "coding/quoted_printable_blocks.h"
@@ -37,6 +38,8 @@ class CQuotedPrintable final : public CMIMECode {
 
   void Decode(IStream& input, IStream& output) override;
   void Encode(IStream& input, IStream& output) override;
+  // The same as Decode of a whole content.
+  void decode_text(std::string_view content, ISequentialStream& output) const;
 
   // In header mode: the text of one encoded word, without its frame, to bytes. Zeros are kept.
   std::int32_t DecodeBuffer(const char* source, char* destination, std::int32_t length) override;

@@ -49,7 +49,7 @@ bool is_entry(Elements parts) { return parts.size() >= 2 && parts[kEntryName].is
 bool is_malformed(const HeaderValue& entry) { return !is_entry(entry.elements()); }
 
 bool is_extension(const HeaderValue& entry) {
-  return entry[kEntryName].text_view() == entry_name_text(EntryName::ExtField);
+  return entry[kEntryName].is_entry_name(EntryName::ExtField);
 }
 
 // Of a name in any letter case (FNV-1a). It differs from process to process, so that no message can
@@ -100,15 +100,14 @@ std::size_t find_named(const HeaderValue& record, std::string_view name, const F
 }
 
 std::size_t find_first(const HeaderValue& record, EntryName name) {
-  const HeaderValue wanted = entry_name(name);
-  const std::string_view text = entry_name_text(name);
-  return find_named(record, text, [&](const HeaderValue&, Elements parts) {
-    return parts[kEntryName].same_content(wanted) || parts[kEntryName].text_view() == text;
-  });
+  const auto fits = [name](const HeaderValue&, Elements parts) {
+    return parts[kEntryName].is_entry_name(name);
+  };
+  return find_named(record, entry_name_text(name), fits);
 }
 
 bool is_multipart_type(const HeaderValue&, Elements parts) {
-  return parts[kEntryName].text_view() == entry_name_text(EntryName::ContentType) &&
+  return parts[kEntryName].is_entry_name(EntryName::ContentType) &&
          parts[kEntryValue][kTypeMajor].is_integer(kMultipart);
 }
 

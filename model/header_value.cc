@@ -577,7 +577,10 @@ HeaderValue entry_name(EntryName name) {
   };
   static Boxes boxes;
   auto* memory = boxes.memory[static_cast<std::size_t>(name)];
-  return {ValueKind::Text, std::launder(reinterpret_cast<HeaderValue::TextBox*>(memory))};
+  HeaderValue value(ValueKind::Text,
+                    std::launder(reinterpret_cast<HeaderValue::TextBox*>(memory)));
+  value.number_ = static_cast<std::int32_t>(name) + 1;
+  return value;
 }
 
 }  // namespace tallowbrook

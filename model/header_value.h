@@ -135,6 +135,8 @@ class HeaderValue {
   // --- Text, Integer, Character -------------------------------------------------------------
   [[nodiscard]] std::string_view text_view() const;  // empty for other kinds
   [[nodiscard]] std::int32_t number() const { return number_; }
+  // True for a text that is this name; costs no look at the text where `entry_name` made it.
+  [[nodiscard]] bool is_entry_name(EntryName name) const;
 
   // --- Address ------------------------------------------------------------------------------
   [[nodiscard]] std::string_view address_text() const;
@@ -237,7 +239,8 @@ class HeaderValue {
 
   ValueKind kind_ = ValueKind::Empty;
   bool borrowed_ = false;
-  std::int32_t number_ = 0;  // Integer, Character; the length of a borrowed text
+  // Integer, Character; the length of a borrowed text, the number of an entry name, from 1.
+  std::int32_t number_ = 0;
   void* p_ = nullptr;        // Box, or the bytes of a borrowed text
 };
 static_assert(sizeof(HeaderValue) == 16);

@@ -317,6 +317,12 @@ inline std::string_view HeaderValue::text_view() const {
   return as<TextBox>().view();
 }
 
+inline bool HeaderValue::is_entry_name(EntryName name) const {
+  if (kind_ != ValueKind::Text) return false;
+  if (number_ != 0 && !borrowed_) return number_ == static_cast<std::int32_t>(name) + 1;
+  return text_view() == entry_name_text(name);
+}
+
 inline std::size_t HeaderValue::size() const {
   return is(ValueKind::List) ? as<ListBox>().count() : 0;
 }

@@ -121,8 +121,9 @@ HRESULT CMimeBody::get_Item(LONG index, IDispatch** part) {
   if (part == nullptr) return E_POINTER;
   *part = nullptr;
   return guarded([&] {
-    const bool has_children = multipart();
-    if (CMimeDecoder* const message = has_children ? nullptr : embedded()) {
+    const HeaderValue& type = content_type();
+    const bool has_children = type[kTypeMajor].is_integer(kMultipart);
+    if (CMimeDecoder* const message = has_children ? nullptr : embedded(type)) {
       Variant body;
       const HRESULT status = message->get_Body(&body);
       if (FAILED(status) || body.vt != VT_DISPATCH) return FAILED(status) ? status : E_INVALIDARG;
@@ -141,9 +142,10 @@ HRESULT CMimeBody::get_Count(LONG* count) {
   if (count == nullptr) return E_POINTER;
   *count = 0;
   return guarded([&] {
-    if (multipart()) {
+    const HeaderValue& type = content_type();
+    if (type[kTypeMajor].is_integer(kMultipart)) {
       *count = static_cast<LONG>(record_[kPartBody].size());
-    } else if (embedded() != nullptr) {
+    } else if (embedded(type) != nullptr) {
       *count = 1;
     }
     return S_OK;
@@ -442,14 +444,13 @@ HRESULT CMimeBody::put_FileName(BSTR name) {
 
 // --- embedded message ----------------------------------------------------------------------------
 
-CMimeDecoder* CMimeBody::embedded() {
+CMimeDecoder* CMimeBody::embedded(const HeaderValue& type) {
   if (!looks_inside_) return nullptr;
-  const HeaderValue& type = content_type();
-  const bool may_be = type.is_set() ? type[kTypeMajor].is_integer(kMessage) : in_digest();
-  if (!may_be) {
+  const bool by_default = !type.is_set() && in_digest();
+  if (!by_default && !type[kTypeMajor].is_integer(kMessage)) {
     embedded_.reset();
   } else {
-    embedded_ = embedded_message(record_, in_digest(), message_);
+    embedded_ = embedded_message(record_, by_default, message_);
   }
   return embedded_.get();
 }

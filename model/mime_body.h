@@ -83,7 +83,8 @@ class CMimeBody final
 
   void changed();
   // The message that the part holds, which this handle keeps from then on; null when it holds none.
-  [[nodiscard]] CMimeDecoder* embedded();
+  [[nodiscard]] CMimeDecoder* embedded() { return embedded(content_type()); }
+  [[nodiscard]] CMimeDecoder* embedded(const HeaderValue& type);
   // The Content-Type value, parsed; empty when the part has none.
   [[nodiscard]] const HeaderValue& content_type();
   [[nodiscard]] bool multipart();

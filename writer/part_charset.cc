@@ -1,5 +1,6 @@
 #include "writer/part_charset.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -20,13 +21,18 @@ std::u16string units_of(std::string_view bytes) {
   return units;
 }
 
-std::unique_ptr<CMIMECode> make_part_coder(const HeaderValue& record) {
+std::string part_charset(const HeaderValue& record) {
   const HeaderValue& type = field_value(record, EntryName::ContentType);
-  if (!type[kTypeMajor].is_integer(kText)) return nullptr;
+  if (!type[kTypeMajor].is_integer(kText)) return {};
   const HeaderValue* charset = find_parameter(type[kTypeParameters], "charset");
-  if (charset == nullptr) return nullptr;
-  const std::string name = header_text_to_ansi(unquoted(charset->AsText()));
-  return make_charset_coder(name.c_str(), 0);
+  if (charset == nullptr) return {};
+  std::string name = header_text_to_ansi(unquoted(charset->AsText()));
+  name.resize(std::min(name.find('\0'), name.size()));
+  return name;
+}
+
+std::unique_ptr<CMIMECode> make_part_coder(const HeaderValue& record) {
+  return make_charset_coder(part_charset(record).c_str(), 0);
 }
 
 platform::ComPtr<IStream> charset_input(const HeaderValue& record, const CMIMECode* coder) {

@@ -14,6 +14,8 @@ namespace tallowbrook {
 [[nodiscard]] std::string_view bytes_of(std::u16string_view text);
 [[nodiscard]] std::u16string units_of(std::string_view bytes);
 
+// The charset that a text part names; empty without one, and for other types.
+[[nodiscard]] std::string part_charset(const HeaderValue& record);
 // The coder of the charset that a text part names; none without one, and for other types.
 [[nodiscard]] std::unique_ptr<CMIMECode> make_part_coder(const HeaderValue& record);
 

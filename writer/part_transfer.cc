@@ -1,14 +1,23 @@
 #include "writer/part_transfer.h"
 
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "coding/base64.h"
+#include "coding/block_io.h"
+#include "coding/charset.h"
 #include "coding/coder_factory.h"
+#include "coding/default_coder.h"
+#include "coding/quoted_printable.h"
+#include "coding/x_coder.h"
 #include "core/text.h"
 #include "model/body_part.h"
 #include "streams/memory_stream.h"
 #include "writer/content_stream.h"
 #include "writer/part_charset.h"
 #include "writer/shared_stream.h"
+#include "writer/stack_stream.h"
 
 namespace tallowbrook {
 namespace {
@@ -36,6 +45,80 @@ bool export_wire(const HeaderValue& record, CMIMECode* charset, IStream& target)
   return decode_charset(charset, encoded, target) && whole;
 }
 
+// --- short content -------------------------------------------------------------------------------
+
+// Longer content goes from stream to stream.
+constexpr std::size_t kShort = 32768;
+
+// Appends to a text that has the room for it.
+class TextTarget final : public StackStream {
+ public:
+  explicit TextTarget(std::string& text) : text_(text) {}
+  HRESULT Write(const void* pv, ULONG cb, ULONG* written) override {
+    text_.append(static_cast<const char*>(pv), cb);
+    if (written != nullptr) *written = cb;
+    return S_OK;
+  }
+
+ private:
+  std::string& text_;
+};
+
+// Short wire content that lies in memory, decoded from its transfer encoding: where it lies or in
+// `room`. Nothing for other content.
+std::optional<std::string_view> decoded_short(const HeaderValue& record, std::string& room) {
+  const HeaderValue& body = record[kPartBody];
+  if (is_decoded(record) || !body.raw_in_memory()) return std::nullopt;
+  const std::string_view content = body.raw_view();
+  if (content.size() > kShort) return std::nullopt;
+  const std::int32_t encoding = encoding_number(record);
+  switch (encoding) {
+    case kSevenBit:
+    case kEightBit:
+    case kBinary:
+      return CDefaultCoder::decoded_in_place(content);
+    case kQuotedPrintable:
+    case kBase64: {
+      room.reserve(content.size());
+      TextTarget target(room);
+      if (encoding == kBase64) {
+        CBase64().decode_text(content, target);
+      } else {
+        CQuotedPrintable().decode_text(content, target);
+      }
+      return room;
+    }
+    default:
+      return content;
+  }
+}
+
+// Decoded bytes in the part's charset as text. Nothing for a charset whose coder works on streams.
+std::optional<std::u16string> short_text(const std::string& charset, std::string_view bytes) {
+  if (charset.empty()) return to_wide(bytes);
+  if (has_utf8_coder(charset)) return std::nullopt;
+  return CXCoder(charset).decode(bytes);
+}
+
+// True when the content is short; it is then written.
+bool export_short(const HeaderValue& record, IStream& target) {
+  std::string room;
+  const auto bytes = decoded_short(record, room);
+  if (!bytes) return false;
+  const std::string charset = part_charset(record);
+  if (charset.empty()) {
+    // Of a copy: while the target takes it, a host's code may change the part.
+    if (bytes->data() != room.data()) room = *bytes;
+    write_block(target, room);
+    return true;
+  }
+  const auto text = short_text(charset, *bytes);
+  if (text) write_block(target, bytes_of(*text));
+  return text.has_value();
+}
+
+// --- any content ---------------------------------------------------------------------------------
+
 bool export_held(const HeaderValue& record, CMIMECode* charset, IStream& target) {
   switch (content_form(record)) {
     case ContentForm::Wire:
@@ -58,6 +141,7 @@ bool export_content(const HeaderValue& record, IStream& target) {
     return buffered.hand_on() && whole;
   }
   TargetStream watched(target);
+  if (export_short(record, watched)) return !watched.failed();
   const bool whole = export_held(record, make_part_coder(record).get(), watched);
   return whole && !watched.failed();
 }
@@ -81,6 +165,10 @@ bool import_content(HeaderValue& record, ComPtr<IStream> source, bool by_referen
 }
 
 std::optional<std::u16string> content_text(const HeaderValue& record) {
+  std::string room;
+  if (const auto bytes = decoded_short(record, room)) {
+    if (auto text = short_text(part_charset(record), *bytes)) return text;
+  }
   const auto content = CISSHelper::create();
   if (!export_content(record, *content)) return std::nullopt;
   const auto charset = make_part_coder(record);
