@@ -78,7 +78,8 @@ class Encoder {
 
 class Decoder {
  public:
-  Decoder(ISequentialStream& output, const Base64Groups& groups) : writer_(output), groups_(groups) {}
+  Decoder(ISequentialStream& output, const Base64Groups& groups)
+      : writer_(output), groups_(groups) {}
 
   void take(std::string_view block) {
     std::size_t i = 0;

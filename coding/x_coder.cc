@@ -11,6 +11,7 @@
 #include "coding/charset.h"
 #include "coding/multi_language_service.h"
 #include "coding/rest_of_input.h"
+#include "core/text.h"
 #include "platform/kernel/code_page.h"
 
 namespace tallowbrook {
@@ -129,6 +130,15 @@ std::u16string CXCoder::decode(std::string_view text) const {
   }
   wide.resize(units);
   return wide;
+}
+
+// ASCII in the pages that mail names most goes without the service, which would say the same.
+platform::Bstr CXCoder::decode_to_bstr(std::string_view text) const {
+  constexpr UINT kAscii = 20127;
+  constexpr UINT kLatin1 = 28591;
+  const bool holds_ascii =
+      page_ == CP_ACP || page_ == CP_UTF8 || page_ == kAscii || page_ == kLatin1;
+  return holds_ascii && is_ascii(text) ? ascii_to_bstr(text) : platform::Bstr(decode(text));
 }
 
 void CXCoder::Encode(IStream& input, IStream& output) {

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "coding/mime_code.h"
+#include "platform/automation/variant.h"
 #include "platform/com/types.h"
 
 namespace tallowbrook {
@@ -25,6 +26,7 @@ class CXCoder final : public CMIMECode {
   [[nodiscard]] bool ProducesWideText() const override { return true; }
   // What Decode makes of a text.
   [[nodiscard]] std::u16string decode(std::string_view text) const;
+  [[nodiscard]] platform::Bstr decode_to_bstr(std::string_view text) const;
 
   // 0 for the ANSI code page.
   [[nodiscard]] UINT code_page() const { return page_; }

@@ -13,6 +13,7 @@ constexpr std::size_t kMostInBlock = 128;
 }  // namespace
 
 AddressMap::Place AddressMap::lower_bound(std::string_view name) const {
+  if (only_) return {only_->name < name ? std::size_t{1} : std::size_t{0}, 0};
   const auto block =
       std::partition_point(blocks_.begin(), blocks_.end(),
                            [name](const Block& candidate) { return candidate.back().name < name; });
@@ -25,11 +26,12 @@ AddressMap::Place AddressMap::lower_bound(std::string_view name) const {
 }
 
 bool AddressMap::is_at(const Place& place, std::string_view name) const {
-  return place.block < blocks_.size() && blocks_[place.block][place.index].name == name;
+  return place.block < block_count() && block(place.block)[place.index].name == name;
 }
 
 // The place of a position below size().
 AddressMap::Place AddressMap::place_of(std::size_t position) const {
+  if (only_) return {0, 0};
   while (position < cursor_before_) cursor_before_ -= blocks_[--cursor_].size();
   while (position - cursor_before_ >= blocks_[cursor_].size()) {
     cursor_before_ += blocks_[cursor_++].size();
@@ -61,6 +63,12 @@ AddressMap::Place AddressMap::make_room(Place place) {
 
 HeaderValue& AddressMap::add(Place place, std::string_view name, HeaderValue value) {
   Entry entry{std::string(name), std::move(value)};
+  if (size_ == 0) {
+    only_ = std::move(entry);
+    size_ = 1;
+    return only_->value;
+  }
+  if (only_) open_block();
   place = make_room(place);
   Block& block = blocks_[place.block];
   block.insert(block.begin() + static_cast<std::ptrdiff_t>(place.index), std::move(entry));
@@ -69,7 +77,18 @@ HeaderValue& AddressMap::add(Place place, std::string_view name, HeaderValue val
   return block[place.index].value;
 }
 
+// The only entry moves into a block.
+void AddressMap::open_block() {
+  blocks_.reserve(1);
+  Block block;
+  block.reserve(2);
+  block.push_back(std::move(*only_));
+  blocks_.push_back(std::move(block));
+  only_.reset();
+}
+
 void AddressMap::take_out(const Place& place) {
+  if (only_) return clear();
   Block& block = blocks_[place.block];
   block.erase(block.begin() + static_cast<std::ptrdiff_t>(place.index));
   if (place.block < cursor_) --cursor_before_;
@@ -86,12 +105,12 @@ void AddressMap::insert(std::string_view name, HeaderValue value) {
 
 HeaderValue& AddressMap::at_or_add(std::string_view name) {
   const Place place = lower_bound(name);
-  return is_at(place, name) ? blocks_[place.block][place.index].value : add(place, name, {});
+  return is_at(place, name) ? entry(place).value : add(place, name, {});
 }
 
 const HeaderValue* AddressMap::find(std::string_view name) const {
   const Place place = lower_bound(name);
-  return is_at(place, name) ? &blocks_[place.block][place.index].value : nullptr;
+  return is_at(place, name) ? &block(place.block)[place.index].value : nullptr;
 }
 
 HeaderValue* AddressMap::find(std::string_view name) {
@@ -108,7 +127,7 @@ bool AddressMap::erase(std::string_view name) {
 const AddressMap::Entry* AddressMap::at(std::size_t position) const {
   if (position >= size_) return nullptr;
   const Place place = place_of(position);
-  return &blocks_[place.block][place.index];
+  return &block(place.block)[place.index];
 }
 
 void AddressMap::erase_at(std::size_t position) {
@@ -116,6 +135,7 @@ void AddressMap::erase_at(std::size_t position) {
 }
 
 void AddressMap::clear() {
+  only_.reset();
   blocks_.clear();
   size_ = cursor_ = cursor_before_ = 0;
 }

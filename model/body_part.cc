@@ -103,6 +103,7 @@ std::size_t find_first(const HeaderValue& record, EntryName name) {
   const auto fits = [name](const HeaderValue&, Elements parts) {
     return parts[kEntryName].is_entry_name(name);
   };
+  if (record[kPartFields].size() < kManyFields) return find_field(record, fits);
   return find_named(record, entry_name_text(name), fits);
 }
 

@@ -97,13 +97,13 @@ HRESULT load_copy(CMimeDecoder& message, const HeaderValue& record, const Header
   }
   source->write(dot_line_behind(text));
   source->rewind();
-  return message.Load(static_cast<IStream*>(source.get()));
+  return message.load_from_part(*source);
 }
 
 HRESULT load_content(CMimeDecoder& message, const HeaderValue& record, const HeaderValue& content) {
   if (!content.raw_in_memory() || is_decoded(record)) return load_copy(message, record, content);
   WireMessage wire(content);
-  return message.Load(&wire);
+  return message.load_from_part(wire);
 }
 
 }  // namespace

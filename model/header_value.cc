@@ -490,6 +490,8 @@ bool HeaderValue::raw_in_memory() const {
   return is(ValueKind::Raw) && (!as<RawBox>().stream || as<RawBox>().memory != nullptr);
 }
 
+bool HeaderValue::is_unopened_raw() const { return is(ValueKind::Raw) && !as<RawBox>().stream; }
+
 std::string_view HeaderValue::raw_view() const {
   if (!is(ValueKind::Raw)) return {};
   const RawBox& box = as<RawBox>();
@@ -577,8 +579,7 @@ HeaderValue entry_name(EntryName name) {
   };
   static Boxes boxes;
   auto* memory = boxes.memory[static_cast<std::size_t>(name)];
-  HeaderValue value(ValueKind::Text,
-                    std::launder(reinterpret_cast<HeaderValue::TextBox*>(memory)));
+  HeaderValue value(ValueKind::Text, std::launder(reinterpret_cast<HeaderValue::TextBox*>(memory)));
   value.number_ = static_cast<std::int32_t>(name) + 1;
   return value;
 }

@@ -15,6 +15,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -175,6 +176,8 @@ class HeaderValue {
   // The content where it lies in memory, else nothing (a host's stream is not looked through).
   [[nodiscard]] std::string_view raw_view() const;
   [[nodiscard]] bool raw_in_memory() const;
+  // True while nobody asked for the content's stream.
+  [[nodiscard]] bool is_unopened_raw() const;
   // The content's stream, made when it is first asked for.
   [[nodiscard]] platform::ComPtr<IStream> stream() const;
   // All the content; a host's stream is read from its start.
@@ -241,7 +244,7 @@ class HeaderValue {
   bool borrowed_ = false;
   // Integer, Character; the length of a borrowed text, the number of an entry name, from 1.
   std::int32_t number_ = 0;
-  void* p_ = nullptr;        // Box, or the bytes of a borrowed text
+  void* p_ = nullptr;  // Box, or the bytes of a borrowed text
 };
 static_assert(sizeof(HeaderValue) == 16);
 
@@ -250,10 +253,10 @@ static_assert(sizeof(HeaderValue) == 16);
 
 // Name to value, ordered by plain byte-wise comparison.
 //
-// The entries lie in order in blocks of a bounded size, none of them empty. A name is found by
-// halving; a position by walking over blocks, from the one where the last walk ended: it passes the
-// entries of a block at a time, so reading or taking out all entries in whatever order costs little
-// more than linear time.
+// The entries lie in order in blocks of a bounded size, none of them empty; one entry alone, as
+// nearly all maps have, lies in the map itself. A name is found by halving; a position by walking
+// over blocks, from the one where the last walk ended: it passes the entries of a block at a time,
+// so reading or taking out all entries in whatever order costs little more than linear time.
 class AddressMap {
  public:
   struct Entry {
@@ -264,11 +267,10 @@ class AddressMap {
 
   class Iterator {
    public:
-    Iterator(std::vector<Block>::const_iterator block, std::size_t index)
-        : block_(block), index_(index) {}
-    const Entry& operator*() const { return (*block_)[index_]; }
+    Iterator(const AddressMap& map, std::size_t block) : map_(&map), block_(block) {}
+    const Entry& operator*() const { return map_->block(block_)[index_]; }
     Iterator& operator++() {
-      if (++index_ == block_->size()) {
+      if (++index_ == map_->block(block_).size()) {
         ++block_;
         index_ = 0;
       }
@@ -277,8 +279,9 @@ class AddressMap {
     bool operator==(const Iterator&) const = default;
 
    private:
-    std::vector<Block>::const_iterator block_;
-    std::size_t index_;
+    const AddressMap* map_;
+    std::size_t block_;
+    std::size_t index_ = 0;
   };
 
   // Adds the entry unless the name is there already.
@@ -294,22 +297,32 @@ class AddressMap {
   void clear();
   [[nodiscard]] std::size_t size() const { return size_; }
   [[nodiscard]] bool empty() const { return size_ == 0; }
-  [[nodiscard]] Iterator begin() const { return {blocks_.begin(), 0}; }
-  [[nodiscard]] Iterator end() const { return {blocks_.end(), 0}; }
+  [[nodiscard]] Iterator begin() const { return {*this, 0}; }
+  [[nodiscard]] Iterator end() const { return {*this, block_count()}; }
 
  private:
   struct Place {
-    std::size_t block;  // blocks_.size() behind the last entry
+    std::size_t block;  // block_count() behind the last entry
     std::size_t index;
   };
+
+  [[nodiscard]] std::size_t block_count() const { return only_ ? 1 : blocks_.size(); }
+  [[nodiscard]] std::span<const Entry> block(std::size_t block) const {
+    return only_ ? std::span<const Entry>(&*only_, 1) : std::span<const Entry>(blocks_[block]);
+  }
 
   [[nodiscard]] Place lower_bound(std::string_view name) const;
   [[nodiscard]] bool is_at(const Place& place, std::string_view name) const;
   [[nodiscard]] Place place_of(std::size_t position) const;
+  [[nodiscard]] Entry& entry(const Place& place) {
+    return only_ ? *only_ : blocks_[place.block][place.index];
+  }
+  void open_block();
   [[nodiscard]] Place make_room(Place place);
   HeaderValue& add(Place place, std::string_view name, HeaderValue value);
   void take_out(const Place& place);
 
+  std::optional<Entry> only_;  // instead of a block
   std::vector<Block> blocks_;
   std::size_t size_ = 0;
   mutable std::size_t cursor_ = 0;         // the block where the last walk ended

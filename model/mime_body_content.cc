@@ -77,9 +77,9 @@ HRESULT CMimeBody::get_Value(BSTR* text) {
   *text = nullptr;
   return guarded([&] {
     resolve_field(record_, EntryName::ContentType, message_);
-    const auto value = content_text(record_);
+    auto value = content_text(record_);
     if (!value) return E_FAIL;
-    *text = platform::Bstr(*value).detach();
+    *text = value->detach();
     return S_OK;
   });
 }

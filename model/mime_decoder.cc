@@ -153,6 +153,7 @@ HRESULT CMimeDecoder::load(IStream& stream, Behind behind) {
   ParseRun run;
   run.store = &store_;
   run.raw_copy = raw_copy.get();
+  run.counts_lines = behind != Behind::kIsOurs;
   const HRESULT status = DispatchParse(run, &stream);
   if (SUCCEEDED(status) && raw_copy) {
     raw_copy->Seek({0}, STREAM_SEEK_END, nullptr);
@@ -175,6 +176,10 @@ HRESULT CMimeDecoder::load(IStream& stream, Behind behind) {
 HRESULT CMimeDecoder::Load(IStream* stream) {
   if (stream == nullptr) return E_INVALIDARG;
   return guarded([&] { return load(*stream, Behind::kGivesBack); });
+}
+
+HRESULT CMimeDecoder::load_from_part(IStream& content) {
+  return guarded([&] { return load(content, Behind::kIsOurs); });
 }
 
 HRESULT CMimeDecoder::LoadFromFile(BSTR path, VARIANT_BOOL* done) {

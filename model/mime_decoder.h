@@ -109,6 +109,9 @@ class CMimeDecoder final
   HRESULT get_Received(IDispatch** trace_headers) override;
   HRESULT get_MessageHeader(BSTR* header) override;
 
+  // Loads the message that lies in a part from the part's content.
+  [[nodiscard]] HRESULT load_from_part(IStream& content);
+
   // --- the message as a node ------------------------------------------------------------------
   HRESULT get_Item(VARIANT index, VARIANT* child) override;
   HRESULT get_Count(LONG* count) override;
@@ -144,8 +147,9 @@ class CMimeDecoder final
 
   void forget_everything();
   // What was read ahead of the message's end: taken, or given back to the stream, in which other
-  // objects may follow. A raw copy keeps what it took.
-  enum class Behind { kTakes, kGivesBack };
+  // objects may follow. A raw copy keeps what it took. A stream of our own is read by nobody else,
+  // and nobody learns in which line of it an error is.
+  enum class Behind { kTakes, kGivesBack, kIsOurs };
   [[nodiscard]] HRESULT load(IStream& stream, Behind behind = Behind::kTakes);
   // Turns uuencoded blocks of a text body into attachments.
   void extract_uuencoded_blocks();

@@ -5,6 +5,8 @@
 
 #include "coding/uuencode.h"
 #include "core/text.h"
+#include "model/header_block.h"
+#include "parser/input_reader.h"
 #include "parser/report.h"
 #include "parser/scanner.h"
 #include "streams/memory_stream.h"
@@ -54,6 +56,16 @@ bool holds_bytes(const HeaderValue& lines) {
   CISSHelper bytes;
   CUUCoder().Decode(input, bytes);
   return bytes.size() > 0;
+}
+
+// Bodies up to here have no stream before somebody asks for it.
+constexpr std::size_t kShortBody = 4096;
+
+// The text as the content of a body, with room for so many bytes more.
+HeaderValue content_of(std::string_view text, std::size_t more) {
+  HeaderValue body = HeaderValue::raw_content(text.size() + more);
+  body.AppendText(text);
+  return body;
 }
 
 }  // namespace
@@ -272,9 +284,24 @@ HeaderValue Actions::whole_body(HeaderValue body) {
   return body;
 }
 
-// A short body is one run of lines, and the line end that the reader adds behind it.
+// Nearly every body is one run of lines. One that goes on behind the scanner's buffer gets room for
+// more of it.
 HeaderValue Actions::first_line(HeaderValue line) {
-  HeaderValue body = HeaderValue::raw_content(line.text_view().size() + 2);
+  const std::string_view text = line.text_view();
+  const bool ends_here = !scanner_.body_goes_on();
+  if (ends_here && text.size() <= kShortBody) {
+    return HeaderBlock(HeaderBlock::room_for_raw(text.size())).raw(text);
+  }
+  return content_of(text, ends_here ? 2 : 2 * kChunk);
+}
+
+HeaderValue Actions::next_line(HeaderValue body, HeaderValue& line) {
+  const std::string_view text = body.raw_view();
+  if (body.is_unopened_raw() && text.size() + line.text_view().size() > kShortBody) {
+    HeaderValue content = content_of(text, 2 * kChunk);
+    if (body.has_begin_line()) content.set_begin_line();
+    body = std::move(content);
+  }
   body.Append(std::move(line));
   return body;
 }
@@ -286,7 +313,7 @@ HeaderValue Actions::first_begin_line(HeaderValue line) {
 }
 
 HeaderValue Actions::next_begin_line(HeaderValue body, HeaderValue& line) {
-  body.Append(std::move(line));
+  body = next_line(std::move(body), line);
   body.set_begin_line();
   return body;
 }

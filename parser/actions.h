@@ -90,6 +90,7 @@ class Actions {
   HeaderValue whole_body(HeaderValue body);
   HeaderValue first_line(HeaderValue line);
   HeaderValue first_begin_line(HeaderValue line);
+  HeaderValue next_line(HeaderValue body, HeaderValue& line);
   HeaderValue next_begin_line(HeaderValue body, HeaderValue& line);
   void uu_done(HeaderValue& blocks);
   HeaderValue uu_start();

@@ -480,9 +480,9 @@ bulkstream:
     tok_TEXT                      /* 158 */ { $$ = act.first_line(take($$, $1)); }
   | tok_UUENCODE_BEGIN            /* 159 */ { $$ = act.first_begin_line(take($$, $1)); }
   | tok_UUENCODE_END              /* 160 */ { $$ = act.first_line(take($$, $1)); }
-  | bulkstream tok_TEXT           /* 161 */ { $$ = act.append(take($$, $1), $2); }
+  | bulkstream tok_TEXT           /* 161 */ { $$ = act.next_line(take($$, $1), $2); }
   | bulkstream tok_UUENCODE_BEGIN /* 162 */ { $$ = act.next_begin_line(take($$, $1), $2); }
-  | bulkstream tok_UUENCODE_END   /* 163 */ { $$ = act.append(take($$, $1), $2); }
+  | bulkstream tok_UUENCODE_END   /* 163 */ { $$ = act.next_line(take($$, $1), $2); }
   ;
 
 uuencode:

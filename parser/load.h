@@ -36,6 +36,7 @@ struct ParseRun {
   // Content-Type (other than multipart) and Content-Disposition stay unparsed.
   bool defer_mime = true;
   bool only_grammar = false;   // without the quick ways that usual fields take
+  bool counts_lines = true;    // false where nobody is told in which line an error is
   bool failed = false;         // set by the error report
   HRESULT read_status = S_OK;  // the first failure of the input's Read
   InputBlock last_block = {};

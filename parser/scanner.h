@@ -41,6 +41,8 @@ class Scanner {
   void release_large_buffer();
   // Bytes that were read and not consumed.
   [[nodiscard]] std::size_t unread() const { return static_cast<std::size_t>(limit_ - cursor_); }
+  // True when the body lines given last are all that was read: more of the body may follow.
+  [[nodiscard]] bool body_goes_on() const { return body_goes_on_; }
   [[nodiscard]] std::size_t bytes_read() const { return bytes_read_; }
 
   // Called by the action of a parameter named boundary. The first one of a multipart type becomes
@@ -112,7 +114,8 @@ class Scanner {
   // The buffer holds [token_, limit_) and a zero byte behind it, which no message byte equals.
   char* buffer_ = nullptr;
   std::size_t capacity_ = 0;
-  std::size_t bytes_read_ = 0;    // in this run
+  std::size_t bytes_read_ = 0;  // in this run
+  bool body_goes_on_ = false;
   const char* token_ = nullptr;   // start of the text being matched
   const char* cursor_ = nullptr;  // the next byte to look at
   const char* marker_ = nullptr;  // where the longest match so far ends

@@ -97,13 +97,15 @@ bool is_special(std::string_view line, const std::string* boundary) {
   }
 }
 
-// `text` begins with a line end: the length of the lines behind it that are known to be plain.
-std::size_t length_of_plain_lines(std::string_view text, const std::string* boundary) {
+// `text` begins with a line end: the length of the lines behind it that are known to be plain, and
+// whether they are all that is there.
+std::size_t length_of_plain_lines(std::string_view text, const std::string* boundary, bool& all) {
   const LineScan& scan = fastest_line_scan();
   std::size_t from = 0;
   for (;;) {
     const std::size_t found = scan.find_special_line(text.substr(from));
-    if (found == std::string_view::npos) return text.rfind('\n') + 1;
+    all = found == std::string_view::npos;
+    if (all) return text.rfind('\n') + 1;
     from += found;
     if (text.size() - from < 6 || is_special(text.substr(from), boundary)) return from;
   }
@@ -238,7 +240,7 @@ bool Scanner::have(std::size_t offset) {
 
 // Lines are asked for by nobody but an error: they are counted when consumed bytes go.
 void Scanner::count_lines() {
-  line_ += count_line_ends(counted_, token_);
+  if (run_->counts_lines) line_ += count_line_ends(counted_, token_);
   counted_ = token_;
 }
 
@@ -454,7 +456,14 @@ int Scanner::body_end_of_data() {
 }
 
 std::string usable_boundary(std::string_view value) {
-  std::string boundary = remove_quotes_and_words(value);
+  std::string_view inside = value;
+  if (value.size() > 2 && value.starts_with('"') && value.ends_with('"')) {
+    inside = value.substr(1, value.size() - 2);
+  }
+  // Nearly all boundaries have a quote at each end and nothing else to take out.
+  const bool plain = inside.find('"') == inside.npos && inside.find('\\') == inside.npos &&
+                     inside.find("=?") == inside.npos;
+  std::string boundary = plain ? std::string(inside) : remove_quotes_and_words(value);
   if (boundary.find_first_not_of(" \t\r\n") == std::string::npos) boundary.clear();
   return boundary;
 }
@@ -508,11 +517,12 @@ int Scanner::plain_body(HeaderValue& value) {
         static_cast<const char*>(std::memchr(token_ + seen, '\n', text.size() - seen));
     if (line_end != nullptr) {
       const auto first_line = static_cast<std::size_t>(line_end - token_);
-      cursor_ = line_end + length_of_plain_lines(text.substr(first_line), boundary);
+      cursor_ = line_end + length_of_plain_lines(text.substr(first_line), boundary, body_goes_on_);
       break;
     }
     if (text.size() >= kPiece) {
       cursor_ = token_ + text.size();
+      body_goes_on_ = true;
       break;
     }
     seen = text.size();

@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "model/body_part.h"
 #include "model/calendar.h"
+#include "model/header_block.h"
 #include "parser/scanner.h"
 
 namespace tallowbrook {
@@ -35,6 +36,7 @@ class Cursor {
   explicit Cursor(std::string_view text) : rest_(text) {}
 
   [[nodiscard]] bool at_end() const { return rest_.empty(); }
+  [[nodiscard]] std::size_t left() const { return rest_.size(); }
   [[nodiscard]] char peek() const { return rest_.empty() ? '\0' : rest_[0]; }
   bool take(char c) {
     if (peek() != c || rest_.empty()) return false;
@@ -229,10 +231,12 @@ class TypeReader {
   bool disposition(HeaderValue& value) {
     const std::string_view name = word();
     if (name.empty() || is_among(name, kKeywords)) return false;
-    HeaderValue parameters;
-    if (!read_parameters(parameters)) return false;
-    value = parameters.is_set() ? HeaderValue::list(HeaderValue::text(name), std::move(parameters))
-                                : HeaderValue::list(HeaderValue::text(name));
+    if (!read_parameters()) return false;
+    HeaderBlock block(HeaderBlock::room_for_list(2) + HeaderBlock::room_for_text(name.size()) +
+                      room_for_values());
+    value = block.list_for(2);
+    HeaderBlock::append(value, block.text(name));
+    if (has_parameters_) HeaderBlock::append(value, parameters(block));
     return true;
   }
 
@@ -250,25 +254,41 @@ class TypeReader {
   }
 
   bool with_parameters(HeaderValue major, HeaderValue minor, HeaderValue& value) {
-    HeaderValue parameters;
-    if (!read_parameters(parameters)) return false;
-    value = parameters.is_set()
-                ? HeaderValue::list(std::move(major), std::move(minor), std::move(parameters))
-                : HeaderValue::list(std::move(major), std::move(minor));
+    if (!read_parameters()) return false;
+    HeaderBlock block(HeaderBlock::room_for_list(3) + room_for_values());
+    value = block.list(std::move(major), std::move(minor), true);
+    if (has_parameters_) HeaderBlock::append(value, parameters(block));
     return true;
   }
 
   std::string_view word() { return text_.take_while(is_token_byte); }
 
-  // Sets a map unless there is nothing more.
-  bool read_parameters(HeaderValue& parameters) {
-    if (text_.at_end()) return true;
-    parameters = HeaderValue::map();
+  // False where more is in the text than usual parameters, or more of it than a block takes.
+  bool read_parameters() {
+    if (text_.left() > kMostBytes) return false;
+    has_parameters_ = !text_.at_end();
     while (!text_.at_end()) {
       if (!separator()) return false;
-      if (!text_.at_end() && !parameter(parameters.mutable_entries())) return false;
+      if (!text_.at_end() && !parameter()) return false;
     }
     return true;
+  }
+  [[nodiscard]] std::size_t room_for_values() const {
+    std::size_t room = 0;
+    for (std::size_t i = 0; i < count_; ++i) {
+      room += HeaderBlock::room_for_text(parameters_[i].value.size());
+    }
+    return room;
+  }
+  HeaderValue parameters(HeaderBlock& block) const {
+    HeaderValue map = HeaderValue::map();
+    AddressMap& entries = map.mutable_entries();
+    for (std::size_t i = 0; i < count_; ++i) {
+      const auto& [name, value] = parameters_[i];
+      const bool lower = name == kCharset;
+      entries.insert(name, block.text(lower ? std::string_view(to_lower(value)) : value));
+    }
+    return map;
   }
   bool separator() {
     bool found = text_.take_space();
@@ -278,16 +298,15 @@ class TypeReader {
     }
     return found;
   }
-  bool parameter(AddressMap& parameters) {
-    const std::string name = to_lower(word());
+  bool parameter() {
+    if (count_ == kMostParameters) return false;
+    auto& [name, value] = parameters_[count_++];
+    name = to_lower(word());
     if (name.empty() || !text_.take('=')) return false;
-    if (name == "boundary" && may_have_boundary_) return this->boundary(parameters);
-    const bool charset = name == "charset";
+    if (name == "boundary" && may_have_boundary_) return boundary(value);
+    const bool charset = name == kCharset;
     if (!charset && (is_among(name, kKeywords) || is_among(name, kOddParameters))) return false;
-    std::string_view value;
-    if (!this->value(value, charset)) return false;
-    parameters.insert(name, HeaderValue::text(charset ? to_lower(value) : std::string(value)));
-    return true;
+    return this->value(value, charset);
   }
   bool value(std::string_view& value, bool any_word) {
     const bool quoted = text_.peek() == '"';
@@ -296,13 +315,11 @@ class TypeReader {
   }
 
   // Without quotes it may hold blanks and more than a word: only ";" ends it.
-  bool boundary(AddressMap& parameters) {
+  bool boundary(std::string_view& value) {
     const bool quoted = text_.peek() == '"';
-    const std::string_view value =
-        quoted ? text_.take_quoted() : text_.take_while(is_boundary_byte);
+    value = quoted ? text_.take_quoted() : text_.take_while(is_boundary_byte);
     if (value.empty() || (!quoted && !text_.at_end() && text_.peek() != ';')) return false;
     if (boundary_.empty()) boundary_ = value;
-    parameters.insert("boundary", HeaderValue::text(value));
     return true;
   }
   static bool is_boundary_byte(char c) {
@@ -310,9 +327,21 @@ class TypeReader {
            c == '_' || c == '.' || c == '=' || c == '+' || c == '/';
   }
 
+  struct Parameter {
+    std::string name;  // in small letters
+    std::string_view value;
+  };
+  static constexpr std::size_t kMostParameters = 6;
+  static constexpr std::size_t kMostBytes = 65536;
+  static_assert(kMostBytes + 1024 < HeaderBlock::kMostRoom);
+  static constexpr std::string_view kCharset = "charset";
+
   Cursor text_;
   bool may_have_boundary_ = false;
   std::string_view boundary_;  // the first one
+  bool has_parameters_ = false;
+  std::array<Parameter, kMostParameters> parameters_;
+  std::size_t count_ = 0;
 };
 
 }  // namespace

@@ -104,7 +104,10 @@ void CISSHelper::reserve(ULONG size) {
 }
 
 void CISSHelper::trim() {
-  if (size_ >= kLargeBlock && size_ < capacity_) set_capacity(size_);
+  constexpr ULONG kMuch = 4096;
+  if (size_ < capacity_ && size_ > 0 && (size_ >= kLargeBlock || capacity_ - size_ >= kMuch)) {
+    set_capacity(size_);
+  }
 }
 
 void CISSHelper::Clear() {

@@ -85,7 +85,7 @@ class CISSHelper final : public IStream {
   void write(std::string_view block);
   // Room for `size` bytes in all, in one step.
   void reserve(ULONG size);
-  // Gives back what a large stream reserved and does not use.
+  // Gives back what was reserved and is not used, where that is much.
   void trim();
   // `Clear`, then everything from the source's current position, in 4096-byte reads (one block
   // when the source is a CISSHelper too).

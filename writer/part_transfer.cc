@@ -1,5 +1,7 @@
 #include "writer/part_transfer.h"
 
+#include <array>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,6 +24,7 @@
 namespace tallowbrook {
 namespace {
 
+using platform::Bstr;
 using platform::ComPtr;
 
 // These three answer false when the content could not be read to its end.
@@ -48,73 +51,68 @@ bool export_wire(const HeaderValue& record, CMIMECode* charset, IStream& target)
 // --- short content -------------------------------------------------------------------------------
 
 // Longer content goes from stream to stream.
-constexpr std::size_t kShort = 32768;
+constexpr std::size_t kShort = 8192;
 
-// Appends to a text that has the room for it.
-class TextTarget final : public StackStream {
+// Takes in what a short content is decoded to, which is never longer.
+class ShortRoom final : public StackStream {
  public:
-  explicit TextTarget(std::string& text) : text_(text) {}
+  ShortRoom() = default;
+
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override {
-    text_.append(static_cast<const char*>(pv), cb);
+    std::memcpy(bytes_.data() + size_, pv, cb);
+    size_ += cb;
     if (written != nullptr) *written = cb;
     return S_OK;
   }
+  [[nodiscard]] std::string_view bytes() const { return {bytes_.data(), size_}; }
 
  private:
-  std::string& text_;
+  std::size_t size_ = 0;
+  std::array<char, kShort> bytes_;
 };
 
 // Short wire content that lies in memory, decoded from its transfer encoding: where it lies or in
 // `room`. Nothing for other content.
-std::optional<std::string_view> decoded_short(const HeaderValue& record, std::string& room) {
+std::optional<std::string_view> decoded_short(const HeaderValue& record, ShortRoom& room) {
   const HeaderValue& body = record[kPartBody];
   if (is_decoded(record) || !body.raw_in_memory()) return std::nullopt;
   const std::string_view content = body.raw_view();
   if (content.size() > kShort) return std::nullopt;
-  const std::int32_t encoding = encoding_number(record);
-  switch (encoding) {
+  switch (encoding_number(record)) {
     case kSevenBit:
     case kEightBit:
     case kBinary:
       return CDefaultCoder::decoded_in_place(content);
     case kQuotedPrintable:
-    case kBase64: {
-      room.reserve(content.size());
-      TextTarget target(room);
-      if (encoding == kBase64) {
-        CBase64().decode_text(content, target);
-      } else {
-        CQuotedPrintable().decode_text(content, target);
-      }
-      return room;
-    }
+      CQuotedPrintable().decode_text(content, room);
+      return room.bytes();
+    case kBase64:
+      CBase64().decode_text(content, room);
+      return room.bytes();
     default:
       return content;
   }
 }
 
 // Decoded bytes in the part's charset as text. Nothing for a charset whose coder works on streams.
-std::optional<std::u16string> short_text(const std::string& charset, std::string_view bytes) {
-  if (charset.empty()) return to_wide(bytes);
+std::optional<Bstr> short_text(const HeaderValue& record, std::string_view bytes) {
+  const std::string charset = part_charset(record);
+  if (charset.empty()) return to_bstr(bytes);
   if (has_utf8_coder(charset)) return std::nullopt;
-  return CXCoder(charset).decode(bytes);
+  return CXCoder(charset).decode_to_bstr(bytes);
 }
 
-// True when the content is short; it is then written.
+// True when the content is short and no text in a charset; it is then written.
 bool export_short(const HeaderValue& record, IStream& target) {
-  std::string room;
+  ShortRoom room;
   const auto bytes = decoded_short(record, room);
-  if (!bytes) return false;
-  const std::string charset = part_charset(record);
-  if (charset.empty()) {
-    // Of a copy: while the target takes it, a host's code may change the part.
-    if (bytes->data() != room.data()) room = *bytes;
-    write_block(target, room);
-    return true;
+  if (!bytes || !part_charset(record).empty()) return false;
+  // Of a copy: while the target takes it, a host's code may change the part.
+  if (room.bytes().empty() && !bytes->empty()) {
+    room.Write(bytes->data(), static_cast<ULONG>(bytes->size()), nullptr);
   }
-  const auto text = short_text(charset, *bytes);
-  if (text) write_block(target, bytes_of(*text));
-  return text.has_value();
+  write_block(target, room.bytes());
+  return true;
 }
 
 // --- any content ---------------------------------------------------------------------------------
@@ -164,16 +162,16 @@ bool import_content(HeaderValue& record, ComPtr<IStream> source, bool by_referen
   return true;
 }
 
-std::optional<std::u16string> content_text(const HeaderValue& record) {
-  std::string room;
+std::optional<Bstr> content_text(const HeaderValue& record) {
+  ShortRoom room;
   if (const auto bytes = decoded_short(record, room)) {
-    if (auto text = short_text(part_charset(record), *bytes)) return text;
+    if (auto text = short_text(record, *bytes)) return text;
   }
   const auto content = CISSHelper::create();
   if (!export_content(record, *content)) return std::nullopt;
   const auto charset = make_part_coder(record);
-  if (charset == nullptr || !charset->ProducesWideText()) return to_wide(content->bytes());
-  return units_of(content->bytes());
+  if (charset == nullptr || !charset->ProducesWideText()) return to_bstr(content->bytes());
+  return Bstr(units_of(content->bytes()));
 }
 
 bool put_content_text(HeaderValue& record, std::u16string_view text) {

@@ -3,10 +3,10 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "model/header_value.h"
+#include "platform/automation/variant.h"
 #include "platform/storage/stream.h"
 
 namespace tallowbrook {
@@ -24,7 +24,7 @@ namespace tallowbrook {
                                   bool by_reference);
 
 // The content as text; nothing for a part without content of its own, or that cannot be read.
-[[nodiscard]] std::optional<std::u16string> content_text(const HeaderValue& record);
+[[nodiscard]] std::optional<platform::Bstr> content_text(const HeaderValue& record);
 
 // Makes `text` the part's decoded content. False, nothing changed, for a multipart.
 [[nodiscard]] bool put_content_text(HeaderValue& record, std::u16string_view text);
