@@ -91,23 +91,30 @@ constexpr std::size_t kVector = 32;
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
 }
 
-// NULs, and CRs that no LF follows.
-[[gnu::target("avx2")]] __m256i to_normalise(const char* bytes) {
-  const __m256i here = load(bytes);
-  const __m256i next = load(bytes + 1);
-  const __m256i lone_cr = _mm256_andnot_si256(_mm256_cmpeq_epi8(next, _mm256_set1_epi8('\n')),
-                                              _mm256_cmpeq_epi8(here, _mm256_set1_epi8('\r')));
-  return _mm256_or_si256(lone_cr, _mm256_cmpeq_epi8(here, _mm256_setzero_si256()));
+// CRs that no LF follows.
+[[gnu::target("avx2")]] __m256i lone_crs(const char* bytes) {
+  return _mm256_andnot_si256(_mm256_cmpeq_epi8(load(bytes + 1), _mm256_set1_epi8('\n')),
+                             _mm256_cmpeq_epi8(load(bytes), _mm256_set1_epi8('\r')));
 }
 
+// Of two vectors, and the byte behind them.
+[[gnu::target("avx2")]] bool pair_needs_normalising(const char* at) {
+  const __m256i least = _mm256_min_epu8(load(at), load(at + kVector));
+  const __m256i nuls = _mm256_cmpeq_epi8(least, _mm256_setzero_si256());
+  const __m256i lone = _mm256_or_si256(lone_crs(at), lone_crs(at + kVector));
+  const __m256i found = _mm256_or_si256(nuls, lone);
+  return _mm256_testz_si256(found, found) == 0;
+}
+
+// The last pair overlaps the one before it.
 [[gnu::target("avx2")]] bool needs_normalising_avx2(std::string_view bytes) {
-  std::size_t i = 0;
-  for (; i + 2 * kVector < bytes.size(); i += 2 * kVector) {
-    const char* const at = bytes.data() + i;
-    const __m256i found = _mm256_or_si256(to_normalise(at), to_normalise(at + kVector));
-    if (_mm256_testz_si256(found, found) == 0) return true;
+  constexpr std::size_t kPair = 2 * kVector;
+  if (bytes.size() <= kPair) return needs_normalising(bytes);
+  const char* const last = bytes.data() + bytes.size() - kPair - 1;
+  for (const char* at = bytes.data(); at < last; at += kPair) {
+    if (pair_needs_normalising(at)) return true;
   }
-  return needs_normalising(bytes.substr(i));
+  return pair_needs_normalising(last) || needs_normalising(bytes.substr(bytes.size() - 1));
 }
 
 [[gnu::target("avx2")]] std::size_t count_line_ends_avx2(std::string_view bytes) {

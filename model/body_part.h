@@ -108,6 +108,9 @@ class EntryUndo {
 // Parses a Content-Type or Content-Disposition that is still unparsed, keeping its text as the
 // entry's source. A text that does not parse stays.
 void resolve_field(HeaderValue& record, EntryName name, const MessageRef& message);
+// The same, and the field's value from then on.
+[[nodiscard]] const HeaderValue& resolved_value(HeaderValue& record, EntryName name,
+                                                const MessageRef& message);
 // The value that such a text stands for; nothing when it does not parse. `message` may be gone.
 [[nodiscard]] std::optional<HeaderValue> parse_mime_field(EntryName name, std::string_view text,
                                                           const MessageRef& message);
@@ -147,6 +150,8 @@ bool ensure_boundary(HeaderValue& content_type);
 [[nodiscard]] bool is_quoted(std::string_view text);
 // The text without its double quotes and backslashes; any other text unchanged.
 [[nodiscard]] std::string unquoted(std::string_view text);
+// A parameter's value so.
+[[nodiscard]] std::string parameter_text(const HeaderValue& value);
 // The text in double quotes, unless it stands in them already.
 [[nodiscard]] std::string quoted(std::string_view text);
 // The text in double quotes, quotes and backslashes in it escaped.

@@ -95,10 +95,7 @@ void CMimeBody::changed() {
 }
 
 const HeaderValue& CMimeBody::content_type() {
-  const HeaderValue& known = field_value(record_, EntryName::ContentType);
-  if (!known.is(ValueKind::Raw)) return known;
-  resolve_field(record_, EntryName::ContentType, message_);
-  return field_value(record_, EntryName::ContentType);
+  return resolved_value(record_, EntryName::ContentType, message_);
 }
 
 bool CMimeBody::in_digest() const { return parent_ && is_digest(parent_->record_); }
@@ -341,7 +338,7 @@ HeaderValue CMimeBody::entry_with_parameters(EntryName name) {
 
 std::string CMimeBody::type_parameter(std::string_view name) {
   const HeaderValue* value = find_parameter(content_type()[kTypeParameters], name);
-  return value == nullptr ? std::string() : unquoted(value->AsText());
+  return value == nullptr ? std::string() : parameter_text(*value);
 }
 
 HRESULT CMimeBody::put_type_parameter(std::string_view name, std::string_view value) {

@@ -88,10 +88,10 @@ bool is_special(std::string_view line, const std::string* boundary) {
       return line.size() > 1 && (is_blank(line[1]) || is_line_end(line[1]));
     case 'b':
     case 'B':
-      return starts_ignoring_case(line, "begin");
+      return (line[1] | 0x20) == 'e' && starts_ignoring_case(line, "begin");
     case 'e':
     case 'E':
-      return starts_ignoring_case(line, "end");
+      return (line[1] | 0x20) == 'n' && starts_ignoring_case(line, "end");
     default:
       return false;
   }

@@ -26,7 +26,7 @@ std::string part_charset(const HeaderValue& record) {
   if (!type[kTypeMajor].is_integer(kText)) return {};
   const HeaderValue* charset = find_parameter(type[kTypeParameters], "charset");
   if (charset == nullptr) return {};
-  std::string name = header_text_to_ansi(unquoted(charset->AsText()));
+  std::string name = header_text_to_ansi(parameter_text(*charset));
   name.resize(std::min(name.find('\0'), name.size()));
   return name;
 }
