@@ -44,7 +44,7 @@ class Reader {
  public:
   explicit Reader(std::string_view text)
       : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()) {
-    constexpr std::size_t kUsualSize = 48;  // of a mailbox in the text
+    constexpr std::size_t kUsualSize = 40;  // of a mailbox in the text
     mailboxes_.reserve(text.size() / kUsualSize + 1);
   }
 
@@ -77,15 +77,16 @@ class Reader {
   // A blank or a fold by one, as they stand behind nearly all commas. False, with nothing read, for
   // any other white space.
   bool skip_one_space() {
-    if (end_ - at_ < 3) return false;
-    const bool folded = at_[0] == '\n';
-    if (!folded && at_[0] != ' ') return false;
-    const char* const behind = at_ + (folded ? 2 : 1);
-    if (behind[-1] != ' ' || *behind == ' ' || is_other_space(*behind)) return false;
-    at_ = behind;
+    if (end_ - at_ < 4) return false;
+    const std::string_view here(at_, 4);
+    const std::size_t size = here.starts_with("\r\n ") ? 3
+                             : here.starts_with("\n ") ? 2
+                             : here.starts_with(' ')   ? 1
+                                                       : 0;
+    if (size == 0 || at_[size] <= ' ') return false;
+    at_ += size;
     return true;
   }
-  static bool is_other_space(char c) { return c == '\t' || c == '\r' || c == '\n'; }
 
   // White space and folds. False at a line end that begins no fold, or a fold that holds nothing.
   bool skip_space() {
