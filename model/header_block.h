@@ -33,6 +33,10 @@ class HeaderBlock {
     return in_units(sizeof(HeaderValue::ListBox) + elements * sizeof(HeaderValue));
   }
 
+  [[nodiscard]] static constexpr std::size_t room_for_map() {
+    return in_units(sizeof(HeaderValue::MapBox));
+  }
+
   // Throws std::bad_alloc.
   explicit HeaderBlock(std::size_t room);
   ~HeaderBlock() { HeaderValue::Block::leave(block_); }
@@ -63,6 +67,12 @@ class HeaderBlock {
     void* memory = take(room_for_list(elements));
     auto* box = HeaderValue::ListBox::place(memory, static_cast<std::uint32_t>(elements));
     return {ValueKind::List, at_home(box)};
+  }
+  // An empty map, whose entries are elsewhere.
+  [[nodiscard]] HeaderValue map() {
+    auto* box =
+        ::new (take(room_for_map())) HeaderValue::MapBox{{.kind = ValueKind::AddressMap}, {}, {}};
+    return {ValueKind::AddressMap, at_home(box)};
   }
   // Appends to a list of this block that has room.
   static void append(HeaderValue& list, HeaderValue value) {

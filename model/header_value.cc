@@ -41,7 +41,12 @@ void HeaderValue::destroy(Box* box) {
       delete static_cast<AddressBox*>(box);
       break;
     case ValueKind::AddressMap:
-      delete static_cast<MapBox*>(box);
+      if (box->home == 0) {
+        delete static_cast<MapBox*>(box);
+      } else {
+        static_cast<MapBox*>(box)->~MapBox();
+        give_back(box);
+      }
       break;
     case ValueKind::TimeOfDay:
     case ValueKind::DateTime:

@@ -57,11 +57,13 @@ class Cursor {
   // A quoted string on one line without backslashes, with its quotes; empty for anything else.
   std::string_view take_quoted() {
     if (peek() != '"') return {};
-    const auto* const end = std::find_if(rest_.begin() + 1, rest_.end(), [](char c) {
-      return c == '"' || c == '\\' || c == '\r' || c == '\n' || c == '\0';
-    });
-    if (end == rest_.end() || *end != '"') return {};
-    return take_count(static_cast<std::size_t>(end + 1 - rest_.begin()));
+    const std::size_t end = rest_.find('"', 1);
+    if (end == rest_.npos) return {};
+    const std::string_view inside = rest_.substr(1, end - 1);
+    for (const char odd : {'\\', '\r', '\n', '\0'}) {
+      if (inside.find(odd) != inside.npos) return {};
+    }
+    return take_count(end + 1);
   }
   bool take_blanks() { return !take_while(is_blank).empty(); }
   // Blanks and folds, and whether there were any. At a line end that begins no fold, or a fold that
@@ -233,7 +235,7 @@ class TypeReader {
     if (name.empty() || is_among(name, kKeywords)) return false;
     if (!read_parameters()) return false;
     HeaderBlock block(HeaderBlock::room_for_list(2) + HeaderBlock::room_for_text(name.size()) +
-                      room_for_values());
+                      room_for_parameters());
     value = block.list_for(2);
     HeaderBlock::append(value, block.text(name));
     if (has_parameters_) HeaderBlock::append(value, parameters(block));
@@ -255,7 +257,7 @@ class TypeReader {
 
   bool with_parameters(HeaderValue major, HeaderValue minor, HeaderValue& value) {
     if (!read_parameters()) return false;
-    HeaderBlock block(HeaderBlock::room_for_list(3) + room_for_values());
+    HeaderBlock block(HeaderBlock::room_for_list(3) + room_for_parameters());
     value = block.list(std::move(major), std::move(minor), true);
     if (has_parameters_) HeaderBlock::append(value, parameters(block));
     return true;
@@ -273,15 +275,15 @@ class TypeReader {
     }
     return true;
   }
-  [[nodiscard]] std::size_t room_for_values() const {
-    std::size_t room = 0;
+  [[nodiscard]] std::size_t room_for_parameters() const {
+    std::size_t room = has_parameters_ ? HeaderBlock::room_for_map() : 0;
     for (std::size_t i = 0; i < count_; ++i) {
       room += HeaderBlock::room_for_text(parameters_[i].value.size());
     }
     return room;
   }
   HeaderValue parameters(HeaderBlock& block) const {
-    HeaderValue map = HeaderValue::map();
+    HeaderValue map = block.map();
     AddressMap& entries = map.mutable_entries();
     for (std::size_t i = 0; i < count_; ++i) {
       const auto& [name, value] = parameters_[i];
