@@ -35,8 +35,8 @@ std::size_t decode_q(std::string_view payload, char* bytes) {
       if (high < 0 || low < 0) return 0;
       bytes[count++] = static_cast<char>(high << 4 | low);
       i += 2;
-    } else if (c <= ' ' || c == '?' || c == '\x7f') {
-      return 0;  // bytes above 0x7F too
+    } else if (c <= ' ' || c >= '\x7f' || c == '?') {
+      return 0;
     } else {
       bytes[count++] = c == '_' ? ' ' : c;
     }
@@ -86,9 +86,9 @@ bool UsualWord::read(std::string_view text) {
 
 bool UsualWord::widen_utf8(std::string_view bytes) {
   while (!bytes.empty()) {
-    const char c = bytes[0];
-    if (c > 0) {
-      put(static_cast<char32_t>(c));
+    const auto byte = static_cast<unsigned char>(bytes[0]);
+    if (byte != 0 && byte < 0x80) {
+      put(byte);
       bytes.remove_prefix(1);
       continue;
     }

@@ -59,6 +59,7 @@ class ShortRoom final : public StackStream {
   ShortRoom() = default;
 
   HRESULT Write(const void* pv, ULONG cb, ULONG* written) override {
+    if (cb > bytes_.size() - size_) return STG_E_MEDIUMFULL;
     std::memcpy(bytes_.data() + size_, pv, cb);
     size_ += cb;
     if (written != nullptr) *written = cb;
