@@ -1,5 +1,5 @@
 // How fast the component loads, and how its cost grows: everything as a host sees it, through the
-// class object, from a stream in memory, on one thread.
+// class object, from a stream in memory, on one thread unless it says otherwise.
 //
 //   tallowbrook-bench             speeds, each beside a memcpy of the same bytes in the same run
 //   tallowbrook-bench --coding    the same of the coders alone
@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "bench/automation_bench.h"
@@ -65,6 +66,20 @@ void copy_bytes(const std::string& from, std::vector<char>& to) {
   std::memcpy(to.data(), from.data(), from.size());
 }
 
+// Two threads share a fixed number of loads, or one does all of them.
+double time_on(std::size_t threads, const Messages& messages, const std::string& message) {
+  constexpr std::size_t kLoads = 20'000;
+  return best(10, [&] {
+    std::vector<std::jthread> running(threads);
+    for (std::jthread& thread : running) {
+      thread = std::jthread([&] {
+        HostStream stream(message);
+        for (std::size_t i = 0; i < kLoads / threads; ++i) (void)messages.load(stream);
+      });
+    }
+  });
+}
+
 void speeds(const Messages& messages) {
   HostStream body(text_body(50'000'000));
   const double body_time = best(7, [&] { (void)messages.load(body); });
@@ -87,6 +102,10 @@ void speeds(const Messages& messages) {
   });
   std::printf("4 KB message:     %7.2f us     (%.0f x the time of a memcpy)\n",
               small_time / kMessages * 1e6, small_time / small_copy);
+
+  const double one = time_on(1, messages, typical());
+  const double two = time_on(2, messages, typical());
+  std::printf("two threads:      %7.2f x the speed of one\n", one / two);
 
   HostStream many(extension_fields(100'000));
   const auto before = mallinfo2();
