@@ -11,12 +11,16 @@ namespace tallowbrook {
 
 class Module {
  public:
-  static void lock() { locks_.fetch_add(1, std::memory_order_relaxed); }
-  static void unlock() { locks_.fetch_sub(1, std::memory_order_acq_rel); }
-  [[nodiscard]] static std::int32_t locks() { return locks_.load(std::memory_order_acquire); }
+  static void lock() { locks_.count.fetch_add(1, std::memory_order_relaxed); }
+  static void unlock() { locks_.count.fetch_sub(1, std::memory_order_acq_rel); }
+  [[nodiscard]] static std::int32_t locks() { return locks_.count.load(std::memory_order_acquire); }
 
  private:
-  static inline constinit std::atomic<std::int32_t> locks_{0};
+  // On a cache line of its own: all threads write to it, and read what would lie beside it.
+  struct alignas(64) Count {
+    std::atomic<std::int32_t> count;
+  };
+  static inline constinit Count locks_{};
 };
 
 // Held as a member (or a base) by every object that is handed to a host.
